@@ -1,0 +1,31 @@
+#pragma once
+
+#include <pthread.h>
+
+#include "dtk/foundation/export.h"
+
+/// A normal, non-recursive POSIX mutex. No operation throws: each returns whether the POSIX call succeeded.
+///
+/// Shared by any number of threads, except that construction, mb_init, mb_destroy and destruction need it alone.
+class DTK_EXPORT DTK_Mutex {
+  public:
+    /// The flag of the constructor and of mb_init has no effect.
+    explicit DTK_Mutex(bool flag);
+    DTK_Mutex(const DTK_Mutex&) = delete;
+    DTK_Mutex& operator=(const DTK_Mutex&) = delete;
+    virtual ~DTK_Mutex();
+
+    bool mb_init(bool flag);
+
+    /// Waits until the mutex is free. Locking it twice from one thread deadlocks.
+    bool mb_lock();
+
+    /// False at once when the mutex is locked.
+    bool mb_tryLock();
+
+    bool mb_unlock();
+    bool mb_destroy();
+
+  private:
+    pthread_mutex_t m_mutex;
+};
