@@ -1,0 +1,43 @@
+#pragma once
+
+#include <memory>
+
+#include "dtk/foundation/export.h"
+#include "dtk/interface/DTK_BlobBase.h"
+#include "dtk/oracle/DTK_SmartPointer.h"
+
+extern template class DTK_SmartPointer<DTK_BlobBase>;
+
+/// A caller's handle on a binary large object. Handles are assigned freely; the last one on an object deletes it.
+///
+///     DTK_Blob photo;
+///     photo = resultSet->mb_getDTK_Blob(2);
+///     unsigned int size = photo.mb_get()->mb_length();
+///
+/// Pass handles by reference and duplicate them by assignment: a copy-constructed handle is not counted. Every release
+/// of an object writes a line to standard output. Handles on one object may live on different threads; the object
+/// itself serves one thread at a time.
+class DTK_EXPORT DTK_Blob {
+  public:
+    /// An empty handle.
+    DTK_Blob();
+    ~DTK_Blob();
+
+    /// Lets the present object go and shares the other's.
+    DTK_Blob& operator=(const DTK_Blob& other);
+
+    /// Lets the present object go and takes over `blob`, which must not be the one that the handle already holds.
+    void mb_init(DTK_BlobBase* blob);
+
+    /// @return the object, which stays the handle's; null when the handle is empty
+    DTK_BlobBase* mb_get();
+
+  private:
+    friend class _DTK_ResultSet;
+    friend class _DTK_Statement;
+
+    // Getters return `DTK_Blob(std::move(blob))`, which the language never copies; a named local might be, uncounted.
+    explicit DTK_Blob(std::unique_ptr<DTK_BlobBase> blob);
+
+    DTK_SmartPointer<DTK_BlobBase> m_pointer;
+};
