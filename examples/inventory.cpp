@@ -1,0 +1,149 @@
+// The demo: stores the Debian packages of this machine and their files in a database, reads them back, and asks a few
+// questions. Every number that the database answers is checked against the input.
+#include "inventory/machine.h"
+#include "inventory/questions.h"
+#include "inventory/read_back.h"
+#include "inventory/store.h"
+#include "support/text_table.h"
+
+#include <filesystem>
+#include <getopt.h>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using inventory::Seconds;
+using support::Align;
+using support::fixed;
+using support::grouped;
+
+struct Options {
+    std::string database =
+        std::filesystem::temp_directory_path() / ("dtk-inventory-" + std::to_string(getuid()) + ".db");
+    std::string user = "demo";
+    std::string password = "secret";
+    std::size_t most_files = 200'000;
+    std::size_t threads = 4;
+};
+
+constexpr const char* usage = R"(usage: inventory [OPTION]...
+Stores this machine's Debian packages and files in a database and asks it about them.
+
+  --database TEXT   connect string: a file, or memory:NAME (default: a file in the temporary folder)
+  --user TEXT       account to log on with (default: demo; a new database creates it)
+  --password TEXT   its password (default: secret)
+  --files N         store at most N files (default: 200000)
+  --threads N       load with N threads (default: 4)
+  --help            show this text
+)";
+
+std::size_t positive(const std::string& text) {
+    const long long number = std::stoll(text);
+    if (number < 1) throw std::invalid_argument(text);
+    return static_cast<std::size_t>(number);
+}
+
+/// @return false when only help was asked for
+bool parse(int argc, char** argv, Options& options) {
+    const option names[] = {{"database", required_argument, nullptr, 'd'},
+                            {"user", required_argument, nullptr, 'u'},
+                            {"password", required_argument, nullptr, 'p'},
+                            {"files", required_argument, nullptr, 'f'},
+                            {"threads", required_argument, nullptr, 't'},
+                            {"help", no_argument, nullptr, 'h'},
+                            {nullptr, 0, nullptr, 0}};
+    for (int choice; (choice = getopt_long(argc, argv, "", names, nullptr)) != -1;) {
+        switch (choice) {
+        case 'd': options.database = optarg; break;
+        case 'u': options.user = optarg; break;
+        case 'p': options.password = optarg; break;
+        case 'f': options.most_files = positive(optarg); break;
+        case 't': options.threads = positive(optarg); break;
+        case 'h': std::cout << usage; return false;
+        default: throw std::invalid_argument("see --help");
+        }
+    }
+    return true;
+}
+
+std::string rows_per_second(std::size_t rows, Seconds time) {
+    return grouped(static_cast<long long>(static_cast<double>(rows) / time.count()));
+}
+
+template <typename Work> auto timed(Seconds& time, Work work) {
+    const auto start = std::chrono::steady_clock::now();
+    auto result = work();
+    time = std::chrono::steady_clock::now() - start;
+    return result;
+}
+
+void load_and_read_back(DTK_ConnectionPoolBase& pool, DTK_ConnectionBase& connection, const inventory::Machine& machine,
+                        std::size_t threads, inventory::Checks& checks) {
+    inventory::create_tables(connection);
+    inventory::store_packages(connection, machine.packages);
+    const Seconds stored_by_arrays = inventory::store_files_by_arrays(pool, machine.files, threads);
+    const Seconds stored_by_rows = inventory::store_files_by_rows(pool, machine.files, threads);
+    support::execute(connection, "CREATE INDEX files_by_package ON files (package_id)");
+
+    Seconds read_in_bulk{}, read_by_rows{};
+    const inventory::FileTotals known = inventory::totals_of(machine.files);
+    checks.same("files read in bulk", timed(read_in_bulk, [&] { return inventory::read_in_bulk(connection); }), known);
+    checks.same("files read row by row", timed(read_by_rows, [&] { return inventory::read_row_by_row(connection); }),
+                known);
+
+    const auto on_disk = static_cast<std::size_t>(known.files);
+    support::TextTable table({{"rows per second"}, {"in arrays", Align::right}, {"row by row", Align::right}});
+    table.add({"storing, " + std::to_string(threads) + " threads",
+               rows_per_second(machine.files.size(), stored_by_arrays),
+               rows_per_second(machine.files.size(), stored_by_rows)});
+    table.add({"reading", rows_per_second(on_disk, read_in_bulk), rows_per_second(on_disk, read_by_rows)});
+    table.print(std::cout);
+}
+
+int run(const Options& options) {
+    std::cout << "Reading the list of installed packages ..." << std::endl;
+    const inventory::Machine machine = inventory::read_machine(options.most_files);
+    std::cout << grouped(static_cast<long long>(machine.packages.size())) << " packages with "
+              << grouped(static_cast<long long>(machine.files.size())) << " files go into " << options.database
+              << "\n\n";
+
+    const auto sessions = static_cast<unsigned int>(options.threads) + 1;
+    const auto pool = support::make_pool(options.user, options.password, options.database, sessions);
+    const support::Connection connection(pool->mb_getConnection(true));
+    inventory::Checks checks;
+
+    load_and_read_back(*pool, *connection, machine, options.threads, checks);
+    inventory::ask_largest_packages(*connection, machine, checks);
+    inventory::ask_sections(*connection, machine, checks);
+    inventory::ask_kinds_of_file(*connection, machine, checks);
+    inventory::ask_last_changes(*connection, machine, checks);
+    inventory::ask_what_is_missing(*connection, machine, checks);
+    inventory::call_procedure(*connection, machine, checks);
+    inventory::roll_back(*connection, machine, checks);
+
+    std::cout
+        << "\nEach copyright file is stored in a BLOB. When a BLOB handle is let go, the library says so itself,\n"
+           "with the lines \"Inside release\" and \"delete\": here once after writing and once after reading.\n";
+    inventory::store_copyrights(*connection, machine.packages);
+    inventory::ask_licences(*connection, machine, checks);
+
+    std::cout << '\n' << checks.made() << " answers checked against the input, " << checks.failed() << " wrong\n";
+    return checks.failed() == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    try {
+        Options options;
+        return parse(argc, argv, options) ? run(options) : 0;
+    } catch (DTK_Exception& error) {
+        std::cerr << "inventory: " << error.what() << '\n';
+    } catch (const std::exception& error) {
+        std::cerr << "inventory: " << error.what() << '\n';
+    }
+    return 1;
+}
