@@ -1,7 +1,8 @@
 #pragma once
 
+#include <ctime>
+
 #include <semaphore.h>
-#include <time.h>
 
 #include "dtk/foundation/export.h"
 
