@@ -60,9 +60,8 @@ class DTK_EXPORT DTK_DateTime {
     /// Moves the date-time by `n` months as DTK_Date::mb_addMonths does, keeps the time of day, and returns the new
     /// Julian seconds. A negative step that lands on December fails, except from another December.
     ///
-    /// @throws DTK_Exception 12400 "Invalid date format !!" a negative step lands on December, or no int holds the
-    /// resulting
-    ///         year
+    /// @throws DTK_Exception 12400 "Invalid date format !!" a negative step lands on December, or the resulting year
+    ///         fits no int
     long long mb_addMonths(int n);
 
     /// Whether the record is a date-time; this date-time plays no part.
