@@ -66,7 +66,9 @@ enum {
     OCI_STMT_CREATE = 5,
     OCI_STMT_DROP = 6,
     OCI_STMT_ALTER = 7,
-    OCI_STMT_BEGIN = 8
+    OCI_STMT_BEGIN = 8,
+    OCI_STMT_DECLARE = 9,
+    OCI_STMT_CALL = 10
 };
 
 enum {

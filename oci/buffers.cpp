@@ -1,0 +1,306 @@
+#include "buffers.h"
+
+#include "lob.h"
+
+#include <algorithm>
+#include <utility>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <sqlite3.h>
+
+namespace oci {
+namespace {
+
+constexpr int longest_reported = 32767;
+
+template <class T>
+T load(const char* from) {
+    T value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+template <class T>
+void store(char* to, T value) {
+    std::memcpy(to, &value, sizeof value);
+}
+
+void set_indicator(const Buffer& buffer, ub4 index, int indicator) {
+    if (buffer.indicator != nullptr) buffer.indicator[index] = static_cast<sb2>(indicator);
+}
+
+void done(const Buffer& buffer, ub4 index, std::size_t length) {
+    set_indicator(buffer, index, 0);
+    if (buffer.length != nullptr) buffer.length[index] = static_cast<ub2>(std::min<std::size_t>(length, 65535));
+    if (buffer.return_code != nullptr) buffer.return_code[index] = 0;
+}
+
+void write_null(const Buffer& buffer, ub4 index) {
+    if (buffer.return_code != nullptr) buffer.return_code[index] = 1405;
+    if (buffer.indicator == nullptr) throw OracleError(1405);
+    buffer.indicator[index] = -1;
+    if (buffer.length != nullptr) buffer.length[index] = 0;
+}
+
+template <class T>
+void write_integer(const Buffer& buffer, ub4 index, std::int64_t number) {
+    if (!std::in_range<T>(number)) throw OracleError(1455);
+    store(buffer.element(index), static_cast<T>(number));
+    done(buffer, index, sizeof(T));
+}
+
+void write_integer(const Buffer& buffer, ub4 index, std::int64_t number) {
+    const bool is_signed = buffer.type == SQLT_INT;
+    switch (buffer.size) {
+    case 1: return is_signed ? write_integer<sb1>(buffer, index, number) : write_integer<ub1>(buffer, index, number);
+    case 2: return is_signed ? write_integer<sb2>(buffer, index, number) : write_integer<ub2>(buffer, index, number);
+    case 4: return is_signed ? write_integer<sb4>(buffer, index, number) : write_integer<ub4>(buffer, index, number);
+    default:
+        return is_signed ? write_integer<std::int64_t>(buffer, index, number)
+                         : write_integer<std::uint64_t>(buffer, index, number);
+    }
+}
+
+void write_real(const Buffer& buffer, ub4 index, double number) {
+    if (buffer.size == sizeof(float)) {
+        if (std::fabs(number) > std::numeric_limits<float>::max()) throw OracleError(1426);
+        store(buffer.element(index), static_cast<float>(number));
+    } else {
+        store(buffer.element(index), number);
+    }
+    done(buffer, index, static_cast<std::size_t>(buffer.size));
+}
+
+/// Text with its NUL (SQLT_STR), padded with blanks (SQLT_CHR) or bare.
+void write_text(const Buffer& buffer, ub4 index, std::string_view text) {
+    const bool terminated = buffer.type == SQLT_STR;
+    const auto capacity = static_cast<std::size_t>(std::max(0, buffer.size - (terminated ? 1 : 0)));
+    const std::size_t length = std::min(text.size(), capacity);
+    char* element = buffer.element(index);
+    std::memcpy(element, text.data(), length);
+    if (terminated && buffer.size > 0) element[length] = '\0';
+    if (buffer.type == SQLT_CHR && buffer.length == nullptr) std::memset(element + length, ' ', capacity - length);
+    done(buffer, index, length);
+    if (length == text.size()) return;
+    if (buffer.return_code != nullptr) buffer.return_code[index] = 1406;
+    if (buffer.indicator == nullptr) throw OracleError(1406);
+    set_indicator(buffer, index, text.size() > longest_reported ? -2 : static_cast<int>(text.size()));
+}
+
+void write_date(const Buffer& buffer, ub4 index, std::string_view text) {
+    Civil civil{};
+    if (!parse_iso(text, civil)) throw OracleError(1861);
+    auto* image = reinterpret_cast<unsigned char*>(buffer.element(index));
+    image[0] = static_cast<unsigned char>(civil.year / 100 + 100);
+    image[1] = static_cast<unsigned char>(civil.year % 100 + 100);
+    image[2] = static_cast<unsigned char>(civil.month);
+    image[3] = static_cast<unsigned char>(civil.day);
+    image[4] = static_cast<unsigned char>(civil.hour + 1);
+    image[5] = static_cast<unsigned char>(civil.minute + 1);
+    image[6] = static_cast<unsigned char>(civil.second + 1);
+    done(buffer, index, 7);
+}
+
+OCILobLocator& locator_of(const Buffer& buffer, ub4 index) {
+    OCILobLocator* locator = locator_at(buffer.element(index));
+    if (locator == nullptr) throw OracleError(22275);
+    return *locator;
+}
+
+/// The large object becomes one that is in memory only: what it was before is no concern of this value.
+void write_lob(const Buffer& buffer, ub4 index, const Value& value) {
+    OCILobLocator& locator = locator_of(buffer, index);
+    locator.service = nullptr;
+    locator.transaction = 0;
+    locator.initialised = !value.is_null();
+    if (value.is_null()) {
+        locator.bytes.clear();
+        return write_null(buffer, index);
+    }
+    if (value.type != Value::Type::text && value.type != Value::Type::blob) throw OracleError(932, "expected BLOB got NUMBER");
+    locator.bytes.assign(value.data, value.size);
+    done(buffer, index, value.size);
+}
+
+std::string_view text_of(const Value& value, std::string& scratch) {
+    switch (value.type) {
+    case Value::Type::text: return value.text();
+    case Value::Type::blob: return scratch = hex_of(value.text());
+    default: return number_text(value, scratch);
+    }
+}
+
+std::int64_t whole_number(const Value& value) {
+    const Value number = number_of(value);
+    if (number.type == Value::Type::integer) return number.integer;
+    const double whole = std::trunc(number.real);
+    if (!(whole >= -0x1p63 && whole < 0x1p63)) throw OracleError(1455);
+    return static_cast<std::int64_t>(whole);
+}
+
+Value read_date(const char* from, Scratch& scratch) {
+    const auto* image = reinterpret_cast<const unsigned char*>(from);
+    const Civil civil{(image[0] - 100) * 100 + image[1] - 100, image[2], image[3], image[4] - 1, image[5] - 1, image[6] - 1};
+    check_civil(civil);
+    write_iso(civil, scratch.date);
+    return Value::of(std::string_view(scratch.date, iso_size));
+}
+
+Value read_integer(const Buffer& buffer, const char* from) {
+    const bool is_signed = buffer.type == SQLT_INT;
+    switch (buffer.size) {
+    case 1: return Value::of(is_signed ? std::int64_t{load<sb1>(from)} : std::int64_t{load<ub1>(from)});
+    case 2: return Value::of(is_signed ? std::int64_t{load<sb2>(from)} : std::int64_t{load<ub2>(from)});
+    case 4: return Value::of(is_signed ? std::int64_t{load<sb4>(from)} : std::int64_t{load<ub4>(from)});
+    default: break;
+    }
+    const auto number = load<std::int64_t>(from);
+    if (is_signed || number >= 0) return Value::of(number);
+    return Value::of(static_cast<double>(load<std::uint64_t>(from)));
+}
+
+Value read_lob(const Buffer& buffer, ub4 index) {
+    const OCILobLocator& locator = locator_of(buffer, index);
+    if (!locator.initialised) throw OracleError(22275);
+    return Value::of_bytes(locator.bytes.data(), locator.bytes.size());
+}
+
+// ---- fetchers: SQLite is asked for a value's type only where its value alone does not tell
+
+/// Columns whose numbers are stored as 64-bit integers.
+template <class T>
+void fetch_integer(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    const std::int64_t number = sqlite3_column_int64(row, column);
+    if (number == 0 && sqlite3_column_type(row, column) == SQLITE_NULL) return write_null(buffer, index);
+    write_integer<T>(buffer, index, number);
+}
+
+template <class T>
+void fetch_real(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    const double number = sqlite3_column_double(row, column);
+    if (number == 0 && sqlite3_column_type(row, column) == SQLITE_NULL) return write_null(buffer, index);
+    if constexpr (sizeof(T) == sizeof(float)) return write_real(buffer, index, number);
+    store(buffer.element(index), number);
+    done(buffer, index, sizeof(T));
+}
+
+std::string_view column_text(sqlite3_stmt* row, int column) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
+    return text == nullptr ? std::string_view()
+                           : std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(row, column)));
+}
+
+/// The empty text is NULL.
+void fetch_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    const auto text = column_text(row, column);
+    if (text.empty()) return write_null(buffer, index);
+    write_text(buffer, index, text);
+}
+
+void fetch_date(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    const auto text = column_text(row, column);
+    if (text.empty()) return write_null(buffer, index);
+    write_date(buffer, index, text);
+}
+
+void fetch_lob(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    OCILobLocator& locator = locator_of(buffer, index);
+    if (!is_live<OCILobLocator>(&locator)) revive(locator);
+    write_lob(buffer, index, Value::of(sqlite3_column_value(row, column)));
+}
+
+/// Any column to any buffer. The value is this statement's alone, so its unprotected state does no harm.
+void fetch_any(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    write(buffer, index, Value::of(sqlite3_column_value(row, column)));
+}
+
+Fetcher integer_fetcher(const Buffer& buffer) {
+    const bool is_signed = buffer.type == SQLT_INT;
+    switch (buffer.size) {
+    case 1: return is_signed ? fetch_integer<sb1> : fetch_integer<ub1>;
+    case 2: return is_signed ? fetch_integer<sb2> : fetch_integer<ub2>;
+    case 4: return is_signed ? fetch_integer<sb4> : fetch_integer<ub4>;
+    default: return is_signed ? fetch_integer<std::int64_t> : fetch_integer<std::uint64_t>;
+    }
+}
+
+} // namespace
+
+void Buffer::check() const {
+    switch (type) {
+    case SQLT_INT:
+    case SQLT_UIN:
+        if (size == 1 || size == 2 || size == 4 || size == 8) return;
+        throw OracleError(1460);
+    case SQLT_FLT:
+        if (size == 4 || size == 8) return;
+        throw OracleError(1460);
+    case SQLT_DAT:
+        if (size == 7) return;
+        throw OracleError(1460);
+    case SQLT_STR:
+    case SQLT_CHR:
+    case SQLT_LNG:
+        if (size >= 0) return;
+        throw OracleError(1460);
+    case SQLT_BLOB:
+    case SQLT_CLOB: return;
+    default: throw OracleError(3115);
+    }
+}
+
+Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
+    // A null flag in the place of the indicator's address: the value is NULL whatever the buffer holds.
+    if (buffer.indicator == reinterpret_cast<sb2*>(-1)) return {};
+    if (buffer.indicator != nullptr && buffer.indicator[index] == -1) return {};
+    const char* from = buffer.element(index);
+    const auto size = static_cast<std::size_t>(buffer.size);
+    switch (buffer.type) {
+    case SQLT_INT:
+    case SQLT_UIN: return read_integer(buffer, from);
+    case SQLT_FLT: return Value::of(buffer.size == sizeof(float) ? double{load<float>(from)} : load<double>(from));
+    case SQLT_STR: return Value::of(std::string_view(from, strnlen(from, size)));
+    case SQLT_CHR:
+    case SQLT_LNG: return Value::of(std::string_view(from, buffer.length != nullptr ? buffer.length[index] : size));
+    case SQLT_DAT: return read_date(from, scratch);
+    default: return read_lob(buffer, index);
+    }
+}
+
+void write(const Buffer& buffer, ub4 index, const Value& value) {
+    if (buffer.type == SQLT_BLOB || buffer.type == SQLT_CLOB) return write_lob(buffer, index, value);
+    if (value.is_null() || (value.type == Value::Type::text && value.size == 0)) return write_null(buffer, index);
+    std::string scratch;
+    switch (buffer.type) {
+    case SQLT_INT:
+    case SQLT_UIN: return write_integer(buffer, index, whole_number(value));
+    case SQLT_FLT: {
+        const Value number = number_of(value);
+        return write_real(buffer, index,
+                          number.type == Value::Type::real ? number.real : static_cast<double>(number.integer));
+    }
+    case SQLT_DAT:
+        if (value.type != Value::Type::text) throw OracleError(932, "expected DATE got NUMBER");
+        return write_date(buffer, index, value.text());
+    default: return write_text(buffer, index, text_of(value, scratch));
+    }
+}
+
+Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column) {
+    switch (buffer.type) {
+    case SQLT_INT:
+    case SQLT_UIN: return column.is_int64() ? integer_fetcher(buffer) : fetch_any;
+    case SQLT_FLT:
+        if (column.family != Family::number) return fetch_any;
+        return buffer.size == sizeof(float) ? fetch_real<float> : fetch_real<double>;
+    case SQLT_DAT: return column.family == Family::date ? fetch_date : fetch_any;
+    case SQLT_BLOB:
+    case SQLT_CLOB: return fetch_lob;
+    default: break;
+    }
+    if (column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
+    return column.family == Family::text || column.family == Family::date ? fetch_text : fetch_any;
+}
+
+} // namespace oci

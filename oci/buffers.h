@@ -1,0 +1,48 @@
+#pragma once
+
+#include "values.h"
+
+struct sqlite3_stmt;
+struct OCILobLocator;
+
+namespace oci {
+
+/// A caller's buffer for the values of one placeholder or column. Element i lies i * size bytes in (locators: i pointers),
+/// its indicator, length and return code at index i.
+struct Buffer {
+    void* value = nullptr;
+    sb4 size = 0;
+    ub2 type = 0;
+    sb2* indicator = nullptr;
+    ub2* length = nullptr;
+    ub2* return_code = nullptr;
+
+    char* element(ub4 index) const {
+        const std::size_t step = type == SQLT_BLOB || type == SQLT_CLOB ? sizeof(void*) : static_cast<std::size_t>(size);
+        return static_cast<char*>(value) + index * step;
+    }
+
+    /// Throws ORA-03115 for an external type, ORA-01460 for a size, that cannot be converted.
+    void check() const;
+};
+
+/// What a read of a buffer may need room for.
+struct Scratch {
+    char date[iso_size];
+    std::string text;
+};
+
+/// The value that the caller put into an element. It may point into the buffer or the scratch.
+Value read(const Buffer& buffer, ub4 index, Scratch& scratch);
+
+/// Writes a value into an element in the buffer's type, whatever the two are.
+/// @throws the ORA- number of a value that cannot be converted or does not fit
+void write(const Buffer& buffer, ub4 index, const Value& value);
+
+/// Writes column `column` of the current row into element `index` of the buffer.
+using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);
+
+/// The quickest way from a column of this type to this buffer.
+Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column);
+
+} // namespace oci

@@ -1,0 +1,165 @@
+#include "statement.h"
+
+#include <sqlite3.h>
+
+namespace oci {
+namespace {
+
+constexpr int longest_text_expression = 4000;
+
+void step(OCIStmt& handle) {
+    const int status = sqlite3_step(handle.rows);
+    if (status == SQLITE_ROW) {
+        handle.cursor = OCIStmt::Cursor::row;
+        return;
+    }
+    handle.cursor = OCIStmt::Cursor::closed;
+    if (status != SQLITE_DONE) {
+        const OracleError error = sqlite_error(sqlite3_db_handle(handle.rows));
+        sqlite3_reset(handle.rows);
+        session_of(handle).failed();
+        throw error;
+    }
+    sqlite3_reset(handle.rows);
+}
+
+void describe_by_value(OCIStmt& handle) {
+    Statement& statement = *handle.statement;
+    for (std::size_t i = 0; i < statement.columns.size(); ++i) {
+        if (!statement.described_by_value[i]) continue;
+        const bool row = handle.cursor == OCIStmt::Cursor::row;
+        statement.columns[i] =
+            row ? type_of_value(handle.rows, static_cast<int>(i)) : ColumnType::of_family(Family::text, longest_text_expression);
+    }
+    for (std::size_t i = 0; i < statement.params.size(); ++i) statement.params[i]->type = statement.columns[i];
+}
+
+void make_defines_ready(OCIStmt& handle) {
+    const auto& columns = handle.statement->columns;
+    if (handle.defines.size() > columns.size()) throw OracleError(1007);
+    for (std::size_t i = 0; i < handle.defines.size(); ++i) {
+        if (OCIDefine* define = handle.defines[i]) define->fetch = choose_fetcher(define->buffer, columns[i]);
+    }
+    handle.defines_ready = true;
+}
+
+/// The locator of a row that is about to be fetched: should the caller free it meanwhile, its memory is not used for another.
+void keep_locator(OCIDefine& define, ub4 row) {
+    OCILobLocator* locator = locator_at(define.buffer.element(row));
+    if (define.pinned.size() <= row) define.pinned.resize(row + 1, nullptr);
+    OCILobLocator*& kept = define.pinned[row];
+    if (locator == kept) return;
+    if (locator != nullptr) pin(*locator);
+    if (kept != nullptr) unpin(*kept);
+    kept = locator;
+}
+
+void fetch_row(OCIStmt& handle, ub4 row) {
+    for (std::size_t i = 0; i < handle.defines.size(); ++i) {
+        OCIDefine* define = handle.defines[i];
+        if (define == nullptr) continue;
+        const bool lob = define->buffer.type == SQLT_BLOB;
+        if (lob) keep_locator(*define, row);
+        define->fetch(define->buffer, handle.rows, static_cast<int>(i), row);
+        if (lob) attach_to_row(define->buffer, row, handle, handle.rows, static_cast<int>(i));
+    }
+}
+
+void check(int status, sqlite3* db) {
+    if (status != SQLITE_OK && status != SQLITE_DONE) throw sqlite_error(db);
+}
+
+/// Moves the rows that a query has left into a database of their own and lets the query go on from there.
+void detach(OCIStmt& handle) {
+    sqlite3* db = nullptr;
+    check(sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr), db);
+    std::unique_ptr<sqlite3, ConnectionCloser> rest(db);
+    const int columns = sqlite3_column_count(handle.rows);
+    std::string names = "c0";
+    std::string places = "?";
+    for (int i = 1; i < columns; ++i) {
+        names += ",c" + std::to_string(i);
+        places += ",?";
+    }
+    check(sqlite3_exec(db, ("CREATE TABLE rest(" + names + "); BEGIN").c_str(), nullptr, nullptr, nullptr), db);
+    sqlite3_stmt* prepared = nullptr;
+    check(sqlite3_prepare_v2(db, ("INSERT INTO rest VALUES(" + places + ")").c_str(), -1, &prepared, nullptr), db);
+    const Compiled insert(prepared);
+    for (; handle.cursor != OCIStmt::Cursor::closed; step(handle)) {
+        if (handle.cursor == OCIStmt::Cursor::open) continue;
+        for (int i = 0; i < columns; ++i) sqlite3_bind_value(prepared, i + 1, sqlite3_column_value(handle.rows, i));
+        check(sqlite3_step(prepared), db);
+        sqlite3_reset(prepared);
+    }
+    check(sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr), db);
+    check(sqlite3_prepare_v2(db, "SELECT * FROM rest ORDER BY rowid", -1, &prepared, nullptr), db);
+    handle.detached_rows.reset(prepared);
+    handle.detached = std::move(rest);
+    handle.rows = prepared;
+    handle.cursor = OCIStmt::Cursor::open;
+}
+
+} // namespace
+
+ColumnType type_of_value(sqlite3_stmt* row, int column) {
+    switch (sqlite3_column_type(row, column)) {
+    case SQLITE_INTEGER:
+    case SQLITE_FLOAT: return ColumnType::number();
+    case SQLITE_BLOB: return ColumnType::of_family(Family::raw, 2000);
+    default: return ColumnType::of_family(Family::text, longest_text_expression);
+    }
+}
+
+void detach_queries(Session& session) {
+    for (OCIStmt* handle : session.handles) {
+        if (handle->cursor != OCIStmt::Cursor::closed && handle->detached == nullptr) detach(*handle);
+    }
+}
+
+void execute_query(OCIStmt& handle) {
+    Session& session = session_of(handle);
+    Statement& statement = *handle.statement;
+    session.check_connected_lately();
+    statement.compile(session);
+    bind_inputs(handle, 0);
+    const bool began = statement.translation.for_update && session.begin(statement.translation.patience);
+    handle.rows = statement.compiled.get();
+    try {
+        step(handle);
+    } catch (...) {
+        if (began) session.rollback();
+        throw;
+    }
+    describe_by_value(handle);
+    handle.described = true;
+    handle.at_end = false;
+    handle.defines_ready = false;
+}
+
+sword fetch(OCIStmt& handle, ub4 rows) {
+    handle.rows_fetched = 0;
+    if (!handle.described) throw OracleError(24338);
+    if (handle.at_end) throw OracleError(1002);
+    if (!handle.defines_ready) make_defines_ready(handle);
+    while (handle.rows_fetched < rows) {
+        if (handle.cursor == OCIStmt::Cursor::open) step(handle);
+        if (handle.cursor == OCIStmt::Cursor::closed) {
+            handle.at_end = true;
+            return OCI_NO_DATA;
+        }
+        handle.cursor = OCIStmt::Cursor::open;
+        fetch_row(handle, handle.rows_fetched);
+        ++handle.rows_fetched;
+    }
+    return OCI_SUCCESS;
+}
+
+void close_cursor(OCIStmt& handle) {
+    if (handle.statement && handle.statement->compiled) sqlite3_reset(handle.statement->compiled.get());
+    handle.detached_rows.reset();
+    handle.detached.reset();
+    handle.rows = nullptr;
+    handle.cursor = OCIStmt::Cursor::closed;
+}
+
+} // namespace oci

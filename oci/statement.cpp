@@ -1,0 +1,302 @@
+#include "statement.h"
+
+#include <algorithm>
+#include <utility>
+#include <sqlite3.h>
+
+namespace oci {
+namespace {
+
+struct FirstWord {
+    std::string_view word;
+    ub2 type;
+    Statement::Kind kind;
+};
+
+constexpr FirstWord first_words[] = {
+    {"SELECT", OCI_STMT_SELECT, Statement::Kind::query}, {"WITH", OCI_STMT_SELECT, Statement::Kind::query},
+    {"INSERT", OCI_STMT_INSERT, Statement::Kind::dml},   {"UPDATE", OCI_STMT_UPDATE, Statement::Kind::dml},
+    {"DELETE", OCI_STMT_DELETE, Statement::Kind::dml},   {"CREATE", OCI_STMT_CREATE, Statement::Kind::other},
+    {"DROP", OCI_STMT_DROP, Statement::Kind::other},     {"ALTER", OCI_STMT_ALTER, Statement::Kind::other},
+    {"BEGIN", OCI_STMT_BEGIN, Statement::Kind::block},   {"DECLARE", OCI_STMT_DECLARE, Statement::Kind::block},
+    {"CALL", OCI_STMT_CALL, Statement::Kind::block},
+};
+
+void release(OCIDefine& define) {
+    for (OCILobLocator* locator : define.pinned) unpin(*locator);
+    define.pinned.clear();
+    Slab<OCIDefine>::give_back(define);
+}
+
+void release(OCIBind& bind) {
+    bind.buffer = {};
+    Slab<OCIBind>::give_back(bind);
+}
+
+template <class T>
+void release_all(std::vector<T*>& handles) {
+    for (T* handle : handles) {
+        if (handle != nullptr) release(*handle);
+    }
+    handles.clear();
+}
+
+/// The handle for a position: made once, however often the position is bound or defined anew.
+template <class T>
+T& handle_at(std::vector<T*>& handles, ub4 position, OCIEnv* env) {
+    if (handles.size() < position) handles.resize(position, nullptr);
+    T*& handle = handles[position - 1];
+    if (handle == nullptr) handle = &Slab<T>::take(env);
+    return *handle;
+}
+
+/// The type of a select-list column that is a column of a table; nothing for an expression.
+std::optional<ColumnType> declared_type(Session& session, sqlite3_stmt* query, int column) {
+    const char* declared = sqlite3_column_decltype(query, column);
+    auto type = declared != nullptr ? ColumnType::parse(declared) : std::nullopt;
+    const char* table = sqlite3_column_table_name(query, column);
+    const char* origin = sqlite3_column_origin_name(query, column);
+    if (!type || table == nullptr || origin == nullptr) return type;
+    const auto* known = session.columns_of(upper(table));
+    if (known == nullptr) return type;
+    for (const auto& candidate : *known) {
+        if (candidate.name == upper(origin)) type->nullable = candidate.type.nullable;
+    }
+    return type;
+}
+
+void dispatch(OCIStmt& statement, ub4 iterations, ub4 first) {
+    switch (statement.statement->kind) {
+    case Statement::Kind::query: return execute_query(statement);
+    case Statement::Kind::dml: return execute_dml(statement, iterations, first);
+    case Statement::Kind::block: return execute_block(statement, iterations, first);
+    case Statement::Kind::other: return execute_other(statement);
+    }
+}
+
+/// Runs one iteration and carries what RETURNING gives back into its element.
+void run_iteration(OCIStmt& handle, ub4 iteration) {
+    const Statement& statement = *handle.statement;
+    sqlite3_stmt* compiled = statement.compiled.get();
+    const auto& into = statement.translation.into;
+    bind_inputs(handle, iteration);
+    bool returned = false;
+    int status = SQLITE_ROW;
+    while ((status = sqlite3_step(compiled)) == SQLITE_ROW) {
+        if (std::exchange(returned, true)) throw OracleError(24369);
+        for (std::size_t i = 0; i < into.size(); ++i) {
+            const Buffer& buffer = bind_at(handle, into[i]).buffer;
+            write(buffer, iteration, Value::of(sqlite3_column_value(compiled, static_cast<int>(i))));
+            attach_to_row(buffer, iteration, handle, compiled, static_cast<int>(i));
+        }
+    }
+    if (status != SQLITE_DONE) throw sqlite_error(sqlite3_db_handle(compiled));
+    handle.row_count += static_cast<ub4>(sqlite3_changes(sqlite3_db_handle(compiled)));
+}
+
+} // namespace
+
+void ConnectionCloser::operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+
+Statement::Statement(std::string_view sql) : text(sql), tokens(tokenize(text)) {
+    for (const FirstWord& known : first_words) {
+        if (!tokens.front().is(known.word)) continue;
+        kind = known.kind;
+        type = known.type;
+    }
+    if (type == OCI_STMT_CREATE) return; // a procedure's text has no placeholders of its caller
+    for (const Token& token : tokens) {
+        if (token.kind != Token::Kind::placeholder) continue;
+        const std::string name = upper(token.text);
+        const bool repeated = kind == Kind::block && std::find(names.begin(), names.end(), name) != names.end();
+        if (!repeated) names.push_back(name);
+    }
+}
+
+Statement::~Statement() {
+    for (OCIParam* param : params) Slab<OCIParam>::give_back(*param);
+}
+
+void Statement::compile(Session& session) {
+    const unsigned now = session.database().ddl_count;
+    if (compiled && compiled_at == now) return;
+    translation = translate(session, tokens);
+    compiled = session.compile(translation.sql);
+    compiled_at = now;
+    inputs.clear();
+    const auto& into = translation.into;
+    for (unsigned position = 1; position <= names.size(); ++position) {
+        if (std::find(into.begin(), into.end(), position) == into.end()) inputs.push_back(position);
+    }
+    translation.targets.resize(names.size());
+    describe(session);
+}
+
+void Statement::describe(Session& session) {
+    const int count = sqlite3_column_count(compiled.get()) - (translation.locked_table.empty() ? 0 : 1);
+    columns.assign(static_cast<std::size_t>(kind == Kind::query ? count : 0), {});
+    described_by_value.assign(columns.size(), false);
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        const bool told = i < translation.columns.size() && translation.columns[i].family != Family::unknown;
+        if (const auto declared = declared_type(session, compiled.get(), static_cast<int>(i))) {
+            columns[i] = *declared;
+        } else if (told) {
+            columns[i] = translation.columns[i];
+        } else {
+            described_by_value[i] = true;
+        }
+    }
+}
+
+Session& session_of(const OCIStmt& statement) { return session_of(statement.service); }
+
+OCIBind& bind_at(const OCIStmt& statement, unsigned position) {
+    if (position > statement.binds.size() || statement.binds[position - 1] == nullptr) throw OracleError(1008);
+    return *statement.binds[position - 1];
+}
+
+void bind_inputs(OCIStmt& handle, ub4 iteration) {
+    const Statement& statement = *handle.statement;
+    for (const unsigned position : statement.inputs) {
+        OCIBind& bind = bind_at(handle, position);
+        Value value = read(bind.buffer, iteration, bind.scratch);
+        if (const auto& target = statement.translation.targets[position - 1]) {
+            value = fit(value, target->type, target->column, bind.scratch.text);
+        }
+        value.bind(statement.compiled.get(), static_cast<int>(position));
+    }
+}
+
+void execute_dml(OCIStmt& handle, ub4 iterations, ub4 first) {
+    Session& session = session_of(handle);
+    Statement& statement = *handle.statement;
+    if (iterations == 0) throw OracleError(24333);
+    const bool began = session.begin();
+    handle.row_count = 0;
+    try {
+        statement.compile(session);
+        for (ub4 i = first; i < iterations; ++i) {
+            run_iteration(handle, i);
+            sqlite3_reset(statement.compiled.get());
+        }
+    } catch (...) {
+        sqlite3_reset(statement.compiled.get());
+        session.failed();
+        // Nothing was written: the lock is not kept for it.
+        if (began && handle.row_count == 0) session.rollback();
+        throw;
+    }
+}
+
+void attach_to_row(const Buffer& buffer, ub4 index, const OCIStmt& handle, sqlite3_stmt* row, int column) {
+    const std::string& table = handle.statement->translation.locked_table;
+    if (buffer.type != SQLT_BLOB || table.empty()) return;
+    OCILobLocator* locator = locator_at(buffer.element(index));
+    const char* origin = sqlite3_column_origin_name(row, column);
+    locator->service = handle.service;
+    locator->table = table;
+    locator->column = origin != nullptr ? origin : sqlite3_column_name(row, column);
+    locator->row = sqlite3_column_int64(row, sqlite3_column_count(row) - 1);
+    locator->transaction = session_of(handle).transaction();
+    locator->temporary = false;
+}
+
+void abandon(OCIStmt& handle) {
+    close_cursor(handle);
+    release_all(handle.binds);
+    release_all(handle.defines);
+    handle.defines_ready = false;
+    handle.described = false;
+    handle.statement.reset();
+    Slab<OCIStmt>::give_back(handle);
+}
+
+} // namespace oci
+
+using namespace oci;
+
+sword OCIStmtPrepare2(OCISvcCtx* svchp, OCIStmt** stmthp, OCIError* errhp, const OraText* stmttext, ub4 stmt_len,
+                      const OraText*, ub4, ub4, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        Session& session = session_of(svchp);
+        if (stmttext == nullptr || stmt_len == 0) throw OracleError(24373);
+        auto statement = session.take_statement({reinterpret_cast<const char*>(stmttext), stmt_len});
+        OCIStmt& handle = Slab<OCIStmt>::take(svchp->env);
+        session.handles.insert(&handle);
+        handle.service = svchp;
+        handle.statement = std::move(statement);
+        handle.rows_fetched = 0;
+        handle.row_count = 0;
+        *stmthp = &handle;
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCIStmtRelease(OCIStmt* stmthp, OCIError* errhp, const OraText*, ub4, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        OCIStmt& handle = live<OCIStmt>(stmthp);
+        Session& session = session_of(handle);
+        close_cursor(handle);
+        if (handle.statement->compiled) sqlite3_clear_bindings(handle.statement->compiled.get());
+        session.keep_statement(std::move(handle.statement));
+        session.handles.erase(&handle);
+        abandon(handle);
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCIBindByPos(OCIStmt* stmthp, OCIBind** bindpp, OCIError* errhp, ub4 position, void* valuep, sb4 value_sz, ub2 dty,
+                   void* indp, ub2* alenp, ub2* rcodep, ub4, ub4*, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        OCIStmt& handle = live<OCIStmt>(stmthp);
+        if (position == 0 || position > handle.statement->names.size()) throw OracleError(1036);
+        const Buffer buffer{valuep, value_sz, dty, static_cast<sb2*>(indp), alenp, rcodep};
+        buffer.check();
+        OCIBind& bind = handle_at(handle.binds, position, handle.env);
+        bind.buffer = buffer;
+        *bindpp = &bind;
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 position, void* valuep, sb4 value_sz, ub2 dty,
+                     void* indp, ub2* rlenp, ub2* rcodep, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        OCIStmt& handle = live<OCIStmt>(stmthp);
+        const std::size_t columns = handle.described ? handle.statement->columns.size() : 1000;
+        if (position == 0 || position > columns) throw OracleError(1007);
+        const Buffer buffer{valuep, value_sz, dty, static_cast<sb2*>(indp), rlenp, rcodep};
+        buffer.check();
+        OCIDefine& define = handle_at(handle.defines, position, handle.env);
+        define.buffer = buffer;
+        handle.defines_ready = false;
+        *defnpp = &define;
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCIStmtExecute(OCISvcCtx* svchp, OCIStmt* stmthp, OCIError* errhp, ub4 iters, ub4 rowoff, const OCISnapshot*,
+                     OCISnapshot*, ub4 mode) {
+    return guarded(errhp, [&]() -> sword {
+        OCIStmt& handle = live<OCIStmt>(stmthp);
+        Session& session = session_of(svchp);
+        if (handle.service != svchp) throw InvalidHandle{};
+        close_cursor(handle);
+        handle.rows_fetched = 0;
+        handle.described = false;
+        dispatch(handle, iters, rowoff);
+        if ((mode & OCI_COMMIT_ON_SUCCESS) != 0) session.commit();
+        const bool query = handle.statement->kind == Statement::Kind::query;
+        return query && iters > 0 ? fetch(handle, iters) : OCI_SUCCESS;
+    });
+}
+
+sword OCIStmtFetch(OCIStmt* stmthp, OCIError* errhp, ub4 nrows, ub2 orientation, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        OCIStmt& handle = live<OCIStmt>(stmthp);
+        if (orientation != OCI_FETCH_NEXT) throw OracleError(3001, "scrollable cursor");
+        const sword status = fetch(handle, nrows);
+        if (status == OCI_NO_DATA) record(errhp, OracleError(1403));
+        return status;
+    });
+}

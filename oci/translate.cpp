@@ -1,0 +1,713 @@
+#include "translate.h"
+
+#include <array>
+#include <charconv>
+#include <sqlite3.h>
+
+namespace oci {
+namespace {
+
+constexpr int deepest_nesting = 200;
+
+struct Expression {
+    std::string sql;
+    ColumnType type{};        ///< of unknown family where the text does not tell
+    unsigned placeholder = 0; ///< its position when the expression is nothing but a placeholder
+    bool star = false;        ///< table.*
+};
+
+/// What a function's result is: of a family, or of the family of one of its arguments.
+struct FunctionType {
+    std::string_view name;
+    Family family;
+    std::size_t argument; ///< 1-based; 0: the family
+};
+
+constexpr FunctionType function_types[] = {
+    {"COUNT", Family::number, 0},        {"SUM", Family::number, 0},      {"AVG", Family::number, 0},
+    {"LENGTH", Family::number, 0},       {"INSTR", Family::number, 0},    {"TO_NUMBER", Family::number, 0},
+    {"MOD", Family::number, 0},          {"ABS", Family::number, 0},      {"MONTHS_BETWEEN", Family::number, 0},
+    {"SIGN", Family::number, 0},         {"CEIL", Family::number, 0},     {"FLOOR", Family::number, 0},
+    {"POWER", Family::number, 0},        {"SQRT", Family::number, 0},     {"EXTRACT", Family::number, 0},
+    {"ASCII", Family::number, 0},        {"TO_CHAR", Family::text, 0},    {"SUBSTR", Family::text, 0},
+    {"UPPER", Family::text, 0},          {"LOWER", Family::text, 0},      {"TRIM", Family::text, 0},
+    {"LTRIM", Family::text, 0},          {"RTRIM", Family::text, 0},      {"LPAD", Family::text, 0},
+    {"RPAD", Family::text, 0},           {"REPLACE", Family::text, 0},    {"INITCAP", Family::text, 0},
+    {"CHR", Family::text, 0},            {"CONCAT", Family::text, 0},     {"TRANSLATE", Family::text, 0},
+    {"RAWTOHEX", Family::text, 0},       {"HEXTORAW", Family::raw, 0},    {"TO_DATE", Family::date, 0},
+    {"ADD_MONTHS", Family::date, 0},     {"LAST_DAY", Family::date, 0},   {"NEXT_DAY", Family::date, 0},
+    {"EMPTY_BLOB", Family::blob, 0},     {"EMPTY_CLOB", Family::clob, 0}, {"MAX", Family::unknown, 1},
+    {"MIN", Family::unknown, 1},         {"NVL", Family::unknown, 1},     {"COALESCE", Family::unknown, 1},
+    {"NULLIF", Family::unknown, 1},      {"GREATEST", Family::unknown, 1}, {"LEAST", Family::unknown, 1},
+    {"ROUND", Family::unknown, 1},       {"TRUNC", Family::unknown, 1},   {"NVL2", Family::unknown, 2},
+    {"DECODE", Family::unknown, 3},
+};
+
+/// An expression keeps the family of what it is made of, not its size: NUMBER alone, VARCHAR2(4000).
+ColumnType expression_type(Family family) {
+    switch (family) {
+    case Family::number: return ColumnType::number();
+    case Family::text:
+    case Family::fixed_text: return ColumnType::of_family(Family::text, 4000);
+    case Family::date: return ColumnType::of_family(Family::date, 7);
+    case Family::raw: return ColumnType::of_family(Family::raw, 2000);
+    default: return ColumnType::of_family(family);
+    }
+}
+
+std::string fit_call(const std::string& sql, const ColumnType& type, std::string_view column) {
+    std::string call = "ora_fit(" + sql;
+    for (const int part : {static_cast<int>(type.family), int{type.size}, int{type.precision}, int{type.scale}}) {
+        call += "," + std::to_string(part);
+    }
+    return call + ",'" + std::string(column) + "')";
+}
+
+void append(std::string& sql, std::string_view piece) {
+    if (!sql.empty() && !piece.empty()) sql += ' ';
+    sql += piece;
+}
+
+class Translator {
+  public:
+    Translator(Session& session, std::span<const Token> tokens, const Positions& positions)
+        : m_session(session), m_tokens(tokens), m_positions(positions) {
+        collect_tables();
+    }
+
+    Translation statement() {
+        if (peek().is("INSERT")) {
+            insert();
+        } else if (peek().is("UPDATE")) {
+            update();
+        } else if (peek().is("DELETE")) {
+            erase();
+        } else {
+            append(m_result.sql, clause({}));
+        }
+        if (peek().is(";")) take();
+        if (!at_end()) throw OracleError(900, "near \"" + std::string(peek().text) + "\"");
+        return std::move(m_result);
+    }
+
+    std::string expression_text() { return clause({}); }
+
+  private:
+    using Stops = std::initializer_list<std::string_view>;
+
+    const Token& peek(std::size_t ahead = 0) const {
+        static constexpr Token end{Token::Kind::end, {}};
+        if (m_at + ahead >= m_tokens.size()) return end;
+        const Token& token = m_tokens[m_at + ahead];
+        if (token.kind == Token::Kind::unterminated) throw OracleError(1756);
+        return token;
+    }
+    bool at_end() const { return peek().kind == Token::Kind::end; }
+    const Token& take() {
+        const Token& token = peek();
+        ++m_at;
+        return token;
+    }
+    bool accept(std::string_view wanted) {
+        if (!peek().is(wanted)) return false;
+        ++m_at;
+        return true;
+    }
+    void expect(std::string_view wanted, int code) {
+        if (!accept(wanted)) throw OracleError(code);
+    }
+    const Token& name() {
+        if (!peek().is_name()) throw OracleError(904, "\"" + std::string(peek().text) + "\"");
+        return take();
+    }
+
+    /// The tables that the statement mentions, to look up what its columns are declared as.
+    void collect_tables() {
+        bool from = false;
+        for (std::size_t i = 1; i < m_tokens.size(); ++i) {
+            const Token& before = m_tokens[i - 1];
+            if (before.is("FROM")) from = true;
+            if (before.is("WHERE") || before.is("SELECT")) from = false;
+            const bool place = before.is("FROM") || before.is("JOIN") || before.is("INTO") || before.is("UPDATE") ||
+                               before.is("DELETE") || (from && before.is(","));
+            if (!place || !m_tokens[i].is_name() || is_keyword(m_tokens[i])) continue;
+            if (const auto* columns = m_session.columns_of(upper(plain_name(m_tokens[i])))) m_tables.push_back(columns);
+        }
+    }
+
+    const Column* find_column(std::string_view column) const {
+        const std::string wanted = upper(column);
+        for (const auto* columns : m_tables) {
+            for (const auto& candidate : *columns) {
+                if (candidate.name == wanted) return &candidate;
+            }
+        }
+        return nullptr;
+    }
+
+    // ---- tokens and clauses
+
+    bool starts_expression(const Token& token) const {
+        switch (token.kind) {
+        case Token::Kind::quoted:
+        case Token::Kind::string:
+        case Token::Kind::number:
+        case Token::Kind::placeholder: return true;
+        case Token::Kind::word: return token.is("CASE") || !is_keyword(token);
+        case Token::Kind::symbol: return token.is("(") || token.is("-") || token.is("+");
+        default: return false;
+        }
+    }
+
+    /// Everything up to the end, a closing parenthesis or one of the stops.
+    std::string clause(Stops stops) {
+        std::string sql;
+        while (!at_end() && !peek().is(")") && !peek().is(";")) {
+            for (const auto stop : stops) {
+                if (peek().is(stop)) return sql;
+            }
+            append(sql, item());
+        }
+        return sql;
+    }
+
+    std::string item() {
+        const Token& token = peek();
+        if (token.is("SELECT") && m_depth == 0 && !m_selected) return select();
+        if (token.is("ORDER") && peek(1).is("BY")) return order_by();
+        if (token.is("OFFSET") || token.is("FETCH")) return limit_rows();
+        if (token.is("FOR") && peek(1).is("UPDATE") && m_depth == 0) return lock_rows();
+        if (token.is("RETURNING")) return returning();
+        if (accept("MINUS")) return "EXCEPT";
+        if (accept("^=")) return "<>";
+        if (starts_expression(token)) return additive().sql;
+        return std::string(take().text);
+    }
+
+    /// Oracle sorts NULL as the greatest value, SQLite as the least.
+    std::string order_by() {
+        take();
+        take();
+        std::string sql = "ORDER BY";
+        do {
+            append(sql, clause({",", "ASC", "DESC", "NULLS", "FOR", "OFFSET", "FETCH", "ROWS", "RANGE", "UNION", "MINUS",
+                                "INTERSECT"}));
+            const bool descending = peek().is("DESC");
+            if (descending || peek().is("ASC")) append(sql, take().text);
+            if (accept("NULLS")) {
+                append(sql, "NULLS");
+                append(sql, take().text);
+            } else {
+                sql += descending ? " NULLS FIRST" : " NULLS LAST";
+            }
+        } while (accept(",") && (sql += ",", true));
+        return sql;
+    }
+
+    /// OFFSET n ROWS FETCH FIRST m ROWS ONLY, in either or both halves.
+    std::string limit_rows() {
+        std::string offset;
+        std::string count = "-1";
+        if (accept("OFFSET")) {
+            offset = " OFFSET " + additive().sql;
+            if (!accept("ROWS")) expect("ROW", 933);
+        }
+        if (accept("FETCH")) {
+            if (!accept("FIRST")) expect("NEXT", 933);
+            count = starts_expression(peek()) ? additive().sql : "1";
+            if (!accept("ROWS")) expect("ROW", 933);
+            expect("ONLY", 933);
+        }
+        return "LIMIT " + count + offset;
+    }
+
+    std::string lock_rows() {
+        take();
+        take();
+        m_result.for_update = true;
+        if (accept("OF")) clause({"NOWAIT", "WAIT", "SKIP"});
+        if (accept("NOWAIT")) m_result.patience = std::chrono::milliseconds(0);
+        if (accept("WAIT")) {
+            int seconds = 0;
+            const auto text = take().text;
+            std::from_chars(text.data(), text.data() + text.size(), seconds);
+            m_result.patience = std::chrono::seconds(seconds);
+        }
+        if (peek().is("SKIP")) throw OracleError(3001, "SKIP LOCKED");
+        return {};
+    }
+
+    // ---- statements
+
+    std::string select() {
+        m_selected = true;
+        std::string sql(take().text);
+        if (peek().is("DISTINCT") || peek().is("ALL")) append(sql, take().text);
+        if (accept("UNIQUE")) append(sql, "DISTINCT");
+        bool star = false;
+        do {
+            append(sql, select_item(star));
+        } while (accept(",") && (sql += ",", true));
+        if (star) m_result.columns.clear();
+        if (accept("INTO")) into_list();
+        append_row_number(sql);
+        return sql;
+    }
+
+    std::string select_item(bool& star) {
+        ColumnType type;
+        std::string sql;
+        if (accept("*")) {
+            star = true;
+            sql = "*";
+        } else if (starts_expression(peek())) {
+            const Expression expression = additive();
+            star = star || expression.star;
+            sql = expression.sql;
+            const bool alias = peek().is("AS") || (peek().is_name() && !is_keyword(peek()));
+            const std::size_t behind = alias ? (peek().is("AS") ? 2 : 1) : 0;
+            const Token& next = peek(behind);
+            if (next.is(",") || next.is("FROM") || next.is("INTO") || next.kind == Token::Kind::end) type = expression.type;
+        }
+        append(sql, clause({",", "FROM", "INTO", "UNION", "MINUS", "INTERSECT"}));
+        m_result.columns.push_back(type);
+        return sql;
+    }
+
+    /// A large object of a row that is locked can be written: the row's number tells which it is.
+    void append_row_number(std::string& sql) {
+        if (!peek().is("FROM") || !peek(1).is_name()) return;
+        bool locks = false;
+        for (std::size_t i = 0; peek(i).kind != Token::Kind::end; ++i) {
+            if (peek(i).is(",") && i < 4) return;
+            if (peek(i).is("JOIN") || peek(i).is("UNION")) return;
+            locks = locks || (peek(i).is("FOR") && peek(i + 1).is("UPDATE"));
+        }
+        if (!locks || m_session.columns_of(upper(plain_name(peek(1)))) == nullptr) return;
+        m_result.locked_table = plain_name(peek(1));
+        sql += ", rowid";
+    }
+
+    void insert() {
+        take();
+        expect("INTO", 900);
+        const Token& table = table_name();
+        std::string sql = "INSERT INTO " + identifier(table);
+        if (peek().is_name() && !is_keyword(peek())) sql += " AS " + identifier(take());
+        const auto* columns = m_session.columns_of(upper(plain_name(table)));
+        std::vector<const Column*> stored;
+        if (peek().is("(") && !peek(1).is("SELECT")) {
+            append(sql, column_list(columns, stored));
+        } else if (columns != nullptr) {
+            for (const auto& column : *columns) stored.push_back(&column);
+        }
+        if (accept("VALUES")) {
+            append(sql, "VALUES " + stored_values(stored));
+        } else {
+            append(sql, stored_query(stored));
+        }
+        append(sql, clause({}));
+        m_result.sql = sql;
+    }
+
+    const Token& table_name() {
+        const Token* table = &name();
+        if (accept(".")) table = &name();
+        return *table;
+    }
+
+    std::string column_list(const std::vector<Column>* columns, std::vector<const Column*>& stored) {
+        take();
+        std::string sql = "(";
+        do {
+            const Token& column = name();
+            if (sql.size() > 1) sql += ",";
+            sql += identifier(column);
+            stored.push_back(columns != nullptr ? column_of(*columns, plain_name(column)) : nullptr);
+        } while (accept(","));
+        expect(")", 907);
+        return sql + ")";
+    }
+
+    static const Column* column_of(const std::vector<Column>& columns, std::string_view column) {
+        const std::string wanted = upper(column);
+        for (const auto& candidate : columns) {
+            if (candidate.name == wanted) return &candidate;
+        }
+        return nullptr;
+    }
+
+    std::string stored_values(const std::vector<const Column*>& stored) {
+        expect("(", 906);
+        std::string sql = "(";
+        for (std::size_t i = 0; i == 0 || accept(","); ++i) {
+            if (i > 0) sql += ",";
+            const Expression value = additive();
+            sql += store(value, i < stored.size() ? stored[i] : nullptr);
+        }
+        expect(")", 907);
+        return sql + ")";
+    }
+
+    /// The expression as the column stores it. A placeholder's value is made to fit when it is bound.
+    std::string store(const Expression& value, const Column* column) {
+        if (column == nullptr || column->type.family == Family::unknown || value.sql == "NULL") return value.sql;
+        if (value.placeholder == 0) return fit_call(value.sql, column->type, column->name);
+        auto& targets = m_result.targets;
+        if (targets.size() < value.placeholder) targets.resize(value.placeholder);
+        auto& target = targets[value.placeholder - 1];
+        // In a block the same name may go to several columns: then only the statement knows what fits.
+        if (target || m_positions) return fit_call(value.sql, column->type, column->name);
+        target = Target{column->type, column->name};
+        return value.sql;
+    }
+
+    std::string stored_query(const std::vector<const Column*>& stored) {
+        const bool parenthesis = accept("(");
+        m_selected = true; // the columns of the query are not described
+        const std::string query = clause({"RETURNING"});
+        if (parenthesis) expect(")", 907);
+        std::string names;
+        std::string values;
+        for (std::size_t i = 0; i < stored.size(); ++i) {
+            const std::string column = "c" + std::to_string(i);
+            if (i > 0) names += ",", values += ",";
+            names += column;
+            values += stored[i] == nullptr ? column : fit_call(column, stored[i]->type, stored[i]->name);
+        }
+        if (stored.empty()) return query;
+        return "WITH \"DTK$ROWS\"(" + names + ") AS (" + query + ") SELECT " + values + " FROM \"DTK$ROWS\" WHERE true";
+    }
+
+    void update() {
+        take();
+        const Token& table = table_name();
+        std::string sql = "UPDATE " + identifier(table);
+        if (peek().is_name() && !is_keyword(peek())) sql += " AS " + identifier(take());
+        expect("SET", 971);
+        sql += " SET ";
+        const auto* columns = m_session.columns_of(upper(plain_name(table)));
+        do {
+            sql += assignment(columns);
+        } while (accept(",") && (sql += ", ", true));
+        append(sql, clause({}));
+        m_result.sql = sql;
+    }
+
+    std::string assignment(const std::vector<Column>* columns) {
+        if (peek().is("(")) return clause({",", "WHERE", "RETURNING"});
+        const Token* column = &name();
+        if (accept(".")) column = &name();
+        expect("=", 927);
+        const Expression value = additive();
+        const Column* stored = columns != nullptr ? column_of(*columns, plain_name(*column)) : nullptr;
+        return identifier(*column) + " = " + store(value, stored);
+    }
+
+    void erase() {
+        take();
+        accept("FROM");
+        std::string sql = "DELETE FROM " + identifier(table_name());
+        if (peek().is_name() && !is_keyword(peek())) sql += " AS " + identifier(take());
+        append(sql, clause({}));
+        m_result.sql = sql;
+    }
+
+    std::string returning() {
+        take();
+        std::string sql = "RETURNING " + clause({"INTO"});
+        expect("INTO", 925);
+        into_list();
+        return sql;
+    }
+
+    void into_list() {
+        do {
+            const Token& target = take();
+            const unsigned position = target.kind == Token::Kind::placeholder || target.is_name() ? position_of(target) : 0;
+            if (position == 0) throw OracleError(6550, "PLS-00201: identifier '" + upper(target.text) + "' must be declared");
+            m_result.into.push_back(position);
+        } while (accept(","));
+    }
+
+    // ---- expressions
+
+    Expression additive() {
+        if (++m_depth_of_expression > deepest_nesting) throw OracleError(900, "nested too deeply");
+        Expression left = term();
+        for (;;) {
+            if (accept("||")) {
+                left = call("ora_concat", left, term(), ColumnType::of_family(Family::text, 4000));
+            } else if (accept("+")) {
+                left = sum(left, term(), '+');
+            } else if (accept("-")) {
+                left = sum(left, term(), '-');
+            } else {
+                --m_depth_of_expression;
+                return left;
+            }
+        }
+    }
+
+    Expression term() {
+        Expression left = factor();
+        for (;;) {
+            if (accept("*")) {
+                const Expression right = factor();
+                left = both_numbers(left, right) ? joined(left, "*", right)
+                                                 : call("ora_mul", left, right, ColumnType::number());
+            } else if (accept("/")) {
+                left = call("ora_div", left, factor(), ColumnType::number());
+            } else {
+                return left;
+            }
+        }
+    }
+
+    Expression factor() {
+        if (accept("+")) return factor();
+        if (!accept("-")) return primary();
+        Expression operand = factor();
+        operand.sql = "- " + operand.sql;
+        operand.placeholder = 0;
+        return operand;
+    }
+
+    static bool both_numbers(const Expression& left, const Expression& right) {
+        return left.type.family == Family::number && right.type.family == Family::number;
+    }
+
+    static Expression joined(const Expression& left, const char* sign, const Expression& right) {
+        return {left.sql + " " + sign + " " + right.sql, ColumnType::number()};
+    }
+
+    static Expression call(const char* function, const Expression& left, const Expression& right, ColumnType type) {
+        return {std::string(function) + "(" + left.sql + ", " + right.sql + ")", type};
+    }
+
+    /// Where an operand may be a date, a function finds out when it runs.
+    static Expression sum(const Expression& left, const Expression& right, char sign) {
+        const Family l = left.type.family;
+        const Family r = right.type.family;
+        if (both_numbers(left, right)) return joined(left, sign == '+' ? "+" : "-", right);
+        ColumnType type;
+        if (l == Family::date && r == Family::number) type = expression_type(Family::date);
+        if (l == Family::number && r == Family::date) type = expression_type(Family::date);
+        if (l == Family::date && r == Family::date) type = ColumnType::number();
+        if (l == Family::text || r == Family::text) type = ColumnType::number();
+        if (l == Family::number && r == Family::unknown && sign == '-') type = ColumnType::number();
+        return call(sign == '+' ? "ora_add" : "ora_sub", left, right, type);
+    }
+
+    Expression primary() {
+        const Token& token = peek();
+        switch (token.kind) {
+        case Token::Kind::number: return {std::string(take().text), ColumnType::number()};
+        case Token::Kind::string: return literal();
+        case Token::Kind::placeholder: return placeholder();
+        case Token::Kind::symbol:
+            if (token.is("(")) return parenthesis();
+            break;
+        case Token::Kind::quoted: return named();
+        case Token::Kind::word:
+            if (token.is("CASE")) return conditional();
+            if (token.is("CAST") && peek(1).is("(")) return cast();
+            if (token.is("EXTRACT") && peek(1).is("(")) return extract();
+            if (token.is("DATE") && peek(1).kind == Token::Kind::string) return date_literal();
+            if (!is_keyword(token)) return named();
+            break;
+        default: break;
+        }
+        throw OracleError(936);
+    }
+
+    Expression literal() {
+        const Token& token = take();
+        if (token.text.size() == 2) return {"NULL"}; // the empty text is NULL
+        return {std::string(token.text), ColumnType::of_family(Family::text, 4000)};
+    }
+
+    unsigned position_of(const Token& token) { return m_positions ? m_positions(token) : ++m_placeholders; }
+
+    Expression placeholder() {
+        Expression expression;
+        expression.placeholder = position_of(take());
+        expression.sql = "?" + std::to_string(expression.placeholder);
+        return expression;
+    }
+
+    Expression parenthesis() {
+        take();
+        ++m_depth;
+        Expression inner;
+        if (starts_expression(peek())) inner = additive();
+        const std::string rest = clause({});
+        expect(")", 907);
+        --m_depth;
+        if (!rest.empty()) inner.type = {};
+        append(inner.sql, rest);
+        inner.sql = "(" + inner.sql + ")";
+        inner.placeholder = 0;
+        return inner;
+    }
+
+    Expression conditional() {
+        Expression result{std::string(take().text)};
+        while (!peek().is("END")) {
+            if (at_end()) throw OracleError(905);
+            const bool value = peek().is("THEN") || peek().is("ELSE");
+            if (!value) {
+                append(result.sql, item());
+                continue;
+            }
+            append(result.sql, take().text);
+            const Expression branch = additive();
+            append(result.sql, branch.sql);
+            if (result.type.family == Family::unknown) result.type = branch.type;
+        }
+        append(result.sql, take().text);
+        return result;
+    }
+
+    Expression cast() {
+        take();
+        take();
+        const Expression value = additive();
+        expect("AS", 905);
+        std::string declaration;
+        for (int depth = 0; depth > 0 || !peek().is(")");) {
+            if (at_end()) throw OracleError(907);
+            if (peek().is("(")) ++depth;
+            if (peek().is(")")) --depth;
+            append(declaration, take().text);
+        }
+        take();
+        const auto type = ColumnType::parse(declaration);
+        if (!type) throw OracleError(902);
+        return {fit_call(value.sql, *type, "CAST"), *type};
+    }
+
+    Expression extract() {
+        static constexpr std::array<std::pair<std::string_view, std::string_view>, 6> fields{
+            {{"YEAR", "YYYY"}, {"MONTH", "MM"}, {"DAY", "DD"}, {"HOUR", "HH24"}, {"MINUTE", "MI"}, {"SECOND", "SS"}}};
+        take();
+        take();
+        const std::string field = upper(take().text);
+        expect("FROM", 923);
+        const Expression date = additive();
+        expect(")", 907);
+        for (const auto& [name, format] : fields) {
+            if (name != field) continue;
+            return {"to_number(to_char(" + date.sql + ",'" + std::string(format) + "'))", ColumnType::number()};
+        }
+        throw OracleError(907);
+    }
+
+    Expression date_literal() {
+        take();
+        const auto text = take().text;
+        const Value written = Value::of(text.substr(1, text.size() - 2));
+        std::string scratch;
+        const ColumnType type = expression_type(Family::date);
+        return {"'" + std::string(fit(written, type, "DATE", scratch).text()) + "'", type};
+    }
+
+    /// A column, a function or a variable.
+    Expression named() {
+        const Token& first = take();
+        if (first.is("NULL")) return {"NULL"};
+        if (first.is("SYSDATE")) return {"sysdate()", expression_type(Family::date)};
+        if (first.is("USER") && !peek().is(".")) return {"user()", ColumnType::of_family(Family::text, 4000)};
+        if (peek().is("(") && peek(1).is("+") && peek(2).is(")")) throw OracleError(3001, "(+)");
+        if (peek().is("(") && first.kind == Token::Kind::word) return function(first);
+        if (m_positions && !peek().is(".") && find_column(plain_name(first)) == nullptr) {
+            if (const unsigned position = m_positions(first); position != 0) return {"?" + std::to_string(position), {}, position};
+        }
+        return column(first);
+    }
+
+    Expression column(const Token& first) {
+        Expression expression;
+        const Token* last = &first;
+        if (peek().is(".") && upper(plain_name(first)) == m_session.user()) {
+            take(); // all accounts share one schema
+            last = &name();
+        }
+        expression.sql = identifier(*last);
+        while (accept(".")) {
+            expression.sql += ".";
+            if (accept("*")) {
+                expression.sql += "*";
+                expression.star = true;
+                return expression;
+            }
+            last = &name();
+            expression.sql += identifier(*last);
+        }
+        if (peek().is("(") && peek(1).is("+") && peek(2).is(")")) throw OracleError(3001, "(+)");
+        if (const Column* found = find_column(plain_name(*last))) expression.type = found->type;
+        if (last->is("ROWID")) expression.type = ColumnType::of_family(Family::rowid);
+        return expression;
+    }
+
+    Expression function(const Token& called) {
+        take();
+        ++m_depth;
+        std::vector<ColumnType> types;
+        std::string arguments;
+        if (peek().is("DISTINCT") || peek().is("ALL")) arguments = take().text;
+        while (!peek().is(")")) {
+            if (at_end()) throw OracleError(907);
+            Expression argument;
+            if (starts_expression(peek())) argument = additive();
+            append(argument.sql, clause({","}));
+            append(arguments, argument.sql);
+            types.push_back(argument.type);
+            if (accept(",")) arguments += ",";
+        }
+        take();
+        --m_depth;
+        return {identifier(called) + "(" + arguments + ")", function_type(upper(called.text), types)};
+    }
+
+    static ColumnType function_type(const std::string& function, const std::vector<ColumnType>& arguments) {
+        for (const auto& known : function_types) {
+            if (known.name != function) continue;
+            if (known.argument == 0) return expression_type(known.family);
+            for (std::size_t i = known.argument - 1; i < arguments.size(); ++i) {
+                if (arguments[i].family != Family::unknown) return expression_type(arguments[i].family);
+            }
+        }
+        return {};
+    }
+
+    Session& m_session;
+    const std::span<const Token> m_tokens;
+    const Positions& m_positions;
+    std::size_t m_at = 0;
+    std::vector<const std::vector<Column>*> m_tables;
+    Translation m_result;
+    unsigned m_placeholders = 0;
+    int m_depth = 0; ///< open parentheses
+    int m_depth_of_expression = 0;
+    bool m_selected = false; ///< the select list that is described has been passed
+};
+
+} // namespace
+
+std::string identifier(const Token& token) {
+    if (token.kind == Token::Kind::quoted) return std::string(token.text);
+    const bool special = token.text.find('#') != std::string_view::npos ||
+                         (sqlite3_keyword_check(token.text.data(), static_cast<int>(token.text.size())) != 0 && !is_keyword(token));
+    return special ? "\"" + std::string(token.text) + "\"" : std::string(token.text);
+}
+
+Translation translate(Session& session, std::span<const Token> tokens, const Positions& positions) {
+    return Translator(session, tokens, positions).statement();
+}
+
+std::string translate_expression(Session& session, std::span<const Token> tokens) {
+    return Translator(session, tokens, {}).expression_text();
+}
+
+} // namespace oci

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "session.h"
+#include "tokens.h"
+
+#include <functional>
+#include <span>
+
+namespace oci {
+
+/// The column that the value of a placeholder is stored in.
+struct Target {
+    ColumnType type;
+    std::string column;
+};
+
+/// A statement in SQLite's SQL, and what Oracle's text says beside it.
+struct Translation {
+    std::string sql;
+    std::vector<ColumnType> columns;       ///< of the select list, unknown where the text does not tell; empty when it has a *
+    std::vector<std::optional<Target>> targets; ///< by placeholder position - 1
+    std::vector<unsigned> into;            ///< positions that RETURNING ... INTO or SELECT ... INTO fill
+    bool for_update = false;
+    std::chrono::milliseconds patience = Session::default_patience;
+    std::string locked_table; ///< its row numbers are the last column, which is not described
+};
+
+/// Finds the position of a name: in a block every occurrence of a name is the same position.
+/// Given a placeholder it always answers; given a plain name it answers 0 when there is no such variable.
+using Positions = std::function<unsigned(const Token&)>;
+
+/// Translates one query or DML statement. Without `positions` every occurrence of a placeholder is the next position.
+Translation translate(Session& session, std::span<const Token> tokens, const Positions& positions = {});
+
+/// A column default or check condition.
+std::string translate_expression(Session& session, std::span<const Token> tokens);
+
+/// An identifier as SQLite has to see it: quoted where only SQLite takes the word for a keyword.
+std::string identifier(const Token& token);
+
+} // namespace oci
