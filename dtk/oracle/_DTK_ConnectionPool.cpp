@@ -1,0 +1,188 @@
+#include "dtk/oracle/_DTK_ConnectionPool.h"
+
+#include <time.h>
+
+#include "dtk/oracle/Reconnects.h"
+#include "dtk/oracle/_DTK_Connection.h"
+#include "dtk/oracle/check.h"
+#include "dtk/oracle/sessions.h"
+
+namespace error = dtk::error;
+using dtk::oracle::check;
+using dtk::oracle::ignore;
+using dtk::oracle::MutexGuard;
+using dtk::oracle::ServiceContext;
+
+OCIEnv* _DTK_ConnectionPool::m_environment = nullptr;
+OCIError* _DTK_ConnectionPool::m_OCIError = nullptr;
+int _DTK_ConnectionPool::m_poolCnt = 0;
+
+namespace {
+
+constexpr unsigned int credentialLimit_bytes = 64;
+
+/// A permit that goes back to the semaphore unless the hand-out that it was taken for succeeds.
+class Permit {
+  public:
+    explicit Permit(DTK_Semaphore& semaphore) : m_semaphore(&semaphore) {}
+    Permit(const Permit&) = delete;
+    Permit& operator=(const Permit&) = delete;
+    ~Permit() {
+        if (m_semaphore) m_semaphore->mb_release();
+    }
+
+    void spend() { m_semaphore = nullptr; }
+
+  private:
+    DTK_Semaphore* m_semaphore;
+};
+
+} // namespace
+
+_DTK_ConnectionPool::_DTK_ConnectionPool()
+    : m_generation(0),
+      m_sessionCount(0),
+      m_maxSessions(0),
+      m_queueMutex(false),
+      m_reconnectMutex(false),
+      m_reconnects(std::make_shared<dtk::oracle::Reconnects>()) {
+    mb_InitializeEnvironment();
+    m_available.mb_destroy();
+    m_available.mb_init(0);
+}
+
+_DTK_ConnectionPool::~_DTK_ConnectionPool() noexcept(false) {
+    m_reconnects->close();
+    if (m_freeSessions.size() != static_cast<std::size_t>(m_sessionCount)) {
+        throw DTK_Exception(error::connections_still_open);
+    }
+    for (; !m_freeSessions.empty(); m_freeSessions.pop()) dtk::oracle::logOff(m_freeSessions.front(), m_OCIError);
+    mb_closeEnvironment();
+}
+
+void _DTK_ConnectionPool::mb_create(const DTK_String& user, const DTK_String& password, DTK_String database,
+                                    unsigned int initialSessions, unsigned int maximumSessions, DTK_String extraText,
+                                    DTK_String, unsigned int) {
+    const MutexGuard lock(m_queueMutex);
+    m_user = user;
+    m_password = password;
+    m_database = database;
+    m_sessionCount = static_cast<int>(initialSessions);
+    m_maxSessions = static_cast<int>(maximumSessions);
+    m_extraText = extraText;
+    try {
+        for (int i = 0; i < m_sessionCount; ++i) {
+            requireShortCredentials();
+            pushNewSession();
+        }
+    } catch (const DTK_Exception& failure) {
+        forgetCredentials();
+        throw DTK_Exception(failure);
+    } catch (...) {
+        forgetCredentials();
+        throw DTK_Exception(error::connection_creation_failed);
+    }
+    releasePermits();
+}
+
+DTK_ConnectionBase* _DTK_ConnectionPool::mb_getConnection(bool timedWait) {
+    takePermit(timedWait);
+    Permit permit(m_available);
+    const MutexGuard lock(m_queueMutex);
+    auto connection = std::make_unique<_DTK_Connection>();
+    connection->m_svcCtx = takeSession();
+    connection->m_pool = this;
+    connection->m_generation = m_generation;
+    permit.spend();
+    return connection.release();
+}
+
+bool _DTK_ConnectionPool::mb_returnConnection(DTK_ConnectionBase* connection) {
+    auto& returned = *static_cast<_DTK_Connection*>(connection);
+    OCISvcCtx* session = returned.m_svcCtx;
+    if (!session) return true;
+    // A session of an earlier generation must not wait for a reconnect that may take for ever.
+    const bool queued = returned.m_generation == m_generation && queueSession(returned);
+    returned.m_svcCtx = nullptr;
+    returned.m_pool = nullptr;
+    if (!queued) dtk::oracle::discard(session, m_OCIError);
+    return true;
+}
+
+void _DTK_ConnectionPool::mb_InitializeEnvironment() {
+    if (m_poolCnt == 0) {
+        m_environment = nullptr;
+        ignore(OCIEnvCreate(&m_environment, OCI_THREADED | OCI_OBJECT, nullptr, nullptr, nullptr, nullptr, 0, nullptr));
+        void* handle = nullptr;
+        if (OCIHandleAlloc(m_environment, &handle, OCI_HTYPE_ERROR, 0, nullptr) != OCI_SUCCESS) {
+            if (m_environment) ignore(OCIHandleFree(m_environment, OCI_HTYPE_ENV));
+            throw DTK_Exception(error::error_handles_failed);
+        }
+        m_OCIError = static_cast<OCIError*>(handle);
+    }
+    ++m_poolCnt;
+}
+
+void _DTK_ConnectionPool::mb_closeEnvironment() {
+    --m_poolCnt;
+    if (m_poolCnt == 0 && m_environment) ignore(OCIHandleFree(m_environment, OCI_HTYPE_ENV));
+}
+
+// The timed form never waits: its deadline, a second after the epoch, has long passed.
+void _DTK_ConnectionPool::takePermit(bool timedWait) {
+    if (timedWait) {
+        constexpr long timeout_ms = 1000;
+        constexpr timespec deadline{timeout_ms / 1000, timeout_ms % 1000 * 1000000};
+        m_available.mb_timeWaitAcquire(&deadline);
+        return;
+    }
+    while (!m_available.mb_acquire()) {
+        // A signal has interrupted the wait.
+    }
+}
+
+void _DTK_ConnectionPool::releasePermits() {
+    for (int i = 0; i < m_maxSessions; ++i) m_available.mb_release();
+}
+
+void _DTK_ConnectionPool::forgetCredentials() {
+    m_user = "";
+    m_password = "";
+    m_database = "";
+    m_sessionCount = 0;
+    m_maxSessions = 0;
+}
+
+void _DTK_ConnectionPool::requireShortCredentials() const {
+    for (const DTK_String* text : {&m_user, &m_password, &m_database}) {
+        if (text->mb_length() >= credentialLimit_bytes) throw DTK_Exception(error::logon_failed);
+    }
+}
+
+void _DTK_ConnectionPool::pushNewSession() {
+    ServiceContext session = dtk::oracle::allocateServiceContext(m_environment);
+    check(dtk::oracle::logOn(m_environment, m_OCIError, session, m_user, m_password, m_database), m_OCIError);
+    m_freeSessions.push(session.get());
+    static_cast<void>(session.release());
+}
+
+// With neither an idle session nor room for a further one the permits outnumber the sessions, as they may after a
+// reconnect: the caller gets a connection without a session.
+OCISvcCtx* _DTK_ConnectionPool::takeSession() {
+    if (m_freeSessions.empty() && m_sessionCount < m_maxSessions) {
+        pushNewSession();
+        ++m_sessionCount;
+    }
+    if (m_freeSessions.empty()) return nullptr;
+    OCISvcCtx* session = m_freeSessions.front();
+    m_freeSessions.pop();
+    return session;
+}
+
+bool _DTK_ConnectionPool::queueSession(_DTK_Connection& connection) {
+    const MutexGuard lock(m_queueMutex);
+    if (connection.m_generation != m_generation) return false;
+    m_freeSessions.push(connection.m_svcCtx);
+    m_available.mb_release();
+    return true;
+}

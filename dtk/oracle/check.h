@@ -1,0 +1,31 @@
+#pragma once
+
+#include <oci.h>
+
+#include "dtk/foundation/DTK_String.h"
+#include "dtk/foundation/ORCL_Exception.h"
+
+namespace dtk::oracle {
+
+/// Turns every status but success into an ORCL_Exception.
+inline void check(sword status, OCIError* errorHandle) {
+    if (status != OCI_SUCCESS) throw ORCL_Exception(errorHandle);
+}
+
+/// Drops a status on purpose.
+inline void ignore(sword) {}
+
+inline const OraText* oraText(const DTK_String& text) {
+    return reinterpret_cast<const OraText*>(text.c_str());
+}
+
+/// Runs an operation so that its failures leave it as a plain DTK_Exception, never as the subclass ORCL_Exception.
+template <typename Operation> auto withPlainException(Operation&& operation) -> decltype(operation()) {
+    try {
+        return operation();
+    } catch (const DTK_Exception& failure) {
+        throw DTK_Exception(failure);
+    }
+}
+
+} // namespace dtk::oracle

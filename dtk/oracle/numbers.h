@@ -1,0 +1,43 @@
+#pragma once
+
+#include <limits>
+#include <type_traits>
+
+#include "dtk/foundation/DTK_Exception.h"
+#include "dtk/foundation/columnBuffer.h"
+
+namespace dtk::oracle {
+
+/// Truncates toward zero. NaN becomes 0, and what does not fit the nearest end of the range.
+inline long long toInt64(double value) {
+    constexpr double end = 9223372036854775808.0;
+    if (value != value) return 0;
+    if (value >= end) return std::numeric_limits<long long>::max();
+    if (value < -end) return std::numeric_limits<long long>::min();
+    return static_cast<long long>(value);
+}
+
+/// Integers keep their low bits; floating point becomes an integer by way of 64 bits.
+template <typename To, typename From> To convertNumber(From value) {
+    if constexpr (std::is_integral_v<To> && std::is_floating_point_v<From>) {
+        return static_cast<To>(toInt64(value));
+    } else {
+        return static_cast<To>(value);
+    }
+}
+
+/// Reads the number that a buffer holds as the type asked for.
+///
+/// @throws DTK_Exception `unreadable`: the buffer holds no number
+template <typename To> To readNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
+    switch (buffer.m_type) {
+    case DTK_INT: return convertNumber<To>(*static_cast<const int*>(buffer.m_value));
+    case DTK_FLOAT: return convertNumber<To>(*static_cast<const float*>(buffer.m_value));
+    case DTK_DOUBLE: return convertNumber<To>(*static_cast<const double*>(buffer.m_value));
+    case DTK_UINT: return convertNumber<To>(*static_cast<const unsigned int*>(buffer.m_value));
+    case DTK_INT64: return convertNumber<To>(*static_cast<const long long*>(buffer.m_value));
+    default: throw DTK_Exception(unreadable);
+    }
+}
+
+} // namespace dtk::oracle
