@@ -46,7 +46,7 @@ enum class Kind : std::uint8_t { number, time, year, round_year, month_name, wee
 /// An element of a date format.
 struct Element {
     std::string_view name;
-    std::size_t width; ///< digits; of names 3 for the abbreviation and 9 for the full name with its padding
+    unsigned width; ///< digits; of names 3 for the abbreviation and 9 for the full name with its padding
     Kind kind;
     int (*written)(const Civil& date) = nullptr; ///< the number that TO_CHAR writes
     int Reading::*slot = nullptr;                ///< where TO_DATE puts the number; null: not for TO_DATE

@@ -6,7 +6,7 @@
 namespace oci {
 
 Decimal::Decimal(const Value& number) {
-    char text[32];
+    char text[32] = {};
     char* end = nullptr;
     if (number.type == Value::Type::integer) {
         end = std::to_chars(text, text + sizeof text, number.integer).ptr;
