@@ -195,7 +195,7 @@ class Definition {
             const bool inline_key = token.is("PRIMARY") && !(i + 2 < tokens.size() && tokens[i + 2].is("("));
             if (inline_key && sql.find("NOT NULL") == std::string::npos) add("NOT NULL");
             not_null = token.is("NOT");
-            if (!token.is("ENABLE")) add(identifier(token));
+            if (!token.is("ENABLE")) add(token.is("NULL") ? "NULL" : identifier(token));
         }
         return sql;
     }

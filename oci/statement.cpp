@@ -57,6 +57,7 @@ std::optional<ColumnType> declared_type(Session& session, sqlite3_stmt* query, i
     const char* table = sqlite3_column_table_name(query, column);
     const char* origin = sqlite3_column_origin_name(query, column);
     if (!type || table == nullptr || origin == nullptr) return type;
+    if (upper(origin) == "ROWID") return ColumnType::of_family(Family::rowid);
     const auto* known = session.columns_of(upper(table));
     if (known == nullptr) return type;
     for (const auto& candidate : *known) {

@@ -121,6 +121,11 @@ Value fit_text(const Value& given, const ColumnType& type, std::string_view colu
     if (given.type == Value::Type::blob && type.family != Family::clob) text = Value::of(scratch = hex_of(given.text()));
     text.type = Value::Type::text;
     if (type.size != 0 && text.size > type.size) value_too_large(column, text.size, type.size);
+    if (type.family == Family::fixed_text && text.size < type.size) {
+        std::string padded(text.text());
+        padded.resize(type.size, ' ');
+        text = Value::of(scratch = std::move(padded));
+    }
     return text;
 }
 
