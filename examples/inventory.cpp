@@ -17,7 +17,6 @@ namespace {
 
 using inventory::Seconds;
 using support::Align;
-using support::fixed;
 using support::grouped;
 
 struct Options {

@@ -1,10 +1,7 @@
-// The shortest complete program: a pool, a table, rows in and rows out.
 #include "dtk/dtk.h"
 
 #include <iostream>
 #include <memory>
-
-namespace {
 
 struct Planet {
     const char* name;
@@ -12,7 +9,7 @@ struct Planet {
     double mass;
 };
 
-void count_moons() {
+int main() try {
     std::unique_ptr<DTK_ConnectionPoolBase> pool(gb_getConnectionPool());
     pool->mb_create("demo", "secret", "memory:quickstart", 1, 4, "", "", 0);
     std::unique_ptr<DTK_ConnectionBase> connection(pool->mb_getConnection(true));
@@ -31,19 +28,11 @@ void count_moons() {
 
     std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_executeQuery("SELECT * FROM planets ORDER BY moons DESC"));
     while (rows->mb_fetch())
-        std::cout << rows->mb_getString(1).c_str() << " has " << rows->mb_getInt(2) << " moons and "
-                  << rows->mb_getDouble(3) << " times the mass of the Earth\n";
+        std::cout << rows->mb_getString(1).c_str() << ": " << rows->mb_getInt(2) << " moons, " << rows->mb_getDouble(3)
+                  << " times the mass of the Earth\n";
     statement->mb_closeResultSet(rows.get());
     connection->mb_terminateStatement(statement.get());
-}
-
-} // namespace
-
-int main() {
-    try {
-        count_moons();
-    } catch (DTK_Exception& error) {
-        std::cerr << error.what() << '\n';
-        return 1;
-    }
+} catch (DTK_Exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
 }
