@@ -192,6 +192,7 @@ support::Pool open_database(const std::string& database) {
 
 void copy_between(const std::string& source_name, const std::string& target_name, const std::string& table,
                   const std::vector<std::string>& columns) {
+    if (!std::filesystem::exists(source_name)) throw std::runtime_error("there is no database " + source_name);
     const support::Pool source_pool = open_database(source_name);
     const support::Pool target_pool = open_database(target_name);
     const support::Connection source(source_pool->mb_getConnection(true));

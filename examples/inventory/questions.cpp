@@ -172,7 +172,6 @@ void ask_what_is_missing(DTK_ConnectionBase& connection, const Machine& machine,
 }
 
 void ask_licences(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
-    heading("Which licences do their copyright files name?");
     std::vector<std::pair<std::string_view, int>> licences = {{"GPL-2", 0},    {"GPL-3", 0},        {"LGPL", 0},
                                                               {"Apache-2", 0}, {"BSD", 0},          {"Expat", 0},
                                                               {"MIT", 0},      {"public domain", 0}};
@@ -196,6 +195,7 @@ void ask_licences(DTK_ConnectionBase& connection, const Machine& machine, Checks
             } while (rows->mb_fetch());
         }
     }
+    heading("Which licences do their copyright files name?");
     TextTable table({{"licence"}, {"packages", Align::right}});
     std::ranges::sort(licences, std::ranges::greater{}, &std::pair<std::string_view, int>::second);
     for (const auto& [licence, count] : licences) table.add({std::string(licence), grouped(count)});

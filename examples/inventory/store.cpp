@@ -103,7 +103,7 @@ DTK_DbDate to_db_date(std::time_t time) {
 }
 
 void create_tables(DTK_ConnectionBase& connection) {
-    const DTK_String file_columns = "(package_id NUMBER(9) NOT NULL, path VARCHAR2(4000) NOT NULL, bytes NUMBER(18), "
+    const DTK_String file_columns = "(package_id NUMBER(9) NOT NULL, path VARCHAR2(500) NOT NULL, bytes NUMBER(18), "
                                     "mib NUMBER(12,3), modified DATE)";
     for (const char* table : {"files", "files_by_row", "packages"}) support::drop_table(connection, table);
     support::execute(connection, "CREATE TABLE packages (id NUMBER(9) PRIMARY KEY, name VARCHAR2(200) NOT NULL, "
