@@ -3,6 +3,7 @@
 #include "lob.h"
 
 #include <algorithm>
+#include <bit>
 #include <utility>
 #include <cmath>
 #include <cstring>
@@ -32,6 +33,7 @@ void set_indicator(const Buffer& buffer, ub4 index, int indicator) {
 
 void done(const Buffer& buffer, ub4 index, std::size_t length) {
     set_indicator(buffer, index, 0);
+    if (buffer.length == nullptr && buffer.return_code == nullptr) [[likely]] return;
     if (buffer.length != nullptr) buffer.length[index] = static_cast<ub2>(std::min<std::size_t>(length, 65535));
     if (buffer.return_code != nullptr) buffer.return_code[index] = 0;
 }
@@ -88,17 +90,51 @@ void write_text(const Buffer& buffer, ub4 index, std::string_view text) {
     set_indicator(buffer, index, text.size() > longest_reported ? -2 : static_cast<int>(text.size()));
 }
 
+/// Eight characters of which those that stand at a '0' of the pattern have to be digits and the others have to be the
+/// pattern's: checked and converted all at once.
+class DigitPairs {
+  public:
+    consteval explicit DigitPairs(const char (&pattern)[9]) {
+        static_assert(std::endian::native == std::endian::little);
+        for (unsigned i = 0; i < 8; ++i) {
+            const auto byte = static_cast<std::uint64_t>(pattern[i]);
+            m_pattern |= byte << (8 * i);
+            m_room |= (byte == '0' ? std::uint64_t{0x7F - 9} : std::uint64_t{0x7F}) << (8 * i);
+        }
+    }
+
+    /// Byte i of the result is the number that the digits at i and i + 1 make.
+    /// @param wrong  set when a character is not what it has to be
+    std::uint64_t read(const char* text, bool& wrong) const {
+        const std::uint64_t digits = load<std::uint64_t>(text) ^ m_pattern;
+        wrong |= ((digits | (digits + m_room)) & 0x8080808080808080U) != 0;
+        return digits * 10 + (digits >> 8);
+    }
+
+  private:
+    std::uint64_t m_pattern = 0;
+    std::uint64_t m_room = 0; ///< what a byte may be increased by without reaching its highest bit
+};
+
 void write_date(const Buffer& buffer, ub4 index, std::string_view text) {
-    Civil civil{};
-    if (!parse_iso(text, civil)) throw OracleError(1861);
+    static constexpr DigitPairs date("0000-00-");
+    static constexpr DigitPairs day("00 00:00");
+    static constexpr DigitPairs time("00:00:00");
+    if (text.size() != iso_size) throw OracleError(1861);
+    bool wrong = false;
+    const std::uint64_t first = date.read(text.data(), wrong);
+    const std::uint64_t second = day.read(text.data() + 8, wrong);
+    const std::uint64_t third = time.read(text.data() + 11, wrong);
+    if (wrong) throw OracleError(1861);
+    const auto pair = [](std::uint64_t pairs, unsigned at) { return static_cast<unsigned char>(pairs >> (8 * at)); };
     auto* image = reinterpret_cast<unsigned char*>(buffer.element(index));
-    image[0] = static_cast<unsigned char>(civil.year / 100 + 100);
-    image[1] = static_cast<unsigned char>(civil.year % 100 + 100);
-    image[2] = static_cast<unsigned char>(civil.month);
-    image[3] = static_cast<unsigned char>(civil.day);
-    image[4] = static_cast<unsigned char>(civil.hour + 1);
-    image[5] = static_cast<unsigned char>(civil.minute + 1);
-    image[6] = static_cast<unsigned char>(civil.second + 1);
+    image[0] = static_cast<unsigned char>(pair(first, 0) + 100);
+    image[1] = static_cast<unsigned char>(pair(first, 2) + 100);
+    image[2] = pair(first, 5);
+    image[3] = pair(second, 0);
+    image[4] = static_cast<unsigned char>(pair(third, 0) + 1);
+    image[5] = static_cast<unsigned char>(pair(third, 3) + 1);
+    image[6] = static_cast<unsigned char>(pair(third, 6) + 1);
     done(buffer, index, 7);
 }
 
@@ -198,10 +234,21 @@ void fetch_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) 
     write_text(buffer, index, text);
 }
 
-void fetch_date(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+/// Text with its NUL, the way that most text is read.
+void fetch_terminated_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
     const auto text = column_text(row, column);
-    if (text.empty()) return write_null(buffer, index);
-    write_date(buffer, index, text);
+    if (text.empty() || text.size() >= static_cast<std::size_t>(buffer.size)) {
+        return text.empty() ? write_null(buffer, index) : write_text(buffer, index, text);
+    }
+    std::memcpy(buffer.element(index), text.data(), text.size() + 1);
+    done(buffer, index, text.size());
+}
+
+/// Stored dates have one length: where the NUL stands tells it sooner than SQLite does.
+void fetch_date(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
+    if (text == nullptr) return write_null(buffer, index);
+    write_date(buffer, index, std::string_view(text, strnlen(text, iso_size + 1)));
 }
 
 void fetch_lob(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
@@ -213,6 +260,31 @@ void fetch_lob(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
 /// Any column to any buffer. The value is this statement's alone, so its unprotected state does no harm.
 void fetch_any(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
     write(buffer, index, Value::of(sqlite3_column_value(row, column)));
+}
+
+bool known_type(ub2 type) {
+    switch (type) {
+    case SQLT_INT:
+    case SQLT_UIN:
+    case SQLT_FLT:
+    case SQLT_DAT:
+    case SQLT_STR:
+    case SQLT_CHR:
+    case SQLT_LNG:
+    case SQLT_BLOB:
+    case SQLT_CLOB: return true;
+    default: return false;
+    }
+}
+
+bool possible_size(ub2 type, sb4 size) {
+    switch (type) {
+    case SQLT_INT:
+    case SQLT_UIN: return size == 1 || size == 2 || size == 4 || size == 8;
+    case SQLT_FLT: return size == 4 || size == 8;
+    case SQLT_DAT: return size == 7;
+    default: return size >= 0;
+    }
 }
 
 Fetcher integer_fetcher(const Buffer& buffer) {
@@ -227,27 +299,12 @@ Fetcher integer_fetcher(const Buffer& buffer) {
 
 } // namespace
 
-void Buffer::check() const {
-    switch (type) {
-    case SQLT_INT:
-    case SQLT_UIN:
-        if (size == 1 || size == 2 || size == 4 || size == 8) return;
-        throw OracleError(1460);
-    case SQLT_FLT:
-        if (size == 4 || size == 8) return;
-        throw OracleError(1460);
-    case SQLT_DAT:
-        if (size == 7) return;
-        throw OracleError(1460);
-    case SQLT_STR:
-    case SQLT_CHR:
-    case SQLT_LNG:
-        if (size >= 0) return;
-        throw OracleError(1460);
-    case SQLT_BLOB:
-    case SQLT_CLOB: return;
-    default: throw OracleError(3115);
-    }
+Buffer::Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators, ub2* lengths, ub2* return_codes)
+    : value(values), size(size_bytes), type(external_type), indicator(static_cast<sb2*>(indicators)), length(lengths),
+      return_code(return_codes) {
+    step = is_lob() ? sizeof(void*) : static_cast<std::size_t>(size);
+    if (!known_type(type)) throw OracleError(3115);
+    if (!possible_size(type, size)) throw OracleError(1460);
 }
 
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
@@ -300,7 +357,8 @@ Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column) {
     default: break;
     }
     if (column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
-    return column.family == Family::text || column.family == Family::date ? fetch_text : fetch_any;
+    if (column.family != Family::text && column.family != Family::date) return fetch_any;
+    return buffer.type == SQLT_STR ? fetch_terminated_text : fetch_text;
 }
 
 } // namespace oci

@@ -10,20 +10,20 @@ namespace oci {
 /// A caller's buffer for the values of one placeholder or column. Element i lies i * size bytes in (locators: i pointers),
 /// its indicator, length and return code at index i.
 struct Buffer {
+    Buffer() = default;
+    /// @throws ORA-03115 for an external type, ORA-01460 for a size, that cannot be converted
+    Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators, ub2* lengths, ub2* return_codes);
+
+    char* element(ub4 index) const { return static_cast<char*>(value) + index * step; }
+    bool is_lob() const { return type == SQLT_BLOB || type == SQLT_CLOB; }
+
     void* value = nullptr;
+    std::size_t step = 0; ///< bytes from one element to the next
     sb4 size = 0;
     ub2 type = 0;
     sb2* indicator = nullptr;
     ub2* length = nullptr;
     ub2* return_code = nullptr;
-
-    char* element(ub4 index) const {
-        const std::size_t step = type == SQLT_BLOB || type == SQLT_CLOB ? sizeof(void*) : static_cast<std::size_t>(size);
-        return static_cast<char*>(value) + index * step;
-    }
-
-    /// Throws ORA-03115 for an external type, ORA-01460 for a size, that cannot be converted.
-    void check() const;
 };
 
 /// What a read of a buffer may need room for.

@@ -220,7 +220,7 @@ class Definition {
         for (std::size_t i = 0; i < query.columns.size(); ++i) {
             const int at = static_cast<int>(i);
             ColumnType type = query.columns[i];
-            if (query.described_by_value[i]) type = row ? type_of_value(rows, at) : ColumnType::of_family(Family::text, 4000);
+            if (!query.described_by_value.empty() && query.described_by_value[i]) type = row ? type_of_value(rows, at) : ColumnType::of_family(Family::text, 4000);
             columns += (i > 0 ? ", \"" : "\"") + std::string(sqlite3_column_name(rows, at)) + "\" " + type.declaration();
         }
         sqlite3_reset(rows);

@@ -123,10 +123,6 @@ Civil date_of(const Value& value) {
     return parse_date(value.text(), default_date_format);
 }
 
-Value sysdate(Arguments& in) {
-    return date_result(in, local_time());
-}
-
 Value months_added(Arguments& in) {
     return date_result(in, add_months(date_of(in[0]), integer_of(in[1])));
 }
@@ -198,8 +194,6 @@ constexpr Entry general_functions[] = {
     {"decode", -1, -1, call<decode>},
     {"greatest", -1, -1, call<strict<extreme<1>>>},
     {"least", -1, -1, call<strict<extreme<-1>>>},
-    // Deterministic like the others, so that SQLite asks for the time once per execution, as Oracle does.
-    {"sysdate", 0, 0, call<sysdate>},
     {"add_months", 2, 2, call<strict<months_added>>},
     {"months_between", 2, 2, call<strict<months_apart>>},
     {"last_day", 1, 1, call<strict<last_day>>},

@@ -23,24 +23,31 @@ void step(OCIStmt& handle) {
     sqlite3_reset(handle.rows);
 }
 
-void describe_by_value(OCIStmt& handle) {
+/// @return whether a column is of another type than before.
+bool describe_by_value(OCIStmt& handle) {
     Statement& statement = *handle.statement;
-    for (std::size_t i = 0; i < statement.columns.size(); ++i) {
+    bool changed = false;
+    for (std::size_t i = 0; i < statement.described_by_value.size(); ++i) {
         if (!statement.described_by_value[i]) continue;
         const bool row = handle.cursor == OCIStmt::Cursor::row;
-        statement.columns[i] =
+        const ColumnType type =
             row ? type_of_value(handle.rows, static_cast<int>(i)) : ColumnType::of_family(Family::text, longest_text_expression);
+        changed = changed || type.family != statement.columns[i].family;
+        statement.columns[i] = type;
     }
+    if (!changed) return false;
     for (std::size_t i = 0; i < statement.params.size(); ++i) statement.params[i]->type = statement.columns[i];
+    return true;
 }
 
-void make_defines_ready(OCIStmt& handle) {
+void make_outputs(OCIStmt& handle) {
     const auto& columns = handle.statement->columns;
     if (handle.defines.size() > columns.size()) throw OracleError(1007);
     for (std::size_t i = 0; i < handle.defines.size(); ++i) {
-        if (OCIDefine* define = handle.defines[i]) define->fetch = choose_fetcher(define->buffer, columns[i]);
+        OCIDefine* define = handle.defines[i];
+        if (define == nullptr) continue;
+        handle.outputs.push_back({choose_fetcher(define->buffer, columns[i]), define, static_cast<int>(i), define->buffer.is_lob()});
     }
-    handle.defines_ready = true;
 }
 
 /// The locator of a row that is about to be fetched: should the caller free it meanwhile, its memory is not used for another.
@@ -55,13 +62,11 @@ void keep_locator(OCIDefine& define, ub4 row) {
 }
 
 void fetch_row(OCIStmt& handle, ub4 row) {
-    for (std::size_t i = 0; i < handle.defines.size(); ++i) {
-        OCIDefine* define = handle.defines[i];
-        if (define == nullptr) continue;
-        const bool lob = define->buffer.type == SQLT_BLOB;
-        if (lob) keep_locator(*define, row);
-        define->fetch(define->buffer, handle.rows, static_cast<int>(i), row);
-        if (lob) attach_to_row(define->buffer, row, handle, handle.rows, static_cast<int>(i));
+    sqlite3_stmt* const rows = handle.rows;
+    for (const Output& output : handle.outputs) {
+        if (output.lob) [[unlikely]] keep_locator(*output.define, row);
+        output.fetch(output.define->buffer, rows, output.column, row);
+        if (output.lob) [[unlikely]] attach_to_row(output.define->buffer, row, handle, rows, output.column);
     }
 }
 
@@ -119,8 +124,9 @@ void detach_queries(Session& session) {
 void execute_query(OCIStmt& handle) {
     Session& session = session_of(handle);
     Statement& statement = *handle.statement;
+    handle.described = false;
     session.check_connected_lately();
-    statement.compile(session);
+    if (statement.compile(session)) handle.outputs.clear();
     bind_inputs(handle, 0);
     const bool began = statement.translation.for_update && session.begin(statement.translation.patience);
     handle.rows = statement.compiled.get();
@@ -130,17 +136,16 @@ void execute_query(OCIStmt& handle) {
         if (began) session.rollback();
         throw;
     }
-    describe_by_value(handle);
+    if (describe_by_value(handle)) handle.outputs.clear();
     handle.described = true;
     handle.at_end = false;
-    handle.defines_ready = false;
 }
 
 sword fetch(OCIStmt& handle, ub4 rows) {
     handle.rows_fetched = 0;
     if (!handle.described) throw OracleError(24338);
     if (handle.at_end) throw OracleError(1002);
-    if (!handle.defines_ready) make_defines_ready(handle);
+    if (handle.outputs.empty()) make_outputs(handle);
     while (handle.rows_fetched < rows) {
         if (handle.cursor == OCIStmt::Cursor::open) step(handle);
         if (handle.cursor == OCIStmt::Cursor::closed) {

@@ -91,7 +91,7 @@ class Session {
     Compiled m_rollback;
     FileIdentity m_identity;
     bool m_lost = false;
-    std::chrono::steady_clock::time_point m_last_look;
+    std::chrono::nanoseconds m_last_look{0};
     unsigned long long m_transaction = 0;
     std::map<std::string, std::optional<std::vector<Column>>, std::less<>> m_tables;
     unsigned m_tables_known_at = 0;

@@ -118,9 +118,9 @@ Statement::~Statement() {
     for (OCIParam* param : params) Slab<OCIParam>::give_back(*param);
 }
 
-void Statement::compile(Session& session) {
+bool Statement::compile(Session& session) {
     const unsigned now = session.database().ddl_count;
-    if (compiled && compiled_at == now) return;
+    if (compiled && compiled_at == now) return false;
     translation = translate(session, tokens);
     compiled = session.compile(translation.sql);
     compiled_at = now;
@@ -131,6 +131,7 @@ void Statement::compile(Session& session) {
     }
     translation.targets.resize(names.size());
     describe(session);
+    return true;
 }
 
 void Statement::describe(Session& session) {
@@ -138,15 +139,17 @@ void Statement::describe(Session& session) {
     columns.assign(static_cast<std::size_t>(kind == Kind::query ? count : 0), {});
     described_by_value.assign(columns.size(), false);
     for (std::size_t i = 0; i < columns.size(); ++i) {
-        const bool told = i < translation.columns.size() && translation.columns[i].family != Family::unknown;
+        const bool text_tells = i < translation.columns.size() && translation.columns[i].family != Family::unknown;
         if (const auto declared = declared_type(session, compiled.get(), static_cast<int>(i))) {
             columns[i] = *declared;
-        } else if (told) {
+        } else if (text_tells) {
             columns[i] = translation.columns[i];
         } else {
             described_by_value[i] = true;
         }
     }
+    const bool told = std::find(described_by_value.begin(), described_by_value.end(), true) == described_by_value.end();
+    if (told) described_by_value.clear();
 }
 
 Session& session_of(const OCIStmt& statement) { return session_of(statement.service); }
@@ -206,7 +209,7 @@ void abandon(OCIStmt& handle) {
     close_cursor(handle);
     release_all(handle.binds);
     release_all(handle.defines);
-    handle.defines_ready = false;
+    handle.outputs.clear();
     handle.described = false;
     handle.statement.reset();
     Slab<OCIStmt>::give_back(handle);
@@ -251,8 +254,7 @@ sword OCIBindByPos(OCIStmt* stmthp, OCIBind** bindpp, OCIError* errhp, ub4 posit
     return guarded(errhp, [&]() -> sword {
         OCIStmt& handle = live<OCIStmt>(stmthp);
         if (position == 0 || position > handle.statement->names.size()) throw OracleError(1036);
-        const Buffer buffer{valuep, value_sz, dty, static_cast<sb2*>(indp), alenp, rcodep};
-        buffer.check();
+        const Buffer buffer(valuep, value_sz, dty, indp, alenp, rcodep);
         OCIBind& bind = handle_at(handle.binds, position, handle.env);
         bind.buffer = buffer;
         *bindpp = &bind;
@@ -266,11 +268,10 @@ sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 p
         OCIStmt& handle = live<OCIStmt>(stmthp);
         const std::size_t columns = handle.described ? handle.statement->columns.size() : 1000;
         if (position == 0 || position > columns) throw OracleError(1007);
-        const Buffer buffer{valuep, value_sz, dty, static_cast<sb2*>(indp), rlenp, rcodep};
-        buffer.check();
+        const Buffer buffer(valuep, value_sz, dty, indp, rlenp, rcodep);
         OCIDefine& define = handle_at(handle.defines, position, handle.env);
         define.buffer = buffer;
-        handle.defines_ready = false;
+        handle.outputs.clear();
         *defnpp = &define;
         return OCI_SUCCESS;
     });
@@ -282,9 +283,8 @@ sword OCIStmtExecute(OCISvcCtx* svchp, OCIStmt* stmthp, OCIError* errhp, ub4 ite
         OCIStmt& handle = live<OCIStmt>(stmthp);
         Session& session = session_of(svchp);
         if (handle.service != svchp) throw InvalidHandle{};
-        close_cursor(handle);
+        if (handle.cursor != OCIStmt::Cursor::closed) close_cursor(handle);
         handle.rows_fetched = 0;
-        handle.described = false;
         dispatch(handle, iters, rowoff);
         if ((mode & OCI_COMMIT_ON_SUCCESS) != 0) session.commit();
         const bool query = handle.statement->kind == Statement::Kind::query;

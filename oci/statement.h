@@ -15,7 +15,6 @@ struct OCIDefine : oci::Handle {
     static constexpr ub4 code = OCI_HTYPE_DEFINE;
 
     oci::Buffer buffer;
-    oci::Fetcher fetch = nullptr;
     std::vector<OCILobLocator*> pinned; ///< by row: the locators that it has fetched into
 };
 
@@ -36,8 +35,8 @@ struct Statement {
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
-    /// Translates and compiles, unless that is done and no DDL has come between.
-    void compile(Session& session);
+    /// Translates and compiles, unless that is done and no DDL has come between. @return whether it did.
+    bool compile(Session& session);
 
     const std::string text;
     const std::vector<Token> tokens; ///< refer to the text
@@ -49,12 +48,20 @@ struct Statement {
     Compiled compiled;
     std::vector<unsigned> inputs;    ///< the positions that SQLite binds
     std::vector<ColumnType> columns; ///< of a query's select list
-    std::vector<bool> described_by_value;
+    std::vector<bool> described_by_value; ///< by column; empty when the text tells all of them
     std::vector<OCIParam*> params; ///< descriptors that were handed out for the columns
     unsigned compiled_at = 0;      ///< the database's DDL count then
 
   private:
     void describe(Session& session);
+};
+
+/// A define with the column that it is for and the way from the one to the other.
+struct Output {
+    Fetcher fetch;
+    OCIDefine* define;
+    int column;
+    bool lob;
 };
 
 struct ConnectionCloser {
@@ -76,7 +83,7 @@ struct OCIStmt : oci::Handle {
     std::unique_ptr<oci::Statement> statement;
     std::vector<OCIBind*> binds;     ///< by position - 1; null until bound
     std::vector<OCIDefine*> defines; ///< by position - 1; null until defined
-    bool defines_ready = false;      ///< every define has its fetcher
+    std::vector<oci::Output> outputs; ///< of the defines, ready to fetch; empty when they have to be made ready
     Cursor cursor = Cursor::closed;
     bool described = false; ///< executed as a query
     bool at_end = false;    ///< the end of the query has been reported

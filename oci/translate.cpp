@@ -616,7 +616,7 @@ class Translator {
     Expression named() {
         const Token& first = take();
         if (first.is("NULL")) return {"NULL"};
-        if (first.is("SYSDATE")) return {"sysdate()", expression_type(Family::date)};
+        if (first.is("SYSDATE")) return {"datetime('now','localtime')", expression_type(Family::date)}; // one time for the whole statement
         if (first.is("USER") && !peek().is(".")) return {"user()", ColumnType::of_family(Family::text, 4000)};
         if (peek().is("(") && peek(1).is("+") && peek(2).is(")")) throw OracleError(3001, "(+)");
         if (peek().is("(") && first.kind == Token::Kind::word) return function(first);

@@ -46,7 +46,7 @@ Value Value::of(sqlite3_value* source) {
     case SQLITE_FLOAT: return of(sqlite3_value_double(source));
     case SQLITE_TEXT: {
         const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(source));
-        Value value = of(std::string_view(text, static_cast<std::size_t>(sqlite3_value_bytes(source))));
+        Value value = of_bytes(text, static_cast<std::size_t>(sqlite3_value_bytes(source)));
         value.type = Type::text;
         return value;
     }
@@ -185,10 +185,13 @@ std::string_view number_text(const Value& number, std::string& scratch) {
         const auto end = std::to_chars(digits, digits + sizeof digits, number.integer).ptr;
         return scratch.assign(digits, end);
     }
-    const double magnitude = std::fabs(number.real);
+    // The digits behind the fifteenth are those of the binary fraction, not of the decimal number that was meant.
+    double decimal = number.real;
+    std::from_chars(digits, std::to_chars(digits, digits + sizeof digits, number.real, std::chars_format::scientific, 14).ptr, decimal);
+    const double magnitude = std::fabs(decimal);
     const bool plain = magnitude == 0 || (magnitude < 1e40 && magnitude >= 1e-40);
     const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
-    const auto end = std::to_chars(digits, digits + sizeof digits, number.real, format).ptr;
+    const auto end = std::to_chars(digits, digits + sizeof digits, decimal, format).ptr;
     scratch.assign(digits, end);
     if (const auto zero = scratch.find("0."); plain && zero <= 1 && (zero == 0 || scratch[0] == '-')) scratch.erase(zero, 1);
     if (scratch == "-0") scratch = "0";
