@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <dlfcn.h>
+#include <pthread.h>
 #include <unistd.h>
 
 #include <oci.h>
@@ -187,6 +188,9 @@ sword OCILobFlushBuffer(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4 d) {
 }
 unsigned sleep(unsigned a) {
     return stand_in<sleep>(__func__, a);
+}
+int pthread_create(pthread_t* a, const pthread_attr_t* b, void* (*c)(void*), void* d) {
+    return stand_in<pthread_create>(__func__, a, b, c, d);
 }
 
 } // extern "C"

@@ -10,7 +10,8 @@
 #include <vector>
 
 /// Stands between the library and the OCI client: a test program with interpose.cpp among its sources sees every call
-/// of an OCI function and of sleep, may answer it in the client's place, and otherwise has it passed on.
+/// of an OCI function, of sleep and of pthread_create, may answer it in the client's place, and otherwise has it passed
+/// on.
 namespace interpose {
 
 /// One call with its arguments in the order of the published signature.
