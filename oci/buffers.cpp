@@ -1,9 +1,9 @@
 #include "buffers.h"
 
+#include "date_image.h"
 #include "lob.h"
 
 #include <algorithm>
-#include <bit>
 #include <utility>
 #include <cmath>
 #include <cstring>
@@ -90,51 +90,9 @@ void write_text(const Buffer& buffer, ub4 index, std::string_view text) {
     set_indicator(buffer, index, text.size() > longest_reported ? -2 : static_cast<int>(text.size()));
 }
 
-/// Eight characters of which those that stand at a '0' of the pattern have to be digits and the others have to be the
-/// pattern's: checked and converted all at once.
-class DigitPairs {
-  public:
-    consteval explicit DigitPairs(const char (&pattern)[9]) {
-        static_assert(std::endian::native == std::endian::little);
-        for (unsigned i = 0; i < 8; ++i) {
-            const auto byte = static_cast<std::uint64_t>(pattern[i]);
-            m_pattern |= byte << (8 * i);
-            m_room |= (byte == '0' ? std::uint64_t{0x7F - 9} : std::uint64_t{0x7F}) << (8 * i);
-        }
-    }
-
-    /// Byte i of the result is the number that the digits at i and i + 1 make.
-    /// @param wrong  set when a character is not what it has to be
-    std::uint64_t read(const char* text, bool& wrong) const {
-        const std::uint64_t digits = load<std::uint64_t>(text) ^ m_pattern;
-        wrong |= ((digits | (digits + m_room)) & 0x8080808080808080U) != 0;
-        return digits * 10 + (digits >> 8);
-    }
-
-  private:
-    std::uint64_t m_pattern = 0;
-    std::uint64_t m_room = 0; ///< what a byte may be increased by without reaching its highest bit
-};
-
 void write_date(const Buffer& buffer, ub4 index, std::string_view text) {
-    static constexpr DigitPairs date("0000-00-");
-    static constexpr DigitPairs day("00 00:00");
-    static constexpr DigitPairs time("00:00:00");
-    if (text.size() != iso_size) throw OracleError(1861);
-    bool wrong = false;
-    const std::uint64_t first = date.read(text.data(), wrong);
-    const std::uint64_t second = day.read(text.data() + 8, wrong);
-    const std::uint64_t third = time.read(text.data() + 11, wrong);
-    if (wrong) throw OracleError(1861);
-    const auto pair = [](std::uint64_t pairs, unsigned at) { return static_cast<unsigned char>(pairs >> (8 * at)); };
     auto* image = reinterpret_cast<unsigned char*>(buffer.element(index));
-    image[0] = static_cast<unsigned char>(pair(first, 0) + 100);
-    image[1] = static_cast<unsigned char>(pair(first, 2) + 100);
-    image[2] = pair(first, 5);
-    image[3] = pair(second, 0);
-    image[4] = static_cast<unsigned char>(pair(third, 0) + 1);
-    image[5] = static_cast<unsigned char>(pair(third, 3) + 1);
-    image[6] = static_cast<unsigned char>(pair(third, 6) + 1);
+    if (text.size() != iso_size || !write_date_image(text.data(), image)) throw OracleError(1861);
     done(buffer, index, 7);
 }
 
@@ -234,27 +192,10 @@ void fetch_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) 
     write_text(buffer, index, text);
 }
 
-/// Text with its NUL, the way that most text is read.
-void fetch_terminated_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
-    const auto text = column_text(row, column);
-    if (text.empty() || text.size() >= static_cast<std::size_t>(buffer.size)) {
-        return text.empty() ? write_null(buffer, index) : write_text(buffer, index, text);
-    }
-    std::memcpy(buffer.element(index), text.data(), text.size() + 1);
-    done(buffer, index, text.size());
-}
-
-/// Stored dates have one length: where the NUL stands tells it sooner than SQLite does.
 void fetch_date(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
-    if (text == nullptr) return write_null(buffer, index);
-    write_date(buffer, index, std::string_view(text, strnlen(text, iso_size + 1)));
-}
-
-void fetch_lob(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
-    OCILobLocator& locator = locator_of(buffer, index);
-    if (!is_live<OCILobLocator>(&locator)) revive(locator);
-    write_lob(buffer, index, Value::of(sqlite3_column_value(row, column)));
+    const auto text = column_text(row, column);
+    if (text.empty()) return write_null(buffer, index);
+    write_date(buffer, index, text);
 }
 
 /// Any column to any buffer. The value is this statement's alone, so its unprotected state does no harm.
@@ -287,7 +228,7 @@ bool possible_size(ub2 type, sb4 size) {
     }
 }
 
-Fetcher integer_fetcher(const Buffer& buffer) {
+auto integer_fetcher(const Buffer& buffer) -> void (*)(const Buffer&, sqlite3_stmt*, int, ub4) {
     const bool is_signed = buffer.type == SQLT_INT;
     switch (buffer.size) {
     case 1: return is_signed ? fetch_integer<sb1> : fetch_integer<ub1>;
@@ -344,7 +285,7 @@ void write(const Buffer& buffer, ub4 index, const Value& value) {
     }
 }
 
-Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column) {
+Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& column) {
     switch (buffer.type) {
     case SQLT_INT:
     case SQLT_UIN: return column.is_int64() ? integer_fetcher(buffer) : fetch_any;
@@ -352,13 +293,68 @@ Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column) {
         if (column.family != Family::number) return fetch_any;
         return buffer.size == sizeof(float) ? fetch_real<float> : fetch_real<double>;
     case SQLT_DAT: return column.family == Family::date ? fetch_date : fetch_any;
-    case SQLT_BLOB:
-    case SQLT_CLOB: return fetch_lob;
     default: break;
     }
     if (column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
-    if (column.family != Family::text && column.family != Family::date) return fetch_any;
-    return buffer.type == SQLT_STR ? fetch_terminated_text : fetch_text;
+    return column.family == Family::text || column.family == Family::date ? fetch_text : fetch_any;
+}
+
+Output::Output(const Buffer& define, const ColumnType& type, int at)
+    : buffer(&define), value(static_cast<char*>(define.value)), indicator(define.indicator), step(define.step),
+      fetch(choose_fetcher(define, type)), column(at) {
+    if (define.length != nullptr || define.return_code != nullptr) return;
+    if (fetch == fetch_integer<std::int64_t>) way = Way::int64;
+    if (fetch == fetch_integer<sb4>) way = Way::int32;
+    if (fetch == fetch_real<double>) way = Way::real64;
+    if (fetch == fetch_text && define.type == SQLT_STR) way = Way::text;
+    if (fetch == fetch_date) way = Way::date;
+}
+
+inline bool Output::fetch_quickly(sqlite3_stmt* row, ub4 index) const {
+    char* const element = value + index * step;
+    switch (way) {
+    case Way::int32: {
+        const std::int64_t number = sqlite3_column_int64(row, column);
+        if (number == 0 || number != static_cast<sb4>(number)) return false;
+        store(element, static_cast<sb4>(number));
+        break;
+    }
+    case Way::int64: {
+        const std::int64_t number = sqlite3_column_int64(row, column);
+        if (number == 0) return false;
+        store(element, number);
+        break;
+    }
+    case Way::real64: {
+        const double number = sqlite3_column_double(row, column);
+        if (number == 0) return false;
+        store(element, number);
+        break;
+    }
+    case Way::text: {
+        const unsigned char* text = sqlite3_column_text(row, column);
+        const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, column));
+        if (size == 0 || size >= step) return false;
+        std::memcpy(element, text, size + 1);
+        break;
+    }
+    case Way::date: {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
+        // Where the NUL of a stored date stands tells its length sooner than SQLite does.
+        if (text == nullptr || strnlen(text, iso_size + 1) != iso_size) return false;
+        if (!write_date_image(text, reinterpret_cast<unsigned char*>(element))) return false;
+        break;
+    }
+    case Way::any: return false;
+    }
+    if (indicator != nullptr) indicator[index] = 0;
+    return true;
+}
+
+void Output::write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 index) {
+    for (const Output& output : outputs) {
+        if (!output.fetch_quickly(row, index)) [[unlikely]] output.fetch(*output.buffer, row, output.column, index);
+    }
 }
 
 } // namespace oci

@@ -2,6 +2,8 @@
 
 #include "values.h"
 
+#include <span>
+
 struct sqlite3_stmt;
 struct OCILobLocator;
 
@@ -39,10 +41,30 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch);
 /// @throws the ORA- number of a value that cannot be converted or does not fit
 void write(const Buffer& buffer, ub4 index, const Value& value);
 
-/// Writes column `column` of the current row into element `index` of the buffer.
-using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);
+/// A buffer of a define with the column that it is for and the way from the one to the other.
+class Output {
+  public:
+    Output(const Buffer& define, const ColumnType& type, int at);
 
-/// The quickest way from a column of this type to this buffer.
-Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column);
+    /// Writes the columns of the current row into element `index` of their buffers.
+    static void write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 index);
+
+  private:
+    using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);
+    /// The pairs of column and buffer that nearly all columns are.
+    enum class Way : std::uint8_t { any, int32, int64, real64, text, date };
+
+    static Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column);
+    /// @return false when there is no quick way for the pair, or not for this value: NULL, 0, or one that does not fit.
+    bool fetch_quickly(sqlite3_stmt* row, ub4 index) const;
+
+    const Buffer* buffer;
+    char* value;
+    sb2* indicator;
+    std::size_t step;
+    Fetcher fetch;
+    int column;
+    Way way = Way::any;
+};
 
 } // namespace oci

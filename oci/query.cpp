@@ -43,11 +43,18 @@ bool describe_by_value(OCIStmt& handle) {
 void make_outputs(OCIStmt& handle) {
     const auto& columns = handle.statement->columns;
     if (handle.defines.size() > columns.size()) throw OracleError(1007);
+    handle.outputs.clear();
+    handle.lobs.clear();
     for (std::size_t i = 0; i < handle.defines.size(); ++i) {
-        OCIDefine* define = handle.defines[i];
-        if (define == nullptr) continue;
-        handle.outputs.push_back({choose_fetcher(define->buffer, columns[i]), define, static_cast<int>(i), define->buffer.is_lob()});
+        if (handle.defines[i] == nullptr) continue;
+        const Buffer& buffer = handle.defines[i]->buffer;
+        if (buffer.is_lob()) {
+            handle.lobs.push_back(static_cast<ub4>(i));
+        } else {
+            handle.outputs.emplace_back(buffer, columns[i], static_cast<int>(i));
+        }
     }
+    handle.outputs_ready = true;
 }
 
 /// The locator of a row that is about to be fetched: should the caller free it meanwhile, its memory is not used for another.
@@ -61,13 +68,13 @@ void keep_locator(OCIDefine& define, ub4 row) {
     kept = locator;
 }
 
-void fetch_row(OCIStmt& handle, ub4 row) {
-    sqlite3_stmt* const rows = handle.rows;
-    for (const Output& output : handle.outputs) {
-        if (output.lob) [[unlikely]] keep_locator(*output.define, row);
-        output.fetch(output.define->buffer, rows, output.column, row);
-        if (output.lob) [[unlikely]] attach_to_row(output.define->buffer, row, handle, rows, output.column);
-    }
+void fetch_lob(OCIStmt& handle, ub4 column, ub4 row) {
+    OCIDefine& define = *handle.defines[column];
+    keep_locator(define, row);
+    OCILobLocator* locator = locator_at(define.buffer.element(row));
+    if (locator != nullptr && !is_live<OCILobLocator>(locator)) revive(*locator);
+    write(define.buffer, row, Value::of(sqlite3_column_value(handle.rows, static_cast<int>(column))));
+    attach_to_row(define.buffer, row, handle, handle.rows, static_cast<int>(column));
 }
 
 void check(int status, sqlite3* db) {
@@ -126,7 +133,7 @@ void execute_query(OCIStmt& handle) {
     Statement& statement = *handle.statement;
     handle.described = false;
     session.check_connected_lately();
-    if (statement.compile(session)) handle.outputs.clear();
+    if (statement.compile(session)) handle.outputs_ready = false;
     bind_inputs(handle, 0);
     const bool began = statement.translation.for_update && session.begin(statement.translation.patience);
     handle.rows = statement.compiled.get();
@@ -136,7 +143,7 @@ void execute_query(OCIStmt& handle) {
         if (began) session.rollback();
         throw;
     }
-    if (describe_by_value(handle)) handle.outputs.clear();
+    if (describe_by_value(handle)) handle.outputs_ready = false;
     handle.described = true;
     handle.at_end = false;
 }
@@ -145,7 +152,7 @@ sword fetch(OCIStmt& handle, ub4 rows) {
     handle.rows_fetched = 0;
     if (!handle.described) throw OracleError(24338);
     if (handle.at_end) throw OracleError(1002);
-    if (handle.outputs.empty()) make_outputs(handle);
+    if (!handle.outputs_ready) make_outputs(handle);
     while (handle.rows_fetched < rows) {
         if (handle.cursor == OCIStmt::Cursor::open) step(handle);
         if (handle.cursor == OCIStmt::Cursor::closed) {
@@ -153,7 +160,8 @@ sword fetch(OCIStmt& handle, ub4 rows) {
             return OCI_NO_DATA;
         }
         handle.cursor = OCIStmt::Cursor::open;
-        fetch_row(handle, handle.rows_fetched);
+        Output::write_row(handle.outputs, handle.rows, handle.rows_fetched);
+        for (const ub4 column : handle.lobs) fetch_lob(handle, column, handle.rows_fetched);
         ++handle.rows_fetched;
     }
     return OCI_SUCCESS;

@@ -209,7 +209,7 @@ void abandon(OCIStmt& handle) {
     close_cursor(handle);
     release_all(handle.binds);
     release_all(handle.defines);
-    handle.outputs.clear();
+    handle.outputs_ready = false;
     handle.described = false;
     handle.statement.reset();
     Slab<OCIStmt>::give_back(handle);
@@ -271,7 +271,7 @@ sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 p
         const Buffer buffer(valuep, value_sz, dty, indp, rlenp, rcodep);
         OCIDefine& define = handle_at(handle.defines, position, handle.env);
         define.buffer = buffer;
-        handle.outputs.clear();
+        handle.outputs_ready = false;
         *defnpp = &define;
         return OCI_SUCCESS;
     });

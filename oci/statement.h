@@ -56,14 +56,6 @@ struct Statement {
     void describe(Session& session);
 };
 
-/// A define with the column that it is for and the way from the one to the other.
-struct Output {
-    Fetcher fetch;
-    OCIDefine* define;
-    int column;
-    bool lob;
-};
-
 struct ConnectionCloser {
     void operator()(sqlite3* db) const;
 };
@@ -83,7 +75,9 @@ struct OCIStmt : oci::Handle {
     std::unique_ptr<oci::Statement> statement;
     std::vector<OCIBind*> binds;     ///< by position - 1; null until bound
     std::vector<OCIDefine*> defines; ///< by position - 1; null until defined
-    std::vector<oci::Output> outputs; ///< of the defines, ready to fetch; empty when they have to be made ready
+    std::vector<oci::Output> outputs; ///< of the defines but those of large objects; empty until they are made
+    std::vector<ub4> lobs;            ///< the positions - 1 of the defines of large objects
+    bool outputs_ready = false;
     Cursor cursor = Cursor::closed;
     bool described = false; ///< executed as a query
     bool at_end = false;    ///< the end of the query has been reported

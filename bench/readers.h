@@ -1,0 +1,76 @@
+#pragma once
+
+#include "dataset.h"
+
+#include <oci.h>
+
+/// The library's side of every comparison.
+namespace library {
+
+/// Reads all rows one by one through the typed getters.
+inline dataset::Total fetch_rows(DTK_ConnectionBase& connection) {
+    dataset::Total total;
+    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_all));
+    statement->mb_execute();
+    const std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_getResultSet());
+    while (rows->mb_fetch()) {
+        total.add(rows->mb_getInt64(1), rows->mb_getString(2).mb_length(), rows->mb_getInt(3), rows->mb_getDouble(4),
+                  dataset::day_of(rows->mb_getDate(5)));
+    }
+    statement->mb_closeResultSet(rows.get());
+    connection.mb_terminateStatement(statement.get());
+    return total;
+}
+
+/// Reads all rows in batches into arrays.
+inline dataset::Total fetch_batches(DTK_ConnectionBase& connection, dataset::Batch& batch) {
+    dataset::Total total;
+    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_all));
+    statement->mb_execute();
+    const std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_getResultSet());
+    rows->mb_setBulkCount(dataset::batch_rows);
+    *rows << batch.ids.data() << batch.symbols.data() << batch.quantities.data() << batch.prices.data() << batch.dates.data();
+    while (rows->mb_fetch()) {
+        const auto count = static_cast<std::size_t>(rows->mb_getNumArrayRows());
+        for (std::size_t i = 0; i < count; ++i) {
+            total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i], dataset::day_of(batch.dates[i]));
+        }
+    }
+    statement->mb_closeResultSet(rows.get());
+    connection.mb_terminateStatement(statement.get());
+    return total;
+}
+
+/// Reads the rows 0 to count - 1 one query each: one statement and one result set, the placeholder's value set anew.
+inline dataset::Total query_points(DTK_ConnectionBase& connection, long long count) {
+    dataset::Total total;
+    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_one));
+    std::unique_ptr<DTK_ResultSetBase> rows;
+    for (long long i = 0; i < count; ++i) {
+        statement->mb_setInt64(1, dataset::id_of(i));
+        statement->mb_execute();
+        if (!rows) rows.reset(statement->mb_getResultSet());
+        rows->mb_fetch();
+        total.add(rows->mb_getInt64(1), rows->mb_getString(2).mb_length(), rows->mb_getInt(3), rows->mb_getDouble(4),
+                  dataset::day_of(rows->mb_getDate(5)));
+    }
+    statement->mb_closeResultSet(rows.get());
+    connection.mb_terminateStatement(statement.get());
+    return total;
+}
+
+/// Inserts `rows` rows in batches and leaves them in the open transaction.
+inline void insert_batches(DTK_ConnectionBase& connection, dataset::Batch& batch, long long rows) {
+    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::insert));
+    statement->mb_setUpdateCount(dataset::batch_rows);
+    *statement << batch.ids.data();
+    statement->mb_setStringArray(batch.symbols.data(), 12);
+    *statement << batch.quantities.data() << batch.prices.data() << batch.dates.data();
+    for (long long first = 0; first < rows; first += dataset::batch_rows) {
+        batch.fill(first);
+        statement->mb_executeArrayUpdate();
+    }
+    connection.mb_terminateStatement(statement.get());
+}
+
+} // namespace library

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace oci {
+
+/// Eight characters of which those that stand at a '0' of the pattern have to be digits and the others have to be the
+/// pattern's: checked and converted all at once.
+class DigitPairs {
+  public:
+    consteval explicit DigitPairs(const char (&pattern)[9]) {
+        static_assert(std::endian::native == std::endian::little);
+        for (unsigned i = 0; i < 8; ++i) {
+            const auto byte = static_cast<std::uint64_t>(pattern[i]);
+            m_pattern |= byte << (8 * i);
+            m_room |= (byte == '0' ? std::uint64_t{0x7F - 9} : std::uint64_t{0x7F}) << (8 * i);
+        }
+    }
+
+    /// Byte i of the result is the number that the digits at i and i + 1 make.
+    /// @param wrong  set when a character is not what it has to be
+    std::uint64_t read(const char* text, bool& wrong) const {
+        std::uint64_t digits = 0;
+        std::memcpy(&digits, text, sizeof digits);
+        digits ^= m_pattern;
+        wrong |= ((digits | (digits + m_room)) & 0x8080808080808080U) != 0;
+        return digits * 10 + (digits >> 8);
+    }
+
+  private:
+    std::uint64_t m_pattern = 0;
+    std::uint64_t m_room = 0; ///< what a byte may be increased by without reaching its highest bit
+};
+
+/// The 7-byte image of a date that is written YYYY-MM-DD HH:MM:SS. @return false when the text is not of that form.
+inline bool write_date_image(const char* text, unsigned char* image) {
+    static constexpr DigitPairs date("0000-00-");
+    static constexpr DigitPairs day("00 00:00");
+    static constexpr DigitPairs time("00:00:00");
+    bool wrong = false;
+    const std::uint64_t first = date.read(text, wrong);
+    const std::uint64_t second = day.read(text + 8, wrong);
+    const std::uint64_t third = time.read(text + 11, wrong);
+    const auto pair = [](std::uint64_t pairs, unsigned at) { return static_cast<unsigned char>(pairs >> (8 * at)); };
+    image[0] = static_cast<unsigned char>(pair(first, 0) + 100);
+    image[1] = static_cast<unsigned char>(pair(first, 2) + 100);
+    image[2] = pair(first, 5);
+    image[3] = pair(second, 0);
+    image[4] = static_cast<unsigned char>(pair(third, 0) + 1);
+    image[5] = static_cast<unsigned char>(pair(third, 3) + 1);
+    image[6] = static_cast<unsigned char>(pair(third, 6) + 1);
+    return !wrong;
+}
+
+} // namespace oci
