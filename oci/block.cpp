@@ -145,7 +145,8 @@ class Frame {
 
     Value value_of(Variable& variable) {
         if (OCIBind* bind = std::exchange(variable.unread, nullptr)) {
-            variable.value.assign(read(bind->buffer, iteration, bind->scratch));
+            Scratch scratch;
+            variable.value.assign(read(bind->buffer, iteration, scratch));
         }
         return variable.value.get();
     }

@@ -15,6 +15,9 @@ namespace {
 
 constexpr int longest_reported = 32767;
 
+/// In the place of an indicator's address: the value is NULL.
+sb2* const null_flag = reinterpret_cast<sb2*>(static_cast<std::intptr_t>(-1));
+
 template <class T>
 T load(const char* from) {
     T value;
@@ -249,8 +252,7 @@ Buffer::Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators
 }
 
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
-    // A null flag in the place of the indicator's address: the value is NULL whatever the buffer holds.
-    if (buffer.indicator == reinterpret_cast<sb2*>(-1)) return {};
+    if (buffer.indicator == null_flag) return {};
     if (buffer.indicator != nullptr && buffer.indicator[index] == -1) return {};
     const char* from = buffer.element(index);
     const auto size = static_cast<std::size_t>(buffer.size);
@@ -355,6 +357,70 @@ void Output::write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 i
     for (const Output& output : outputs) {
         if (!output.fetch_quickly(row, index)) [[unlikely]] output.fetch(*output.buffer, row, output.column, index);
     }
+}
+
+Input::Input(const Buffer& bind, const Target* stored_in, int at) : buffer(&bind), target(stored_in), position(at) {
+    const Family family = target != nullptr ? target->type.family : Family::unknown;
+    const bool any_value = family == Family::unknown;
+    const bool number = family == Family::number;
+    if (number && target->type.scale != any_scale && target->type.scale >= 0) {
+        power = power_of_ten(target->type.scale);
+        limit = power_of_ten(target->type.precision - target->type.scale);
+    }
+    text_limit = any_value ? std::numeric_limits<std::size_t>::max() : target->type.size;
+    if (bind.indicator == null_flag || (number && target->type.scale < 0 && target->type.scale != any_scale)) return;
+    if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(sb4)) way = Way::int32;
+    if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(std::int64_t)) way = Way::int64;
+    if (bind.type == SQLT_FLT && (number || any_value) && bind.size == sizeof(double)) way = Way::real64;
+    if (bind.type == SQLT_STR && (family == Family::text || any_value)) way = Way::text;
+    if (bind.type == SQLT_DAT && (family == Family::date || any_value)) way = Way::date;
+}
+
+inline bool Input::bind_integer(sqlite3_stmt* statement, std::int64_t number) const {
+    if (power != 0 && !(std::fabs(static_cast<double>(number)) < limit)) return false;
+    return sqlite3_bind_int64(statement, position, number) == SQLITE_OK;
+}
+
+/// SQLite itself stores a whole number as an integer.
+inline bool Input::bind_real(sqlite3_stmt* statement, double number) const {
+    if (power != 0) {
+        const double scaled = number * power;
+        const bool has_more_digits = std::nearbyint(scaled) / power != number;
+        if (has_more_digits || !(std::fabs(number) < limit)) return false;
+    } else if (!std::isfinite(number)) {
+        return false;
+    }
+    return sqlite3_bind_double(statement, position, number) == SQLITE_OK;
+}
+
+inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
+    if (buffer->indicator != nullptr && way != Way::any && buffer->indicator[index] == -1) return false;
+    const char* const element = buffer->element(index);
+    switch (way) {
+    case Way::int32: return bind_integer(statement, load<sb4>(element));
+    case Way::int64: return bind_integer(statement, load<std::int64_t>(element));
+    case Way::real64: return bind_real(statement, load<double>(element));
+    case Way::text: {
+        const std::size_t size = strnlen(element, static_cast<std::size_t>(buffer->size));
+        if (size == 0 || size > text_limit) return false;
+        return sqlite3_bind_text64(statement, position, element, size, SQLITE_STATIC, SQLITE_UTF8) == SQLITE_OK;
+    }
+    case Way::date:
+        if (!write_image_text(reinterpret_cast<const unsigned char*>(element), scratch.date)) return false;
+        return sqlite3_bind_text(statement, position, scratch.date, iso_size, SQLITE_STATIC) == SQLITE_OK;
+    case Way::any: break;
+    }
+    return false;
+}
+
+void Input::bind_any(sqlite3_stmt* statement, ub4 index) {
+    Value bound = read(*buffer, index, scratch);
+    if (target != nullptr) bound = fit(bound, target->type, target->column, scratch.text);
+    bound.bind(statement, position);
+}
+
+void Input::bind(sqlite3_stmt* statement, ub4 index) {
+    if (!bind_quickly(statement, index)) [[unlikely]] bind_any(statement, index);
 }
 
 } // namespace oci

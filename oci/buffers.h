@@ -37,6 +37,40 @@ struct Scratch {
 /// The value that the caller put into an element. It may point into the buffer or the scratch.
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch);
 
+/// The column that the value of a placeholder is stored in.
+struct Target {
+    ColumnType type;
+    std::string column;
+};
+
+/// The buffer of a bind with the column that its values are stored in, and the way from the one to the other.
+class Input {
+  public:
+    /// @param target  null: the value is not stored but used as it is
+    Input(const Buffer& bind, const Target* target, int position);
+
+    /// Binds element `index`. What is bound may lie in the buffer or in this object.
+    void bind(sqlite3_stmt* statement, ub4 index);
+
+  private:
+    /// The pairs of buffer and column that nearly all placeholders are.
+    enum class Way : std::uint8_t { any, int32, int64, real64, text, date };
+
+    bool bind_quickly(sqlite3_stmt* statement, ub4 index);
+    bool bind_integer(sqlite3_stmt* statement, std::int64_t number) const;
+    bool bind_real(sqlite3_stmt* statement, double number) const;
+    void bind_any(sqlite3_stmt* statement, ub4 index);
+
+    const Buffer* buffer;
+    const Target* target;
+    Scratch scratch;
+    double limit = 0;         ///< numbers are below it
+    double power = 0;         ///< of ten: what makes a number of the column a whole one; 0: any number fits
+    std::size_t text_limit = 0;
+    int position;
+    Way way = Way::any;
+};
+
 /// Writes a value into an element in the buffer's type, whatever the two are.
 /// @throws the ORA- number of a value that cannot be converted or does not fit
 void write(const Buffer& buffer, ub4 index, const Value& value);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -52,6 +53,37 @@ inline bool write_date_image(const char* text, unsigned char* image) {
     image[5] = static_cast<unsigned char>(pair(third, 3) + 1);
     image[6] = static_cast<unsigned char>(pair(third, 6) + 1);
     return !wrong;
+}
+
+/// The text YYYY-MM-DD HH:MM:SS of a 7-byte image. @return false when the image is no date of the years 1 to 9999.
+inline bool write_image_text(const unsigned char* image, char* text) {
+    static constexpr auto pairs = [] {
+        std::array<char, 200> digits{};
+        for (unsigned i = 0; i < 200; ++i) digits[i] = static_cast<char>('0' + (i % 2 == 0 ? i / 20 : i / 2 % 10));
+        return digits;
+    }();
+    static constexpr unsigned char days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    // Unsigned differences: what lies below a field's range lies far above it.
+    const unsigned century = image[0] - 100U;
+    const unsigned year = image[1] - 100U;
+    const unsigned month = image[2] - 1U;
+    const unsigned day = image[3] - 1U;
+    const unsigned hour = image[4] - 1U;
+    const unsigned minute = image[5] - 1U;
+    const unsigned second = image[6] - 1U;
+    if (century > 99 || year > 99 || century + year == 0 || month > 11 || hour > 23 || minute > 59 || second > 59) return false;
+    const bool leap = year % 4 == 0 && (year != 0 || century % 4 == 0);
+    if (day >= days[month] + (month == 1 && leap ? 1U : 0U)) return false;
+    std::memcpy(text, "0000-00-00 00:00:00", 19);
+    const auto put = [text](unsigned at, unsigned number) { std::memcpy(text + at, &pairs[number * 2], 2); };
+    put(0, century);
+    put(2, year);
+    put(5, month + 1);
+    put(8, day + 1);
+    put(11, hour);
+    put(14, minute);
+    put(17, second);
+    return true;
 }
 
 } // namespace oci

@@ -133,7 +133,7 @@ void execute_query(OCIStmt& handle) {
     Statement& statement = *handle.statement;
     handle.described = false;
     session.check_connected_lately();
-    if (statement.compile(session)) handle.outputs_ready = false;
+    if (statement.compile(session)) handle.inputs_ready = handle.outputs_ready = false;
     bind_inputs(handle, 0);
     const bool began = statement.translation.for_update && session.begin(statement.translation.patience);
     handle.rows = statement.compiled.get();

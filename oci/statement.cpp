@@ -161,14 +161,15 @@ OCIBind& bind_at(const OCIStmt& statement, unsigned position) {
 
 void bind_inputs(OCIStmt& handle, ub4 iteration) {
     const Statement& statement = *handle.statement;
-    for (const unsigned position : statement.inputs) {
-        OCIBind& bind = bind_at(handle, position);
-        Value value = read(bind.buffer, iteration, bind.scratch);
-        if (const auto& target = statement.translation.targets[position - 1]) {
-            value = fit(value, target->type, target->column, bind.scratch.text);
+    if (!handle.inputs_ready) {
+        handle.inputs.clear();
+        for (const unsigned position : statement.inputs) {
+            const auto& target = statement.translation.targets[position - 1];
+            handle.inputs.emplace_back(bind_at(handle, position).buffer, target ? &*target : nullptr, static_cast<int>(position));
         }
-        value.bind(statement.compiled.get(), static_cast<int>(position));
+        handle.inputs_ready = true;
     }
+    for (Input& input : handle.inputs) input.bind(statement.compiled.get(), iteration);
 }
 
 void execute_dml(OCIStmt& handle, ub4 iterations, ub4 first) {
@@ -178,7 +179,7 @@ void execute_dml(OCIStmt& handle, ub4 iterations, ub4 first) {
     const bool began = session.begin();
     handle.row_count = 0;
     try {
-        statement.compile(session);
+        if (statement.compile(session)) handle.inputs_ready = false;
         for (ub4 i = first; i < iterations; ++i) {
             run_iteration(handle, i);
             sqlite3_reset(statement.compiled.get());
@@ -209,6 +210,7 @@ void abandon(OCIStmt& handle) {
     close_cursor(handle);
     release_all(handle.binds);
     release_all(handle.defines);
+    handle.inputs_ready = false;
     handle.outputs_ready = false;
     handle.described = false;
     handle.statement.reset();
@@ -257,6 +259,7 @@ sword OCIBindByPos(OCIStmt* stmthp, OCIBind** bindpp, OCIError* errhp, ub4 posit
         const Buffer buffer(valuep, value_sz, dty, indp, alenp, rcodep);
         OCIBind& bind = handle_at(handle.binds, position, handle.env);
         bind.buffer = buffer;
+        handle.inputs_ready = false;
         *bindpp = &bind;
         return OCI_SUCCESS;
     });

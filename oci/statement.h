@@ -8,7 +8,6 @@ struct OCIBind : oci::Handle {
     static constexpr ub4 code = OCI_HTYPE_BIND;
 
     oci::Buffer buffer;
-    oci::Scratch scratch;
 };
 
 struct OCIDefine : oci::Handle {
@@ -75,6 +74,8 @@ struct OCIStmt : oci::Handle {
     std::unique_ptr<oci::Statement> statement;
     std::vector<OCIBind*> binds;     ///< by position - 1; null until bound
     std::vector<OCIDefine*> defines; ///< by position - 1; null until defined
+    std::vector<oci::Input> inputs; ///< of the binds
+    bool inputs_ready = false;
     std::vector<oci::Output> outputs; ///< of the defines but those of large objects; empty until they are made
     std::vector<ub4> lobs;            ///< the positions - 1 of the defines of large objects
     bool outputs_ready = false;

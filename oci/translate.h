@@ -1,5 +1,6 @@
 #pragma once
 
+#include "buffers.h"
 #include "session.h"
 #include "tokens.h"
 
@@ -7,12 +8,6 @@
 #include <span>
 
 namespace oci {
-
-/// The column that the value of a placeholder is stored in.
-struct Target {
-    ColumnType type;
-    std::string column;
-};
 
 /// A statement in SQLite's SQL, and what Oracle's text says beside it.
 struct Translation {

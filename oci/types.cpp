@@ -16,7 +16,6 @@ struct TypeName {
     int scale;
 };
 
-constexpr int any_scale = -127;
 constexpr TypeName type_names[] = {
     {"NUMBER", Family::number, 0, 0, any_scale},
     {"NUMERIC", Family::number, 0, 38, 0},
@@ -72,12 +71,6 @@ std::optional<Declaration> take_apart(std::string_view text) {
         p = number ? std::from_chars(p, text.data() + text.size(), parts.numbers[parts.count++]).ptr : p + 1;
     }
     return parts;
-}
-
-double power_of_ten(int exponent) {
-    static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
-                                        1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
-    return exponent >= 0 && exponent < 20 ? powers[exponent] : std::pow(10.0, exponent);
 }
 
 /// Rounds half away from zero, as decimal rounding does, whatever error scaling the binary fraction adds.
@@ -156,6 +149,12 @@ Value fit_bytes(const Value& given, const ColumnType& type, std::string_view col
 }
 
 } // namespace
+
+double power_of_ten(int exponent) {
+    static constexpr double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                        1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19};
+    return exponent >= 0 && exponent < 20 ? powers[exponent] : std::pow(10.0, exponent);
+}
 
 ColumnType ColumnType::number(int digits, int behind_point) {
     ColumnType type;

@@ -59,15 +59,17 @@ class OwnedValue {
 
 enum class Family : std::uint8_t { unknown, number, text, fixed_text, date, raw, long_text, long_raw, rowid, blob, clob };
 
+constexpr sb1 any_scale = -127; ///< of a number with any digits behind the point
+
 /// What a column, a parameter or an expression is declared as.
 struct ColumnType {
     Family family = Family::unknown;
     ub2 size = 0;      ///< bytes of text and raw types
     sb2 precision = 0; ///< decimal digits of numbers; 0: any
-    sb1 scale = -127;  ///< digits behind the point; -127: any
+    sb1 scale = any_scale; ///< digits behind the point
     bool nullable = true;
 
-    static ColumnType number(int digits = 0, int behind_point = -127);
+    static ColumnType number(int digits = 0, int behind_point = any_scale);
     static ColumnType of_family(Family family, int size = 0);
 
     /// The type that a declaration such as NUMBER(10,2) or VARCHAR2(20 BYTE) names; nothing when it names none.
@@ -107,6 +109,8 @@ int days_in_month(int year, int month);
 
 /// A number as Oracle prints it: no exponent below 40 digits, no zero before the point.
 std::string_view number_text(const Value& number, std::string& scratch);
+/// 10 to this power.
+double power_of_ten(int exponent);
 /// The number that a text spells (ORA-01722 when it spells none), of integer type when it is whole and fits.
 Value number_of(std::string_view text);
 /// The number that a value is or spells; NULL stays NULL.
