@@ -72,7 +72,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// Moves operator<< and operator>> so that the next one uses column `count` + 1; column 1 for a count below 1.
     virtual void mb_setListCount(int count) = 0;
 
-    /// Whether the column is NULL in the row fetched last. Columns of type DTK_UNKNOWN never read as NULL.
+    /// Whether the column is NULL in the row fetched last. A column of type DTK_UNKNOWN never reads as NULL: a NULL in
+    /// it makes mb_fetch fail.
     virtual bool mb_isNull(unsigned int column) = 0;
 
     /// Whether the value was cut and its full length does not fit 16 bits; a shorter cut is not reported.

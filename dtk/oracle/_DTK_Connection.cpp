@@ -33,14 +33,14 @@ void _DTK_Connection::mb_terminateStatement(DTK_StatementBase* statement) {
     requireSession();
     auto& terminated = *static_cast<_DTK_Statement*>(statement);
     if (!terminated.m_stmtHandle) return;
-    OCIError* errorHandle = m_pool->mb_getErrorHandle();
+    OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     check(OCIStmtRelease(terminated.m_stmtHandle, errorHandle, nullptr, 0, OCI_DEFAULT), errorHandle);
     terminated.mb_reinitializeObject();
 }
 
 bool _DTK_Connection::mb_ping() {
     if (!m_svcCtx) return false;
-    OCIError* errorHandle = m_pool->mb_getErrorHandle();
+    OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     const sword status = OCIPing(m_svcCtx, errorHandle, OCI_DEFAULT);
     // Takes the failure out of the shared error handle, so that nobody reads it as their own.
     sb4 number = 0;
@@ -51,14 +51,14 @@ bool _DTK_Connection::mb_ping() {
 
 bool _DTK_Connection::mb_commit() {
     requireSession();
-    OCIError* errorHandle = m_pool->mb_getErrorHandle();
+    OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     check(OCITransCommit(m_svcCtx, errorHandle, OCI_DEFAULT), errorHandle);
     return false;
 }
 
 bool _DTK_Connection::mb_rollback() {
     requireSession();
-    OCIError* errorHandle = m_pool->mb_getErrorHandle();
+    OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     check(OCITransRollback(m_svcCtx, errorHandle, OCI_DEFAULT), errorHandle);
     return false;
 }
@@ -66,7 +66,7 @@ bool _DTK_Connection::mb_rollback() {
 bool _DTK_Connection::mb_changePassword(const DTK_String& user, const DTK_String& oldPassword,
                                         const DTK_String& newPassword) {
     requireSession();
-    OCIError* errorHandle = m_pool->mb_getErrorHandle();
+    OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     check(OCIPasswordChange(m_svcCtx, errorHandle, oraText(user), user.mb_length(), oraText(oldPassword),
                             oldPassword.mb_length(), oraText(newPassword), static_cast<sb4>(newPassword.mb_length()),
                             OCI_DEFAULT),

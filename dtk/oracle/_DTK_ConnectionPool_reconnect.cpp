@@ -87,7 +87,7 @@ void _DTK_ConnectionPool::logOnAgain() {
 
 // The exit unwinds the stack, so that nothing that needs a destructor may live here.
 void* gb_pthreadInitFunc(void* pool) {
-    pthread_detach(pthread_self());
+    pthread_detach(pthread_self()); // nobody joins it
     static_cast<_DTK_ConnectionPool*>(pool)->reconnect();
     pthread_exit(nullptr);
 }

@@ -58,7 +58,7 @@ bool _DTK_ResultSet::mb_fetch() {
     prepareDefines();
     const sword status = OCIStmtFetch(m_stmtHandle, m_errorHandle, m_bulkCount, OCI_FETCH_NEXT, OCI_DEFAULT);
     if (status != OCI_SUCCESS && !partialBatchArrived(status)) return false;
-    mapBatch();
+    if (!m_stringMappers.empty() || !m_int64Mappers.empty() || !m_blobMappers.empty()) mapBatch();
     return true;
 }
 

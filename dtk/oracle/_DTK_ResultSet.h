@@ -9,7 +9,7 @@
 #include "dtk/oracle/DTK_Blob_mapper.h"
 #include "dtk/oracle/DTK_String_mapper.h"
 #include "dtk/oracle/DTK_int64_mapper.h"
-#include "dtk/oracle/Storage.h"
+#include "dtk/oracle/Rows.h"
 
 namespace dtk::error {
 struct Definition;
@@ -97,7 +97,7 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
         unsigned short external;
         short* indicator;
         OCIDefine* handle;
-        dtk::oracle::Storage droppedRows; ///< where rows go while the bulk count is above 1
+        dtk::oracle::Rows droppedRows; ///< where rows go while the bulk count is above 1
     };
 
     columnBuffer& column(unsigned int position) { return *m_columns[position - 1]; }

@@ -85,25 +85,24 @@ void _DTK_ResultSet::redefineColumns() {
 void _DTK_ResultSet::defineForBulkCount(DefinedColumn& column) {
     if (m_bulkCount > 1) return defineDroppedRows(column);
     define(column.handle, column.position, column.value, column.size_bytes, column.external, column.indicator);
-    column.droppedRows.reset();
+    column.droppedRows = {};
 }
 
 void _DTK_ResultSet::defineDroppedRows(DefinedColumn& column) {
     const bool isBlob = column.external == OracleType<DTK_Blob>::external;
     const std::size_t width = isBlob ? sizeof(OCILobLocator*) : static_cast<std::size_t>(column.size_bytes);
-    const std::size_t indicatorsAt = (width * m_bulkCount + 1) / sizeof(short) * sizeof(short);
-    Storage rows = makeStorage(indicatorsAt + m_bulkCount * sizeof(short));
+    dtk::oracle::Rows rows(width, m_bulkCount);
     if (isBlob) {
         OCIEnv* environment = requireEnvironment();
-        auto** locators = static_cast<OCILobLocator**>(rows.get());
+        auto** locators = static_cast<OCILobLocator**>(rows.values());
         for (unsigned int i = 0; i < m_bulkCount; ++i) {
             if (!dtk::oracle::allocateLocator(environment, locators[i])) {
                 throw DTK_Exception(error::blob_descriptor_failed);
             }
         }
     }
-    void* indicators = column.indicator ? static_cast<char*>(rows.get()) + indicatorsAt : nullptr;
-    define(column.handle, column.position, rows.get(), column.size_bytes, column.external, indicators);
+    define(column.handle, column.position, rows.values(), column.size_bytes, column.external,
+           column.indicator ? rows.indicators() : nullptr);
     column.droppedRows = std::move(rows);
 }
 

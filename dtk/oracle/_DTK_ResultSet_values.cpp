@@ -13,6 +13,26 @@
 namespace error = dtk::error;
 using dtk::oracle::readNumber;
 
+namespace {
+
+DTK_String numberText(const columnBuffer& buffer) {
+    DTK_String text;
+    char digits[32];
+    switch (buffer.m_type) {
+    case DTK_INT: text.mb_fromInt(*static_cast<const int*>(buffer.m_value)); break;
+    case DTK_FLOAT: text.mb_fromFloat(*static_cast<const float*>(buffer.m_value)); break;
+    case DTK_DOUBLE: text.mb_fromDouble(*static_cast<const double*>(buffer.m_value)); break;
+    case DTK_INT64:
+        std::snprintf(digits, sizeof digits, "%lld", *static_cast<const long long*>(buffer.m_value));
+        text = digits;
+        break;
+    default: throw DTK_Exception(error::column_conversion_unexpected);
+    }
+    return text;
+}
+
+} // namespace
+
 bool _DTK_ResultSet::mb_isNull(unsigned int position) {
     return column(position).m_indicator == dtk::oracle::indicatorNull;
 }
@@ -23,21 +43,11 @@ bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
-    DTK_String text;
-    char digits[32];
-    switch (buffer.m_type) {
-    case DTK_STRING: text = static_cast<const char*>(buffer.m_value); break;
-    case DTK_INT: text.mb_fromInt(*static_cast<const int*>(buffer.m_value)); break;
-    case DTK_FLOAT: text.mb_fromFloat(*static_cast<const float*>(buffer.m_value)); break;
-    case DTK_DOUBLE: text.mb_fromDouble(*static_cast<const double*>(buffer.m_value)); break;
-    case DTK_INT64:
-        std::snprintf(digits, sizeof digits, "%lld", *static_cast<const long long*>(buffer.m_value));
-        text = digits;
-        break;
-    case DTK_DBDATE: return static_cast<DTK_DbDate*>(buffer.m_value)->mb_toString(DTF_YYYYMMDDHH24MISS);
-    default: throw DTK_Exception(error::column_conversion_unexpected);
+    if (buffer.m_type == DTK_STRING) return DTK_String(static_cast<const char*>(buffer.m_value));
+    if (buffer.m_type == DTK_DBDATE) {
+        return static_cast<DTK_DbDate*>(buffer.m_value)->mb_toString(DTF_YYYYMMDDHH24MISS);
     }
-    return text;
+    return numberText(buffer);
 }
 
 int _DTK_ResultSet::mb_getInt(unsigned int position) {

@@ -110,8 +110,11 @@ bool _DTK_Statement::mb_getAutoCommit() {
 void _DTK_Statement::mb_execute() {
     if (m_state == unprepared) throw DTK_Exception(error::statement_not_prepared);
     const ub4 iterations = mb_getStmtType() == OCI_STMT_SELECT ? 0 : static_cast<ub4>(m_updateCount);
+    const bool repeated = iterations > 1 || m_valuesRepeated;
+    if (repeated) repeatSingleValues(iterations);
     check(OCIStmtExecute(serviceContext(), m_stmtHandle, errorHandle(), iterations, 0, nullptr, nullptr, m_executeMode),
           errorHandle());
+    if (repeated) takeFirstIteration();
     m_state = iterations == 0 ? executedAsQuery : executedWithIterations;
 }
 
@@ -150,6 +153,7 @@ void _DTK_Statement::mb_reinitializeObject() {
     m_paramBuffers.clear();
     m_binds.clear();
     releaseMappers();
+    m_valuesRepeated = false;
 }
 
 // The error handle and the environment are the same for every pool, so that a statement whose connection was given back
@@ -180,7 +184,7 @@ void _DTK_Statement::appendPlaceholders(std::size_t count) {
     m_binds.reserve(m_binds.size() + count);
     m_paramBuffers.reserve(m_paramBuffers.size() + count);
     for (std::size_t i = 0; i < count; ++i) {
-        m_paramBuffers.push_back(std::make_unique<columnBuffer>());
+        m_paramBuffers.push_back(std::make_unique<Parameter>());
         m_binds.push_back(nullptr);
     }
 }

@@ -9,6 +9,7 @@
 #include "dtk/oracle/DTK_Blob_mapper.h"
 #include "dtk/oracle/DTK_String_mapper.h"
 #include "dtk/oracle/DTK_int64_mapper.h"
+#include "dtk/oracle/Rows.h"
 
 struct OCIBind;
 struct OCIEnv;
@@ -87,9 +88,23 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
 
     enum State : int { unprepared = 0, prepared = 1, executedAsQuery = 3, executedWithIterations = 4 };
 
+    /// What a position's bind reads and writes while it is one value: not an array, and not unbound.
+    struct SingleValue {
+        void* value;
+        int size_bytes;
+        unsigned short external;
+        short* indicator;
+    };
+
+    struct Parameter : columnBuffer {
+        SingleValue single{};
+        short blobIndicator = 0;
+        dtk::oracle::Rows iterations; ///< the single value once per iteration, for executions with more than one
+    };
+
     OCIError* errorHandle() const;
     OCISvcCtx* serviceContext() const;
-    columnBuffer& parameter(unsigned int position) { return *m_paramBuffers[position - 1]; }
+    Parameter& parameter(unsigned int position) { return *m_paramBuffers[position - 1]; }
 
     void prepare(const DTK_String& sql);
     void appendPlaceholders(std::size_t count);
@@ -99,10 +114,16 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
     DTK_ResultSetBase* handOver(std::unique_ptr<_DTK_ResultSet> resultSet);
 
     void bind(unsigned int position, void* value, int size_bytes, unsigned short external, void* indicators);
+    void bindStorage(unsigned int position, dtk::oracle::Storage storage, int size_bytes, unsigned short external,
+                     DTK_DATATYPES type);
     template <typename T> void setValue(unsigned int position, const T& value);
     template <typename T> void* storedValue(unsigned int position);
     void registerText(unsigned int position, DTK_DATATYPES type, unsigned int size);
     void registerBlob(unsigned int position);
+
+    void repeatSingleValues(std::size_t iterations);
+    void bindIterations(unsigned int position, std::size_t iterations);
+    void takeFirstIteration();
 
     unsigned int takeBindPosition();
     template <typename T> DTK_StatementBase& bindArray(T* values);
@@ -119,5 +140,6 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
     std::vector<DTK_int64_mapper> m_int64Mappers;
     std::vector<DTK_Blob_mapper> m_blobMappers;
     std::vector<OCIBind*> m_binds;
-    std::vector<std::unique_ptr<columnBuffer>> m_paramBuffers;
+    std::vector<std::unique_ptr<Parameter>> m_paramBuffers;
+    bool m_valuesRepeated = false; ///< some position is bound to its iterations
 };

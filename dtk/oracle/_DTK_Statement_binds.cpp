@@ -23,13 +23,6 @@ using dtk::oracle::Storage;
 
 namespace {
 
-/// Gives a buffer what is bound now in place of what was bound before.
-void replace(columnBuffer& buffer, Storage storage, DTK_DATATYPES type) {
-    const Storage old(buffer.m_value);
-    buffer.m_value = storage.release();
-    buffer.m_type = type;
-}
-
 struct TemporaryBlobDeleter {
     OCISvcCtx* serviceContext;
     OCIError* errorHandle;
@@ -52,10 +45,8 @@ void _DTK_Statement::mb_registerOutParam(unsigned int position, DTK_DATATYPES ty
     if (type == DTK_BLOB) return registerBlob(position);
     const dtk::oracle::FixedType* fixed = dtk::oracle::findFixedType(type);
     if (!fixed) return registerText(position, type, size);
-    columnBuffer& buffer = parameter(position);
-    Storage storage = makeStorage(static_cast<std::size_t>(fixed->size_bytes));
-    bind(position, storage.get(), fixed->size_bytes, fixed->external, &buffer.m_indicator);
-    replace(buffer, std::move(storage), type);
+    bindStorage(position, makeStorage(static_cast<std::size_t>(fixed->size_bytes)), fixed->size_bytes, fixed->external,
+                type);
 }
 
 void _DTK_Statement::mb_setInt(unsigned int position, int value) {
@@ -75,12 +66,10 @@ void _DTK_Statement::mb_setDouble(unsigned int position, double value) {
 }
 
 void _DTK_Statement::mb_setString(unsigned int position, const DTK_String& value) {
-    columnBuffer& buffer = parameter(position);
     const std::size_t length = std::strlen(value.c_str());
     Storage text(::operator new(length + 1));
     std::memcpy(text.get(), value.c_str(), length + 1);
-    bind(position, text.get(), static_cast<int>(length + 1), OracleType<DTK_String>::external, &buffer.m_indicator);
-    replace(buffer, std::move(text), DTK_STRING);
+    bindStorage(position, std::move(text), static_cast<int>(length + 1), OracleType<DTK_String>::external, DTK_STRING);
 }
 
 void _DTK_Statement::mb_setDate(unsigned int position, DTK_DbDate value) {
@@ -94,6 +83,9 @@ void _DTK_Statement::mb_setDTK_Blob(unsigned int position, DTK_Blob& value) {
     }
     auto& blob = static_cast<_DTK_Blob&>(*value.mb_get());
     bind(position, &blob.m_locator, 0, OracleType<DTK_Blob>::external, nullFlagAsIndicator(blob.mb_isNull()));
+    Parameter& bound = parameter(position);
+    bound.blobIndicator = blob.mb_isNull() ? dtk::oracle::indicatorNull : short{0};
+    bound.single = {&blob.m_locator, 0, OracleType<DTK_Blob>::external, &bound.blobIndicator};
 }
 
 void _DTK_Statement::mb_setInt64(unsigned int position, const long long& value) {
@@ -146,6 +138,19 @@ void _DTK_Statement::bind(unsigned int position, void* value, int size_bytes, un
                        nullptr, 0, nullptr, OCI_DEFAULT),
           errorHandle());
     m_binds[position - 1] = handle;
+    Parameter& bound = parameter(position);
+    bound.single = {};
+    bound.iterations = {};
+}
+
+void _DTK_Statement::bindStorage(unsigned int position, Storage storage, int size_bytes, unsigned short external,
+                                 DTK_DATATYPES type) {
+    Parameter& bound = parameter(position);
+    bind(position, storage.get(), size_bytes, external, &bound.m_indicator);
+    const Storage old(bound.m_value);
+    bound.m_value = storage.release();
+    bound.m_type = type;
+    bound.single = {bound.m_value, size_bytes, external, &bound.m_indicator};
 }
 
 // The bind of an earlier call points at the storage, so that a value of the same type is sent without a new one.
@@ -157,8 +162,7 @@ template <typename T> void _DTK_Statement::setValue(unsigned int position, const
     }
     Storage storage(::operator new(sizeof(T)));
     new (storage.get()) T(value);
-    bind(position, storage.get(), sizeof(T), OracleType<T>::external, &buffer.m_indicator);
-    replace(buffer, std::move(storage), OracleType<T>::code);
+    bindStorage(position, std::move(storage), sizeof(T), OracleType<T>::external, OracleType<T>::code);
 }
 
 template <typename T> void* _DTK_Statement::storedValue(unsigned int position) {
@@ -169,17 +173,13 @@ template <typename T> void* _DTK_Statement::storedValue(unsigned int position) {
 
 // OCI gets one byte less of a DTK_STRING than there is, and all of any other type.
 void _DTK_Statement::registerText(unsigned int position, DTK_DATATYPES type, unsigned int size) {
-    columnBuffer& buffer = parameter(position);
-    Storage text = makeStorage(size);
     const unsigned int bound_bytes = type == DTK_STRING ? size - 1 : size;
-    bind(position, text.get(), static_cast<int>(bound_bytes), OracleType<DTK_String>::external, &buffer.m_indicator);
-    replace(buffer, std::move(text), type);
+    bindStorage(position, makeStorage(size), static_cast<int>(bound_bytes), OracleType<DTK_String>::external, type);
 }
 
 // The cell that owns nothing holds the locator, so that releasing the buffer never frees it: it belongs to the handle
 // that mb_getDTK_Blob makes, or stays with OCI.
 void _DTK_Statement::registerBlob(unsigned int position) {
-    columnBuffer& buffer = parameter(position);
     OCILobLocator* locator = nullptr;
     if (!dtk::oracle::allocateLocator(_DTK_ConnectionPool::mb_getEnvironmentHandle(), locator)) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
@@ -188,9 +188,13 @@ void _DTK_Statement::registerBlob(unsigned int position) {
     if (!dtk::oracle::createTemporary(serviceContext(), errorHandle(), locator)) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
     }
+    Parameter& bound = parameter(position);
     Storage cell(::operator new(sizeof locator));
     std::memcpy(cell.get(), &locator, sizeof locator);
-    bind(position, locator, 0, OracleType<DTK_Blob>::external, &buffer.m_indicator);
-    replace(buffer, std::move(cell), DTK_BLOB);
+    bind(position, locator, 0, OracleType<DTK_Blob>::external, &bound.m_indicator);
+    const Storage old(bound.m_value);
+    bound.m_value = cell.release();
+    bound.m_type = DTK_BLOB;
+    bound.single = {bound.m_value, 0, OracleType<DTK_Blob>::external, &bound.m_indicator};
     static_cast<void>(owner.release());
 }

@@ -5,6 +5,7 @@
 
 #include "dtk/foundation/DTK_Exception.h"
 #include "dtk/foundation/columnBuffer.h"
+#include "dtk/oracle/OracleType.h"
 
 namespace dtk::oracle {
 
@@ -30,6 +31,7 @@ template <typename To, typename From> To convertNumber(From value) {
 ///
 /// @throws DTK_Exception `unreadable`: the buffer holds no number
 template <typename To> To readNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
+    if (buffer.m_type == OracleType<To>::code) return *static_cast<const To*>(buffer.m_value); // nearly always
     switch (buffer.m_type) {
     case DTK_INT: return convertNumber<To>(*static_cast<const int*>(buffer.m_value));
     case DTK_FLOAT: return convertNumber<To>(*static_cast<const float*>(buffer.m_value));
