@@ -367,7 +367,8 @@ Input::Input(const Buffer& bind, const Target* stored_in, int at) : buffer(&bind
         power = power_of_ten(target->type.scale);
         limit = power_of_ten(target->type.precision - target->type.scale);
     }
-    text_limit = any_value ? std::numeric_limits<std::size_t>::max() : target->type.size;
+    const bool any_size = any_value || target->type.size == 0;
+    text_limit = any_size ? std::numeric_limits<std::size_t>::max() : target->type.size;
     if (bind.indicator == null_flag || (number && target->type.scale < 0 && target->type.scale != any_scale)) return;
     if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(sb4)) way = Way::int32;
     if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(std::int64_t)) way = Way::int64;

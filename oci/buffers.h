@@ -37,16 +37,16 @@ struct Scratch {
 /// The value that the caller put into an element. It may point into the buffer or the scratch.
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch);
 
-/// The column that the value of a placeholder is stored in.
+/// What the value of a placeholder is made to fit: the column that it is stored in, or what it is compared with.
 struct Target {
     ColumnType type;
-    std::string column;
+    std::string column; ///< empty where nothing is stored
 };
 
-/// The buffer of a bind with the column that its values are stored in, and the way from the one to the other.
+/// The buffer of a bind with what its values are made to fit, and the way from the one to the other.
 class Input {
   public:
-    /// @param target  null: the value is not stored but used as it is
+    /// @param target  null: the value is used as it is
     Input(const Buffer& bind, const Target* target, int position);
 
     /// Binds element `index`. What is bound may lie in the buffer or in this object.

@@ -1,7 +1,9 @@
 #include "translate.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <unordered_set>
 #include <sqlite3.h>
 
 namespace oci {
@@ -55,12 +57,18 @@ ColumnType expression_type(Family family) {
     }
 }
 
+std::string literal_of(std::string_view text) {
+    std::string literal = "'";
+    for (const char c : text) literal.append(c == '\'' ? 2 : 1, c);
+    return literal + "'";
+}
+
 std::string fit_call(const std::string& sql, const ColumnType& type, std::string_view column) {
     std::string call = "ora_fit(" + sql;
     for (const int part : {static_cast<int>(type.family), int{type.size}, int{type.precision}, int{type.scale}}) {
         call += "," + std::to_string(part);
     }
-    return call + ",'" + std::string(column) + "')";
+    return call + "," + literal_of(column) + ")";
 }
 
 void append(std::string& sql, std::string_view piece) {
@@ -73,6 +81,7 @@ class Translator {
     Translator(Session& session, std::span<const Token> tokens, const Positions& positions)
         : m_session(session), m_tokens(tokens), m_positions(positions) {
         collect_tables();
+        collect_aliases();
     }
 
     Translation statement() {
@@ -131,21 +140,56 @@ class Translator {
             const bool place = before.is("FROM") || before.is("JOIN") || before.is("INTO") || before.is("UPDATE") ||
                                before.is("DELETE") || (from && before.is(","));
             if (!place || !m_tokens[i].is_name() || is_keyword(m_tokens[i])) continue;
-            if (const auto* columns = m_session.columns_of(upper(plain_name(m_tokens[i])))) m_tables.push_back(columns);
+            const auto* columns = m_session.columns_of(upper(plain_name(m_tokens[i])));
+            if (columns != nullptr && std::find(m_tables.begin(), m_tables.end(), columns) == m_tables.end()) m_tables.push_back(columns);
+        }
+    }
+
+    /// @param wanted  in capitals
+    static const Column* column_of(const std::vector<Column>& columns, std::string_view wanted) {
+        const auto found = std::find_if(columns.begin(), columns.end(), [&](const Column& c) { return c.name == wanted; });
+        return found != columns.end() ? &*found : nullptr;
+    }
+
+    /// Names that the statement itself gives: they may hide a column of another type.
+    void collect_aliases() {
+        for (std::size_t i = 1; i < m_tokens.size(); ++i) {
+            const Token& before = m_tokens[i - 1];
+            if (!m_tokens[i].is_name() || is_keyword(m_tokens[i])) continue;
+            const bool behind_value = before.is_name() && !is_keyword(before);
+            const bool behind_literal = before.kind == Token::Kind::string || before.kind == Token::Kind::number || before.kind == Token::Kind::placeholder;
+            if (behind_value || behind_literal || before.is("AS") || before.is(")") || before.is("END")) m_aliases.insert(upper(plain_name(m_tokens[i])));
         }
     }
 
     const Column* find_column(std::string_view column) const {
         const std::string wanted = upper(column);
         for (const auto* columns : m_tables) {
-            for (const auto& candidate : *columns) {
-                if (candidate.name == wanted) return &candidate;
-            }
+            if (const Column* found = column_of(*columns, wanted)) return found;
         }
         return nullptr;
     }
 
+    /// The type of a column, unknown where the name may mean columns of several.
+    ColumnType type_of_column(std::string_view column) const {
+        const std::string wanted = upper(column);
+        ColumnType type;
+        if (m_aliases.count(wanted) != 0) return type;
+        for (const auto* columns : m_tables) {
+            const Column* found = column_of(*columns, wanted);
+            if (found == nullptr) continue;
+            if (type.family != Family::unknown && type.family != found->type.family) return {};
+            type = found->type;
+        }
+        return type;
+    }
+
     // ---- tokens and clauses
+
+    /// The clauses that some words of the grammar belong to have been read before an expression is looked for.
+    static bool may_name_column(const Token& token) {
+        return !is_keyword(token) || token.is("KEY") || token.is("FIRST") || token.is("LAST") || token.is("NEXT");
+    }
 
     bool starts_expression(const Token& token) const {
         switch (token.kind) {
@@ -153,7 +197,7 @@ class Translator {
         case Token::Kind::string:
         case Token::Kind::number:
         case Token::Kind::placeholder: return true;
-        case Token::Kind::word: return token.is("CASE") || !is_keyword(token);
+        case Token::Kind::word: return token.is("CASE") || may_name_column(token);
         case Token::Kind::symbol: return token.is("(") || token.is("-") || token.is("+");
         default: return false;
         }
@@ -180,7 +224,7 @@ class Translator {
         if (token.is("RETURNING")) return returning();
         if (accept("MINUS")) return "EXCEPT";
         if (accept("^=")) return "<>";
-        if (starts_expression(token)) return additive().sql;
+        if (starts_expression(token)) return comparison().sql;
         return std::string(take().text);
     }
 
@@ -224,6 +268,7 @@ class Translator {
     std::string lock_rows() {
         take();
         take();
+        if (m_distinct) throw OracleError(1786);
         m_result.for_update = true;
         if (accept("OF")) clause({"NOWAIT", "WAIT", "SKIP"});
         if (accept("NOWAIT")) m_result.patience = std::chrono::milliseconds(0);
@@ -242,8 +287,8 @@ class Translator {
     std::string select() {
         m_selected = true;
         std::string sql(take().text);
-        if (peek().is("DISTINCT") || peek().is("ALL")) append(sql, take().text);
-        if (accept("UNIQUE")) append(sql, "DISTINCT");
+        m_distinct = peek().is("DISTINCT") || peek().is("UNIQUE");
+        if (m_distinct || peek().is("ALL")) append(sql, take().is("ALL") ? "ALL" : "DISTINCT");
         bool star = false;
         do {
             append(sql, select_item(star));
@@ -323,18 +368,10 @@ class Translator {
             const Token& column = name();
             if (sql.size() > 1) sql += ",";
             sql += identifier(column);
-            stored.push_back(columns != nullptr ? column_of(*columns, plain_name(column)) : nullptr);
+            stored.push_back(columns != nullptr ? column_of(*columns, upper(plain_name(column))) : nullptr);
         } while (accept(","));
         expect(")", 907);
         return sql + ")";
-    }
-
-    static const Column* column_of(const std::vector<Column>& columns, std::string_view column) {
-        const std::string wanted = upper(column);
-        for (const auto& candidate : columns) {
-            if (candidate.name == wanted) return &candidate;
-        }
-        return nullptr;
     }
 
     std::string stored_values(const std::vector<const Column*>& stored) {
@@ -353,13 +390,16 @@ class Translator {
     std::string store(const Expression& value, const Column* column) {
         if (column == nullptr || column->type.family == Family::unknown || value.sql == "NULL") return value.sql;
         if (value.placeholder == 0) return fit_call(value.sql, column->type, column->name);
-        auto& targets = m_result.targets;
-        if (targets.size() < value.placeholder) targets.resize(value.placeholder);
-        auto& target = targets[value.placeholder - 1];
         // In a block the same name may go to several columns: then only the statement knows what fits.
-        if (target || m_positions) return fit_call(value.sql, column->type, column->name);
-        target = Target{column->type, column->name};
+        if (m_positions) return fit_call(value.sql, column->type, column->name);
+        set_target(value.placeholder, column->type, column->name);
         return value.sql;
+    }
+
+    void set_target(unsigned position, const ColumnType& type, const std::string& column) {
+        auto& targets = m_result.targets;
+        if (targets.size() < position) targets.resize(position);
+        targets[position - 1] = Target{type, column};
     }
 
     std::string stored_query(const std::vector<const Column*>& stored) {
@@ -400,7 +440,7 @@ class Translator {
         if (accept(".")) column = &name();
         expect("=", 927);
         const Expression value = additive();
-        const Column* stored = columns != nullptr ? column_of(*columns, plain_name(*column)) : nullptr;
+        const Column* stored = columns != nullptr ? column_of(*columns, upper(plain_name(*column))) : nullptr;
         return identifier(*column) + " = " + store(value, stored);
     }
 
@@ -430,6 +470,96 @@ class Translator {
         } while (accept(","));
     }
 
+    // ---- comparisons
+
+    static bool is_comparison(const Token& token) {
+        static constexpr std::string_view signs[] = {"=", "<>", "!=", "^=", "<", ">", "<=", ">="};
+        return std::any_of(std::begin(signs), std::end(signs), [&](std::string_view sign) { return token.is(sign); });
+    }
+
+    /// An expression and what it is compared with, if it is.
+    Expression comparison() {
+        Expression left = additive();
+        const std::size_t behind_not = peek().is("NOT") ? 1 : 0;
+        if (is_comparison(peek()) && starts_expression(peek(1))) {
+            const std::string sign(peek().is("^=") ? "<>" : peek().text);
+            take();
+            Expression right = additive();
+            align(left, right);
+            return {left.sql + " " + sign + " " + right.sql};
+        }
+        if (peek(behind_not).is("BETWEEN")) return between(std::move(left));
+        const bool list = peek(behind_not).is("IN") && peek(behind_not + 1).is("(") && starts_expression(peek(behind_not + 2));
+        return list ? in_list(std::move(left)) : left;
+    }
+
+    Expression between(Expression left) {
+        const std::string sign = accept("NOT") ? " NOT BETWEEN " : " BETWEEN ";
+        take();
+        Expression low = additive();
+        expect("AND", 905);
+        Expression high = additive();
+        align(left, low);
+        align(left, high);
+        align(left, low);
+        return {left.sql + sign + low.sql + " AND " + high.sql};
+    }
+
+    Expression in_list(Expression left) {
+        const std::string sign = accept("NOT") ? " NOT IN (" : " IN (";
+        take();
+        take();
+        std::vector<Expression> elements;
+        do {
+            elements.push_back(additive());
+        } while (accept(","));
+        expect(")", 907);
+        for (auto& element : elements) align(left, element);
+        std::string sql;
+        for (auto& element : elements) {
+            align(left, element); // a later element may have decided what all are compared as
+            sql.append(sql.empty() ? "" : ", ").append(element.sql);
+        }
+        return {left.sql + sign + sql + ")"};
+    }
+
+    /// Oracle compares a text with a number, a date or raw bytes as one of these. SQLite would find the two different.
+    void align(Expression& left, Expression& right) {
+        const Family l = left.type.family;
+        const Family r = right.type.family;
+        if ((l == Family::number && r == Family::date) || (l == Family::date && r == Family::number)) {
+            throw OracleError(932, "expected DATE got NUMBER");
+        }
+        if (is_convertible(right) && l != r) convert(right, l);
+        if (is_convertible(left) && l != r) convert(left, r);
+    }
+
+    static bool is_text(const ColumnType& type) {
+        return type.family == Family::text || type.family == Family::fixed_text || type.family == Family::long_text;
+    }
+
+    static bool is_convertible(const Expression& value) { return is_text(value.type) || value.placeholder != 0; }
+
+    void convert(Expression& value, Family family) {
+        const bool bound = value.placeholder != 0 && !m_positions;
+        const char* function = nullptr;
+        switch (family) {
+        case Family::number: function = "to_number("; break;
+        case Family::date: function = "to_date("; break;
+        case Family::raw: function = "hextoraw("; break;
+        case Family::text: break;
+        default: return;
+        }
+        ColumnType type = expression_type(family);
+        type.size = 0;
+        if (bound) {
+            set_target(value.placeholder, type, "");
+        } else if (function != nullptr) {
+            value.sql = function + value.sql + ")";
+        }
+        value.type = type;
+    }
+
     // ---- expressions
 
     Expression additive() {
@@ -437,11 +567,11 @@ class Translator {
         Expression left = term();
         for (;;) {
             if (accept("||")) {
-                left = call("ora_concat", left, term(), ColumnType::of_family(Family::text, 4000));
+                left = concatenation(std::move(left));
             } else if (accept("+")) {
-                left = sum(left, term(), '+');
+                left = sum(std::move(left), term(), '+');
             } else if (accept("-")) {
-                left = sum(left, term(), '-');
+                left = sum(std::move(left), term(), '-');
             } else {
                 --m_depth_of_expression;
                 return left;
@@ -449,12 +579,23 @@ class Translator {
         }
     }
 
+    /// Terms side by side in one call: nested calls would soon be too deep for SQLite.
+    Expression concatenation(Expression left) {
+        constexpr int most_arguments = 100;
+        std::string sql = "ora_concat(" + left.sql;
+        int count = 1;
+        do {
+            sql += ", " + term().sql;
+        } while (++count < most_arguments && accept("||"));
+        return {sql + ")", ColumnType::of_family(Family::text, 4000)};
+    }
+
     Expression term() {
         Expression left = factor();
         for (;;) {
             if (accept("*")) {
                 const Expression right = factor();
-                left = both_numbers(left, right) ? joined(left, "*", right)
+                left = both_numbers(left, right) ? joined(std::move(left), "*", right)
                                                  : call("ora_mul", left, right, ColumnType::number());
             } else if (accept("/")) {
                 left = call("ora_div", left, factor(), ColumnType::number());
@@ -465,11 +606,13 @@ class Translator {
     }
 
     Expression factor() {
-        if (accept("+")) return factor();
-        if (!accept("-")) return primary();
-        Expression operand = factor();
-        operand.sql = "- " + operand.sql;
-        operand.placeholder = 0;
+        bool negative = false;
+        bool is_signed = false;
+        for (; peek().is("+") || peek().is("-"); is_signed = true) negative = negative != take().is("-");
+        Expression operand = primary();
+        if (negative && operand.type.family != Family::number) return call("ora_sub", {"0"}, operand, ColumnType::number());
+        if (negative) operand.sql.insert(0, "- ");
+        if (is_signed) operand.placeholder = 0;
         return operand;
     }
 
@@ -477,8 +620,9 @@ class Translator {
         return left.type.family == Family::number && right.type.family == Family::number;
     }
 
-    static Expression joined(const Expression& left, const char* sign, const Expression& right) {
-        return {left.sql + " " + sign + " " + right.sql, ColumnType::number()};
+    static Expression joined(Expression left, const char* sign, const Expression& right) {
+        left.sql.append(" ").append(sign).append(" ").append(right.sql);
+        return {std::move(left.sql), ColumnType::number()};
     }
 
     static Expression call(const char* function, const Expression& left, const Expression& right, ColumnType type) {
@@ -486,10 +630,10 @@ class Translator {
     }
 
     /// Where an operand may be a date, a function finds out when it runs.
-    static Expression sum(const Expression& left, const Expression& right, char sign) {
+    static Expression sum(Expression left, const Expression& right, char sign) {
         const Family l = left.type.family;
         const Family r = right.type.family;
-        if (both_numbers(left, right)) return joined(left, sign == '+' ? "+" : "-", right);
+        if (both_numbers(left, right)) return joined(std::move(left), sign == '+' ? "+" : "-", right);
         ColumnType type;
         if (l == Family::date && r == Family::number) type = expression_type(Family::date);
         if (l == Family::number && r == Family::date) type = expression_type(Family::date);
@@ -514,7 +658,7 @@ class Translator {
             if (token.is("CAST") && peek(1).is("(")) return cast();
             if (token.is("EXTRACT") && peek(1).is("(")) return extract();
             if (token.is("DATE") && peek(1).kind == Token::Kind::string) return date_literal();
-            if (!is_keyword(token)) return named();
+            if (may_name_column(token)) return named();
             break;
         default: break;
         }
@@ -540,7 +684,7 @@ class Translator {
         take();
         ++m_depth;
         Expression inner;
-        if (starts_expression(peek())) inner = additive();
+        if (starts_expression(peek())) inner = comparison();
         const std::string rest = clause({});
         expect(")", 907);
         --m_depth;
@@ -645,7 +789,7 @@ class Translator {
             expression.sql += identifier(*last);
         }
         if (peek().is("(") && peek(1).is("+") && peek(2).is(")")) throw OracleError(3001, "(+)");
-        if (const Column* found = find_column(plain_name(*last))) expression.type = found->type;
+        expression.type = type_of_column(plain_name(*last));
         if (last->is("ROWID")) expression.type = ColumnType::of_family(Family::rowid);
         return expression;
     }
@@ -661,6 +805,7 @@ class Translator {
             Expression argument;
             if (starts_expression(peek())) argument = additive();
             append(argument.sql, clause({","}));
+            if (is_text(argument.type) && (called.is("SUM") || called.is("AVG"))) convert(argument, Family::number);
             append(arguments, argument.sql);
             types.push_back(argument.type);
             if (accept(",")) arguments += ",";
@@ -686,10 +831,12 @@ class Translator {
     const Positions& m_positions;
     std::size_t m_at = 0;
     std::vector<const std::vector<Column>*> m_tables;
+    std::unordered_set<std::string> m_aliases;
     Translation m_result;
     unsigned m_placeholders = 0;
     int m_depth = 0; ///< open parentheses
     int m_depth_of_expression = 0;
+    bool m_distinct = false;
     bool m_selected = false; ///< the select list that is described has been passed
 };
 
