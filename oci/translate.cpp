@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <unordered_set>
 #include <sqlite3.h>
+#include <unordered_set>
 
 namespace oci {
 namespace {
@@ -141,13 +141,15 @@ class Translator {
                                before.is("DELETE") || (from && before.is(","));
             if (!place || !m_tokens[i].is_name() || is_keyword(m_tokens[i])) continue;
             const auto* columns = m_session.columns_of(upper(plain_name(m_tokens[i])));
-            if (columns != nullptr && std::find(m_tables.begin(), m_tables.end(), columns) == m_tables.end()) m_tables.push_back(columns);
+            if (columns != nullptr && std::find(m_tables.begin(), m_tables.end(), columns) == m_tables.end())
+                m_tables.push_back(columns);
         }
     }
 
     /// @param wanted  in capitals
     static const Column* column_of(const std::vector<Column>& columns, std::string_view wanted) {
-        const auto found = std::find_if(columns.begin(), columns.end(), [&](const Column& c) { return c.name == wanted; });
+        const auto found =
+            std::find_if(columns.begin(), columns.end(), [&](const Column& c) { return c.name == wanted; });
         return found != columns.end() ? &*found : nullptr;
     }
 
@@ -157,8 +159,10 @@ class Translator {
             const Token& before = m_tokens[i - 1];
             if (!m_tokens[i].is_name() || is_keyword(m_tokens[i])) continue;
             const bool behind_value = before.is_name() && !is_keyword(before);
-            const bool behind_literal = before.kind == Token::Kind::string || before.kind == Token::Kind::number || before.kind == Token::Kind::placeholder;
-            if (behind_value || behind_literal || before.is("AS") || before.is(")") || before.is("END")) m_aliases.insert(upper(plain_name(m_tokens[i])));
+            const bool behind_literal = before.kind == Token::Kind::string || before.kind == Token::Kind::number ||
+                                        before.kind == Token::Kind::placeholder;
+            if (behind_value || behind_literal || before.is("AS") || before.is(")") || before.is("END"))
+                m_aliases.insert(upper(plain_name(m_tokens[i])));
         }
     }
 
@@ -489,7 +493,8 @@ class Translator {
             return {left.sql + " " + sign + " " + right.sql};
         }
         if (peek(behind_not).is("BETWEEN")) return between(std::move(left));
-        const bool list = peek(behind_not).is("IN") && peek(behind_not + 1).is("(") && starts_expression(peek(behind_not + 2));
+        const bool list =
+            peek(behind_not).is("IN") && peek(behind_not + 1).is("(") && starts_expression(peek(behind_not + 2));
         return list ? in_list(std::move(left)) : left;
     }
 
@@ -610,7 +615,8 @@ class Translator {
         bool is_signed = false;
         for (; peek().is("+") || peek().is("-"); is_signed = true) negative = negative != take().is("-");
         Expression operand = primary();
-        if (negative && operand.type.family != Family::number) return call("ora_sub", {"0"}, operand, ColumnType::number());
+        if (negative && operand.type.family != Family::number)
+            return call("ora_sub", {"0"}, operand, ColumnType::number());
         if (negative) operand.sql.insert(0, "- ");
         if (is_signed) operand.placeholder = 0;
         return operand;

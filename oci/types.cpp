@@ -1,9 +1,11 @@
 #include "values.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <utility>
 
 namespace oci {
 namespace {
@@ -64,24 +66,55 @@ std::optional<Declaration> take_apart(std::string_view text) {
     while (parts.name.ends_with(' ')) parts.name.pop_back();
     parts.name = upper(parts.name);
     if (open == std::string_view::npos) return parts;
-    for (const char* p = text.data() + open; p < text.data() + text.size();) {
+    const char* const end = text.data() + text.size();
+    bool negative = false;
+    for (const char* p = text.data() + open; p < end; ++p) {
         if (*p == '*' && parts.count == 0) parts.numbers[parts.count++] = 38;
-        const bool number = (*p >= '0' && *p <= '9') || *p == '-';
-        if (number && parts.count == 2) return std::nullopt;
-        p = number ? std::from_chars(p, text.data() + text.size(), parts.numbers[parts.count++]).ptr : p + 1;
+        if (*p == '-') negative = true;
+        if (*p < '0' || *p > '9') continue;
+        if (parts.count == 2) return std::nullopt;
+        int& number = parts.numbers[parts.count++];
+        const auto read = std::from_chars(p, end, number);
+        if (read.ec != std::errc{}) return std::nullopt;
+        if (std::exchange(negative, false)) number = -number;
+        p = read.ptr - 1;
     }
     return parts;
+}
+
+bool is_possible(const TypeName& type, const Declaration& parts) {
+    const int size = parts.numbers[0];
+    const int scale = parts.numbers[1];
+    if (parts.count == 0) return true;
+    switch (type.family) {
+    case Family::number: return size >= 1 && size <= std::max(type.precision, 38) && scale >= -84 && scale <= 127;
+    case Family::text: return size >= 1 && size <= 4000;
+    case Family::fixed_text:
+    case Family::raw: return size >= 1 && size <= 2000;
+    default: return true;
+    }
 }
 
 /// Rounds half away from zero, as decimal rounding does, whatever error scaling the binary fraction adds.
 double round_to(double number, int digits) {
     const double power = power_of_ten(digits);
     const double scaled = number * power;
-    if (!std::isfinite(scaled)) return number;
+    if (!(std::fabs(scaled) < 0x1p52)) return number; // greater ones have no fraction
     const double rounded = std::nearbyint(scaled);
-    const double tolerance = std::fabs(scaled) * 4 * std::numeric_limits<double>::epsilon();
+    const double tolerance = std::min(std::fabs(scaled) * 4 * std::numeric_limits<double>::epsilon(), 0.01);
     const bool tie = std::fabs(std::fabs(scaled - rounded) - 0.5) <= tolerance;
     return (tie ? std::trunc(scaled + std::copysign(0.5 + tolerance, scaled)) : rounded) / power;
+}
+
+/// Has the number no more than so many digits before the point? A double has too few digits to tell of great integers.
+bool is_below(const Value& number, int digits) {
+    if (number.type == Value::Type::real || digits < 0 || digits > 18) {
+        const double real = number.type == Value::Type::real ? number.real : static_cast<double>(number.integer);
+        return std::fabs(real) < power_of_ten(digits);
+    }
+    std::int64_t limit = 1;
+    for (int i = 0; i < digits; ++i) limit *= 10;
+    return number.integer > -limit && number.integer < limit;
 }
 
 [[noreturn]] void value_too_large(std::string_view column, std::size_t actual, std::size_t maximum) {
@@ -90,11 +123,10 @@ double round_to(double number, int digits) {
 }
 
 Value fit_number(const Value& given, const ColumnType& type) {
+    constexpr double largest = 1e126;
     Value number = number_of(given);
-    if (number.type == Value::Type::real && !std::isfinite(number.real)) throw OracleError(1426);
-    if (type.scale == any_scale) {
-        return number;
-    }
+    if (number.type == Value::Type::real && !(std::fabs(number.real) < largest)) throw OracleError(1426);
+    if (type.scale == any_scale) return number;
     if (number.type == Value::Type::real) {
         const double rounded = round_to(number.real, type.scale);
         const bool whole = std::trunc(rounded) == rounded && std::fabs(rounded) < 9.2e18;
@@ -102,9 +134,7 @@ Value fit_number(const Value& given, const ColumnType& type) {
     } else if (type.scale < 0) {
         number = Value::of(static_cast<std::int64_t>(round_to(static_cast<double>(number.integer), type.scale)));
     }
-    const double magnitude =
-        number.type == Value::Type::real ? std::fabs(number.real) : std::fabs(static_cast<double>(number.integer));
-    if (magnitude >= power_of_ten(type.precision - type.scale)) throw OracleError(1438);
+    if (!is_below(number, type.precision - type.scale)) throw OracleError(1438);
     return number;
 }
 
@@ -177,6 +207,7 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
     if (!parts) return std::nullopt;
     for (const auto& known : type_names) {
         if (known.name != parts->name) continue;
+        if (!is_possible(known, *parts)) return std::nullopt;
         ColumnType type = of_family(known.family, parts->count > 0 ? parts->numbers[0] : known.size);
         if (known.family == Family::number) {
             type = number(parts->count > 0 ? parts->numbers[0] : known.precision,

@@ -185,9 +185,12 @@ std::string_view number_text(const Value& number, std::string& scratch) {
         const auto end = std::to_chars(digits, digits + sizeof digits, number.integer).ptr;
         return scratch.assign(digits, end);
     }
-    // The digits behind the fifteenth are those of the binary fraction, not of the decimal number that was meant.
     double decimal = number.real;
-    std::from_chars(digits, std::to_chars(digits, digits + sizeof digits, number.real, std::chars_format::scientific, 14).ptr, decimal);
+    if (std::fabs(decimal) < 1e15 && std::trunc(decimal) != decimal) {
+        // The digits behind the fifteenth are those of the binary fraction, not of the decimal number that was meant.
+        const auto end = std::to_chars(digits, digits + sizeof digits, decimal, std::chars_format::scientific, 14).ptr;
+        std::from_chars(digits, end, decimal);
+    }
     const double magnitude = std::fabs(decimal);
     const bool plain = magnitude == 0 || (magnitude < 1e40 && magnitude >= 1e-40);
     const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
