@@ -84,15 +84,24 @@ class Reader {
     std::size_t m_at = 0;
 };
 
-/// The statements between BEGIN and END.
+/// The statements between BEGIN and END, behind which nothing but the name of the procedure stands.
 Tokens body_of(Reader& reader) {
     reader.expect("BEGIN");
-    std::size_t length = 0;
     const Token* first = &reader.peek();
-    while (!reader.peek(length).is("END")) {
-        if (reader.peek(length).kind == Token::Kind::end) refuse("PLS-00103: encountered the end of the text when expecting \"END\"");
-        ++length;
+    std::size_t length = 0;
+    for (int open_cases = 0;; ++length) {
+        const Token& token = reader.take();
+        if (token.kind == Token::Kind::unterminated) throw OracleError(1756);
+        if (token.kind == Token::Kind::end) refuse("PLS-00103: encountered the end of the text when expecting \"END\"");
+        if (token.is("CASE")) ++open_cases;
+        if (token.is("END") && open_cases-- == 0) break;
     }
+    if (reader.peek().is("IF") || reader.peek().is("LOOP"))
+        refuse("PLS-00103: control flow is not supported: blocks are straight-line here");
+    if (reader.peek().is_name()) reader.take();
+    reader.accept(";");
+    if (!reader.at_end())
+        refuse("PLS-00103: encountered \"" + std::string(reader.peek().text) + "\" behind the end of the block");
     return {first, length};
 }
 
@@ -168,8 +177,9 @@ class Frame {
             if (first.is(word)) refuse("PLS-00103: " + std::string(word) + " is not supported: blocks are straight-line here");
         }
         if (first.is("NULL") && statement.size() == 1) return;
-        if (first.is("COMMIT")) return m_session.commit();
-        if (first.is("ROLLBACK")) return m_session.rollback();
+        const bool whole = statement.size() == 1 || (statement.size() == 2 && statement[1].is("WORK"));
+        if (first.is("COMMIT") && whole) return m_session.commit();
+        if (first.is("ROLLBACK") && whole) return m_session.rollback();
         if (first.is("SELECT") || first.is("WITH")) return run_sql(statement, true);
         if (first.is("INSERT") || first.is("UPDATE") || first.is("DELETE")) return run_sql(statement, false);
         if (statement.size() > 2 && statement[1].is(":=")) return assign(variable(first), evaluate(statement.subspan(2)).get());
@@ -220,6 +230,9 @@ class Frame {
         if (translation.for_update) m_session.begin(translation.patience);
         if (query && translation.into.empty()) refuse("PLS-00428: an INTO clause is expected in this SELECT statement");
         const Compiled compiled = m_session.compile(translation.sql);
+        const int columns = sqlite3_column_count(compiled.get()) - (translation.locked_table.empty() ? 0 : 1);
+        const int targets = static_cast<int>(translation.into.size());
+        if (columns != targets) throw OracleError(columns < targets ? 947 : 913);
         bind(compiled.get());
         if (!step(compiled.get())) {
             if (query) throw OracleError(1403);
@@ -229,7 +242,6 @@ class Frame {
         for (std::size_t i = 0; i < translation.into.size(); ++i) {
             row.emplace_back(Value::of(sqlite3_column_value(compiled.get(), static_cast<int>(i))));
         }
-        if (query && sqlite3_column_count(compiled.get()) < static_cast<int>(row.size())) throw OracleError(947);
         if (step(compiled.get())) throw OracleError(1422);
         for (std::size_t i = 0; i < row.size(); ++i) assign(variables[translation.into[i] - 1], row[i].get());
     }

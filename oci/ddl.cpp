@@ -81,13 +81,11 @@ class Definition {
         if (accept("CREATE")) return create();
         if (accept("DROP")) return drop();
         if (accept("ALTER")) return alter();
-        if (accept("TRUNCATE")) {
-            expect("TABLE", 900);
-            const std::string table = identifier(name());
-            expect_end();
-            return sqlite("DELETE FROM " + table);
-        }
-        throw OracleError(900, "near \"" + std::string(peek().text) + "\"");
+        expect("TRUNCATE", 900);
+        expect("TABLE", 900);
+        const std::string table = identifier(name());
+        expect_end();
+        sqlite("DELETE FROM " + table);
     }
 
     void create() {
@@ -116,20 +114,25 @@ class Definition {
         const Token& table = name();
         if (accept("AS")) return create_table_as(table);
         expect("(", 906);
-        std::vector<Tokens> elements;
-        const Tokens inner = enclosed();
+        const std::vector<Tokens> elements = elements_of(enclosed());
         expect_end();
+        sqlite("CREATE TABLE " + identifier(table) + " (" + table_elements(elements) + ")");
+    }
+
+    /// What stands between the commas.
+    static std::vector<Tokens> elements_of(Tokens list) {
+        std::vector<Tokens> elements;
         int depth = 0;
         std::size_t from = 0;
-        for (std::size_t i = 0; i < inner.size(); ++i) {
-            if (inner[i].is("(")) ++depth;
-            if (inner[i].is(")")) --depth;
-            if (depth > 0 || !inner[i].is(",")) continue;
-            elements.push_back(inner.subspan(from, i - from));
+        for (std::size_t i = 0; i < list.size(); ++i) {
+            if (list[i].is("(")) ++depth;
+            if (list[i].is(")")) --depth;
+            if (depth > 0 || !list[i].is(",")) continue;
+            elements.push_back(list.subspan(from, i - from));
             from = i + 1;
         }
-        elements.push_back(inner.subspan(from));
-        sqlite("CREATE TABLE " + identifier(table) + " (" + table_elements(elements) + ")");
+        elements.push_back(list.subspan(from));
+        return elements;
     }
 
     std::string table_elements(const std::vector<Tokens>& elements) {
@@ -262,7 +265,12 @@ class Definition {
         if (accept("CASCADE")) expect("CONSTRAINTS", 950);
         accept("PURGE");
         expect_end();
-        sqlite("DROP " + kind + " " + dropped);
+        try {
+            sqlite("DROP " + kind + " " + dropped);
+        } catch (const OracleError& error) {
+            constexpr int parent_not_found = 2291; // what is left of a table's rows when it is dropped
+            throw error.code() == parent_not_found ? OracleError(2449) : error;
+        }
     }
 
     void alter() {
@@ -276,8 +284,12 @@ class Definition {
         const std::string sql = "ALTER TABLE " + identifier(name());
         if (accept("ADD")) {
             accept("COLUMN");
-            const Tokens element = accept("(") ? enclosed() : rest();
-            return sqlite(sql + " ADD COLUMN " + column_definition(element, {}));
+            const std::vector<Tokens> columns = accept("(") ? elements_of(enclosed()) : std::vector<Tokens>{rest()};
+            for (const Tokens column : columns) {
+                if (column.empty()) throw OracleError(904, "\"\"");
+                sqlite(sql + " ADD COLUMN " + column_definition(column, {}));
+            }
+            return;
         }
         if (accept("RENAME")) {
             if (accept("TO")) return sqlite(sql + " RENAME TO " + identifier(name()));
@@ -297,22 +309,46 @@ class Definition {
     std::size_t m_at = 0;
 };
 
-/// COMMIT, ROLLBACK, SAVEPOINT and ROLLBACK TO as statements.
+/// COMMIT [WORK], ROLLBACK [WORK] [TO [SAVEPOINT] name] and SAVEPOINT name as statements.
 bool control_transaction(Session& session, Tokens tokens) {
-    if (tokens[0].is("COMMIT")) {
+    std::size_t at = 0;
+    const auto accept = [&](std::string_view word) { return tokens[at].is(word) && ++at != 0; };
+    const auto expect_end = [&] {
+        accept(";");
+        if (tokens[at].kind != Token::Kind::end) throw OracleError(933);
+    };
+    const auto name = [&] {
+        if (!tokens[at].is_name()) throw OracleError(3001, "savepoint without a name");
+        const std::string quoted = identifier(tokens[at++]);
+        expect_end();
+        return quoted;
+    };
+    if (accept("COMMIT")) {
+        accept("WORK");
+        expect_end();
         session.commit();
-    } else if (tokens[0].is("ROLLBACK") && tokens.size() > 2 && tokens[1].is("TO")) {
-        const Token& name = tokens[2].is("SAVEPOINT") ? tokens[3] : tokens[2];
-        session.run("ROLLBACK TO " + identifier(name));
-    } else if (tokens[0].is("ROLLBACK")) {
-        session.rollback();
-    } else if (tokens[0].is("SAVEPOINT") && tokens.size() > 2) {
+    } else if (accept("ROLLBACK")) {
+        accept("WORK");
+        if (accept("TO")) {
+            accept("SAVEPOINT");
+            session.run("ROLLBACK TO " + name());
+        } else {
+            expect_end();
+            session.rollback();
+        }
+    } else if (accept("SAVEPOINT")) {
+        const std::string savepoint = name();
         session.begin();
-        session.run("SAVEPOINT " + identifier(tokens[1]));
+        session.run("SAVEPOINT " + savepoint);
     } else {
         return false;
     }
     return true;
+}
+
+/// Any other statement is refused before it has ended the transaction.
+bool is_definition(const Token& first) {
+    return first.is("CREATE") || first.is("DROP") || first.is("ALTER") || first.is("TRUNCATE");
 }
 
 } // namespace
@@ -321,7 +357,10 @@ void execute_other(OCIStmt& handle) {
     Session& session = session_of(handle);
     session.check_connected_lately();
     handle.row_count = 0;
-    if (!control_transaction(session, handle.statement->tokens)) Definition(session, *handle.statement).run();
+    const Token& first = handle.statement->tokens.front();
+    if (control_transaction(session, handle.statement->tokens)) return;
+    if (!is_definition(first)) throw OracleError(900, "near \"" + std::string(first.text) + "\"");
+    Definition(session, *handle.statement).run();
 }
 
 } // namespace oci

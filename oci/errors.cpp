@@ -145,6 +145,7 @@ std::string_view behind(std::string_view text, std::string_view mark) {
 
 /// "EMP"."NAME" for emp.name.
 std::string quoted_path(std::string_view path) {
+    if (path.size() > 2 && path.front() == '"' && path.back() == '"') path = path.substr(1, path.size() - 2);
     std::string result = "\"" + upper(path) + "\"";
     if (const auto dot = result.find('.'); dot != std::string::npos) result.replace(dot, 1, "\".\"");
     return result;
@@ -171,7 +172,8 @@ constexpr Message messages[] = {
 };
 
 OracleError wrong_value_count(std::string_view message) {
-    // "table t has 3 columns but 2 values were supplied", "2 values for 3 columns"
+    // "table t has 3 columns but 2 values were supplied", "2 values for 3 columns", "table t has 2 values for 3
+    // columns"
     std::array<int, 2> counts{};
     std::size_t found = 0;
     for (const char* p = message.data(); p < message.data() + message.size() && found < 2;) {
@@ -179,7 +181,7 @@ OracleError wrong_value_count(std::string_view message) {
         if (status == std::errc{} && (p == message.data() || p[-1] == ' ')) ++found;
         p = next == p ? p + 1 : next;
     }
-    const bool columns_first = message.starts_with("table ");
+    const bool columns_first = message.find(" columns but ") != std::string_view::npos;
     const int columns = counts[columns_first ? 0 : 1];
     const int values = counts[columns_first ? 1 : 0];
     return OracleError(values < columns ? 947 : 913);
@@ -190,6 +192,10 @@ OracleError statement_error(std::string_view message) {
     if (message.starts_with("no such column: ")) {
         return OracleError(904, quoted_path(behind(message, ": ")));
     }
+    if (message.find(" has no column named ") != std::string_view::npos) {
+        return OracleError(904, quoted_path(behind(message, " named ")));
+    }
+    if (message.starts_with("no such savepoint: ")) return OracleError(1086, upper(behind(message, ": ")));
     if (message.starts_with("no such function: ")) {
         return OracleError(904, quoted_path(behind(message, ": ")));
     }
