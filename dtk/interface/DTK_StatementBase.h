@@ -96,6 +96,8 @@ class DTK_EXPORT DTK_StatementBase {
 
     /// Makes room for an output parameter of a procedure or block, read with the mb_get... operations afterwards.
     ///
+    /// Of an execution with an update count above 1 it keeps what the first iteration put out.
+    ///
     /// @param size  bytes of a DTK_STRING, its terminating NUL and one more byte included, or of a type that is not
     ///              listed in DTK_DATATYPES or is DTK_UNKNOWN: such a value is bound as text and no getter reads it.
     ///              Ignored for other types.
@@ -107,8 +109,9 @@ class DTK_EXPORT DTK_StatementBase {
     virtual void mb_registerOutParam(unsigned int position, DTK_DATATYPES type, unsigned int size,
                                      const DTK_String& name) = 0;
 
-    /// Each sets the value of one placeholder. Setting a number or date again with the same type only stores the value,
-    /// without a bind. There is no way to bind an input NULL; a position whose last output was NULL sends NULL again.
+    /// Each sets the value of one placeholder, which every iteration of an execution with an update count above 1
+    /// sends. Setting a number or date again with the same type only stores the value, without a bind. There is no way
+    /// to bind an input NULL; a position whose last output was NULL sends NULL again.
     ///
     /// @throws ORCL_Exception the bind was refused; the position keeps its old value
     virtual void mb_setInt(unsigned int position, int value) = 0;

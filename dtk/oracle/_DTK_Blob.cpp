@@ -17,6 +17,7 @@ _DTK_Blob::_DTK_Blob(const _DTK_Blob& other)
       m_isNull(other.m_isNull),
       m_offset(other.m_offset) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it copies plain members
 _DTK_Blob& _DTK_Blob::operator=(const _DTK_Blob& other) {
     m_locator = other.m_locator;
     m_svcCtx = other.m_svcCtx;

@@ -16,7 +16,7 @@ _DTK_Connection::_DTK_Connection() : m_generation(0), m_pool(nullptr), m_svcCtx(
 _DTK_Connection::~_DTK_Connection() noexcept(false) {
     if (!m_svcCtx) return;
     dtk::oracle::withPlainException([this] {
-        if (m_autoCommit) mb_commit();
+        if (m_autoCommit) _DTK_Connection::mb_commit();
         static_cast<DTK_ConnectionPoolBase*>(m_pool)->mb_returnConnection(this);
     });
 }

@@ -1,6 +1,6 @@
 #include "dtk/oracle/_DTK_ConnectionPool.h"
 
-#include <time.h>
+#include <ctime>
 
 #include "dtk/oracle/Reconnects.h"
 #include "dtk/oracle/_DTK_Connection.h"

@@ -6,9 +6,6 @@
 #include "dtk/oracle/check.h"
 #include "dtk/oracle/locators.h"
 
-namespace error = dtk::error;
-using dtk::oracle::check;
-
 namespace {
 
 /// ORA-01002: a fetch behind the end of the data.
@@ -37,6 +34,7 @@ _DTK_ResultSet::_DTK_ResultSet(const _DTK_ResultSet& other)
       m_bulkCountSet(other.m_bulkCountSet),
       m_definedRows(0) {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it copies plain members
 _DTK_ResultSet& _DTK_ResultSet::operator=(const _DTK_ResultSet& other) {
     m_stmtHandle = other.m_stmtHandle;
     m_errorHandle = other.m_errorHandle;
@@ -101,7 +99,7 @@ bool _DTK_ResultSet::partialBatchArrived(int status) {
     if (status != OCI_NO_DATA) {
         ORCL_Exception failure(m_errorHandle);
         if (failure.mb_getDBErrorCode() == fetchOutOfSequence) return false;
-        throw failure;
+        throw ORCL_Exception(failure);
     }
     const int rows = mb_getNumArrayRows();
     for (auto& mapper : m_stringMappers) mapper->mb_clearFrom(rows);

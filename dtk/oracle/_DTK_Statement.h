@@ -116,6 +116,8 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
     void bind(unsigned int position, void* value, int size_bytes, unsigned short external, void* indicators);
     void bindStorage(unsigned int position, dtk::oracle::Storage storage, int size_bytes, unsigned short external,
                      DTK_DATATYPES type);
+    static void keep(Parameter& bound, dtk::oracle::Storage storage, int size_bytes, unsigned short external,
+                     DTK_DATATYPES type);
     template <typename T> void setValue(unsigned int position, const T& value);
     template <typename T> void* storedValue(unsigned int position);
     void registerText(unsigned int position, DTK_DATATYPES type, unsigned int size);

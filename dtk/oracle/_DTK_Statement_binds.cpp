@@ -35,7 +35,8 @@ struct TemporaryBlobDeleter {
 
 /// The indicator argument of a BLOB's bind is its null flag, in the place of an indicator's address.
 void* nullFlagAsIndicator(bool null) {
-    return null ? reinterpret_cast<void*>(static_cast<std::intptr_t>(dtk::oracle::indicatorNull)) : nullptr;
+    if (!null) return nullptr;
+    return reinterpret_cast<void*>(std::intptr_t{dtk::oracle::indicatorNull}); // NOLINT(performance-no-int-to-ptr)
 }
 
 } // namespace
@@ -147,6 +148,12 @@ void _DTK_Statement::bindStorage(unsigned int position, Storage storage, int siz
                                  DTK_DATATYPES type) {
     Parameter& bound = parameter(position);
     bind(position, storage.get(), size_bytes, external, &bound.m_indicator);
+    keep(bound, std::move(storage), size_bytes, external, type);
+}
+
+// What was bound before goes: the new bind has taken its place.
+void _DTK_Statement::keep(Parameter& bound, Storage storage, int size_bytes, unsigned short external,
+                          DTK_DATATYPES type) {
     const Storage old(bound.m_value);
     bound.m_value = storage.release();
     bound.m_type = type;
@@ -177,8 +184,8 @@ void _DTK_Statement::registerText(unsigned int position, DTK_DATATYPES type, uns
     bindStorage(position, makeStorage(size), static_cast<int>(bound_bytes), OracleType<DTK_String>::external, type);
 }
 
-// The cell that owns nothing holds the locator, so that releasing the buffer never frees it: it belongs to the handle
-// that mb_getDTK_Blob makes, or stays with OCI.
+// The buffer owns a cell that points to the locator, not the locator: that goes to the handle that mb_getDTK_Blob
+// makes, or stays with OCI.
 void _DTK_Statement::registerBlob(unsigned int position) {
     OCILobLocator* locator = nullptr;
     if (!dtk::oracle::allocateLocator(_DTK_ConnectionPool::mb_getEnvironmentHandle(), locator)) {
@@ -189,12 +196,9 @@ void _DTK_Statement::registerBlob(unsigned int position) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
     }
     Parameter& bound = parameter(position);
-    Storage cell(::operator new(sizeof locator));
-    std::memcpy(cell.get(), &locator, sizeof locator);
+    Storage cell = makeStorage(sizeof(void*));
+    *static_cast<OCILobLocator**>(cell.get()) = locator;
     bind(position, locator, 0, OracleType<DTK_Blob>::external, &bound.m_indicator);
-    const Storage old(bound.m_value);
-    bound.m_value = cell.release();
-    bound.m_type = DTK_BLOB;
-    bound.single = {bound.m_value, 0, OracleType<DTK_Blob>::external, &bound.m_indicator};
+    keep(bound, std::move(cell), 0, OracleType<DTK_Blob>::external, DTK_BLOB);
     static_cast<void>(owner.release());
 }
