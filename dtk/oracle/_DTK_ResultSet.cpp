@@ -20,8 +20,7 @@ _DTK_ResultSet::_DTK_ResultSet()
       m_bulkCount(1),
       m_columnCursor(0),
       m_rowFetched(false),
-      m_bulkCountSet(false),
-      m_definedRows(0) {}
+      m_bulkCountSet(false) {}
 
 _DTK_ResultSet::_DTK_ResultSet(const _DTK_ResultSet& other)
     : DTK_ResultSetBase(),
@@ -31,8 +30,7 @@ _DTK_ResultSet::_DTK_ResultSet(const _DTK_ResultSet& other)
       m_bulkCount(other.m_bulkCount),
       m_columnCursor(other.m_columnCursor),
       m_rowFetched(other.m_rowFetched),
-      m_bulkCountSet(other.m_bulkCountSet),
-      m_definedRows(0) {}
+      m_bulkCountSet(other.m_bulkCountSet) {}
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it copies plain members
 _DTK_ResultSet& _DTK_ResultSet::operator=(const _DTK_ResultSet& other) {

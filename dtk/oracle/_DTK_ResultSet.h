@@ -102,7 +102,6 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
 
     columnBuffer& column(unsigned int position) { return *m_columns[position - 1]; }
     const columnBuffer& fetchedColumn(unsigned int position) const;
-    template <typename T> const T& fetchedValue(unsigned int position) const;
 
     void prepareDefines();
     bool partialBatchArrived(int status);
@@ -143,6 +142,6 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     std::vector<std::unique_ptr<DTK_Blob_mapper>> m_blobMappers;
     std::vector<std::unique_ptr<columnBuffer>> m_columns;
     std::vector<DefinedColumn> m_definedColumns;
-    unsigned int m_definedRows; ///< rows that the columns' own buffers have room for; 0: there are none
+    unsigned int m_definedRows = 0; ///< rows that the columns' own buffers have room for; 0: there are none
     std::vector<dtk::oracle::LentLocator> m_lentLocators;
 };
