@@ -219,7 +219,7 @@ class Frame {
         const int status = sqlite3_step(compiled);
         if (status == SQLITE_ROW) return true;
         if (status == SQLITE_DONE) return false;
-        const OracleError error = sqlite_error(m_session.db());
+        const OracleError error = sqlite_error(compiled);
         m_session.failed();
         throw error;
     }
@@ -230,9 +230,7 @@ class Frame {
         if (translation.for_update) m_session.begin(translation.patience);
         if (query && translation.into.empty()) refuse("PLS-00428: an INTO clause is expected in this SELECT statement");
         const Compiled compiled = m_session.compile(translation.sql);
-        const int columns = sqlite3_column_count(compiled.get()) - (translation.locked_table.empty() ? 0 : 1);
-        const int targets = static_cast<int>(translation.into.size());
-        if (columns != targets) throw OracleError(columns < targets ? 947 : 913);
+        check_targets(compiled.get(), translation);
         bind(compiled.get());
         if (!step(compiled.get())) {
             if (query) throw OracleError(1403);
@@ -324,29 +322,6 @@ class Frame {
 
     Session& m_session;
     const int m_depth;
-};
-
-/// Undoes what a block did when it fails.
-class Savepoint {
-  public:
-    explicit Savepoint(Session& session) : m_session(session), m_transaction(session.transaction()) {
-        if (m_transaction != 0) session.run("SAVEPOINT \"DTK$BLOCK\"");
-    }
-
-    void keep() {
-        if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE \"DTK$BLOCK\"");
-    }
-
-    void undo() {
-        m_session.failed();
-        if (m_session.transaction() == 0) return;
-        if (m_session.transaction() != m_transaction) return m_session.rollback();
-        m_session.run("ROLLBACK TO \"DTK$BLOCK\"; RELEASE \"DTK$BLOCK\"");
-    }
-
-  private:
-    Session& m_session;
-    const unsigned long long m_transaction;
 };
 
 void run_once(OCIStmt& handle, Tokens body, ub4 iteration) {

@@ -157,6 +157,12 @@ Value read_integer(const Buffer& buffer, const char* from) {
     return Value::of(static_cast<double>(load<std::uint64_t>(from)));
 }
 
+Value read_real(const Buffer& buffer, const char* from) {
+    const double number = buffer.size == sizeof(float) ? double{load<float>(from)} : load<double>(from);
+    if (!(std::fabs(number) < number_limit)) throw OracleError(1426);
+    return Value::of(number);
+}
+
 Value read_lob(const Buffer& buffer, ub4 index) {
     const OCILobLocator& locator = locator_of(buffer, index);
     if (!locator.initialised) throw OracleError(22275);
@@ -259,7 +265,7 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
     switch (buffer.type) {
     case SQLT_INT:
     case SQLT_UIN: return read_integer(buffer, from);
-    case SQLT_FLT: return Value::of(buffer.size == sizeof(float) ? double{load<float>(from)} : load<double>(from));
+    case SQLT_FLT: return read_real(buffer, from);
     case SQLT_STR: return Value::of(std::string_view(from, strnlen(from, size)));
     case SQLT_CHR:
     case SQLT_LNG: return Value::of(std::string_view(from, buffer.length != nullptr ? buffer.length[index] : size));
@@ -359,7 +365,11 @@ void Output::write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 i
     }
 }
 
-Input::Input(const Buffer& bind, const Target* stored_in, int at) : buffer(&bind), target(stored_in), position(at) {
+Input::Input(const Buffer& bind, const Target* stored_in, int at, Lifetime needed)
+    : buffer(&bind),
+      target(stored_in),
+      position(at),
+      lifetime(needed) {
     const Family family = target != nullptr ? target->type.family : Family::unknown;
     const bool any_value = family == Family::unknown;
     const bool number = family == Family::number;
@@ -388,10 +398,14 @@ inline bool Input::bind_real(sqlite3_stmt* statement, double number) const {
         const double scaled = number * power;
         const bool has_more_digits = std::nearbyint(scaled) / power != number;
         if (has_more_digits || !(std::fabs(number) < limit)) return false;
-    } else if (!std::isfinite(number)) {
+    } else if (!(std::fabs(number) < number_limit)) {
         return false;
     }
     return sqlite3_bind_double(statement, position, number) == SQLITE_OK;
+}
+
+inline const char* Input::lasting(const char* data, std::size_t size) {
+    return lifetime == Lifetime::cursor ? scratch.text.assign(data, size).data() : data;
 }
 
 inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
@@ -404,7 +418,8 @@ inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
     case Way::text: {
         const std::size_t size = strnlen(element, static_cast<std::size_t>(buffer->size));
         if (size == 0 || size > text_limit) return false;
-        return sqlite3_bind_text64(statement, position, element, size, SQLITE_STATIC, SQLITE_UTF8) == SQLITE_OK;
+        return sqlite3_bind_text64(statement, position, lasting(element, size), size, SQLITE_STATIC, SQLITE_UTF8) ==
+               SQLITE_OK;
     }
     case Way::date:
         if (!write_image_text(reinterpret_cast<const unsigned char*>(element), scratch.date)) return false;
@@ -417,6 +432,8 @@ inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
 void Input::bind_any(sqlite3_stmt* statement, ub4 index) {
     Value bound = read(*buffer, index, scratch);
     if (target != nullptr) bound = fit(bound, target->type, target->column, scratch.text);
+    if (bound.type == Value::Type::text || bound.type == Value::Type::blob)
+        bound.data = lasting(bound.data, bound.size);
     bound.bind(statement, position);
 }
 

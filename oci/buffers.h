@@ -46,8 +46,11 @@ struct Target {
 /// The buffer of a bind with what its values are made to fit, and the way from the one to the other.
 class Input {
   public:
+    /// How long what is bound has to last: the caller may change its buffer when the call that read it has returned.
+    enum class Lifetime : std::uint8_t { iteration, cursor };
+
     /// @param target  null: the value is used as it is
-    Input(const Buffer& bind, const Target* target, int position);
+    Input(const Buffer& bind, const Target* target, int position, Lifetime needed);
 
     /// Binds element `index`. What is bound may lie in the buffer or in this object.
     void bind(sqlite3_stmt* statement, ub4 index);
@@ -59,6 +62,7 @@ class Input {
     bool bind_quickly(sqlite3_stmt* statement, ub4 index);
     bool bind_integer(sqlite3_stmt* statement, std::int64_t number) const;
     bool bind_real(sqlite3_stmt* statement, double number) const;
+    const char* lasting(const char* data, std::size_t size);
     void bind_any(sqlite3_stmt* statement, ub4 index);
 
     const Buffer* buffer;
@@ -69,6 +73,7 @@ class Input {
     std::size_t text_limit = 0;
     int position;
     Way way = Way::any;
+    Lifetime lifetime;
 };
 
 /// Writes a value into an element in the buffer's type, whatever the two are.

@@ -121,6 +121,7 @@ constexpr Text texts[] = {
     {16000, "database open for read-only access"},
     {22275, "invalid LOB locator specified"},
     {22920, "row containing the LOB value is not locked"},
+    {22922, "nonexistent LOB value"},
     {24315, "illegal attribute type"},
     {24333, "zero iteration count"},
     {24334, "no descriptor for this position"},
@@ -270,6 +271,13 @@ OracleError sqlite_error(sqlite3* db) {
     case SQLITE_PROTOCOL: return OracleError(3113, message);
     default: return OracleError(600, message);
     }
+}
+
+OracleError sqlite_error(sqlite3_stmt* statement) {
+    sqlite3* db = sqlite3_db_handle(statement);
+    const bool reference = sqlite3_extended_errcode(db) == SQLITE_CONSTRAINT_FOREIGNKEY;
+    if (reference && std::string_view(sqlite3_sql(statement)).starts_with("DELETE")) return OracleError(2292);
+    return sqlite_error(db);
 }
 
 } // namespace oci

@@ -6,6 +6,7 @@
 #include <string_view>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace oci {
 
@@ -35,5 +36,7 @@ struct InvalidHandle {};
 
 /// The error of the SQLite call that just failed on this connection.
 OracleError sqlite_error(sqlite3* db);
+/// The error of the statement that just failed while it ran.
+OracleError sqlite_error(sqlite3_stmt* statement);
 
 } // namespace oci

@@ -61,6 +61,11 @@ sword free_owned(void* pointer, ub4 kind) {
 
 } // namespace
 
+bool owns(OCIEnv& env, OCISvcCtx* handle) {
+    const std::lock_guard lock(env.mutex);
+    return env.owned.count(handle) != 0;
+}
+
 void release(OCISvcCtx& service) {
     service.session.reset();
     Slab<OCISvcCtx>::give_back(service);

@@ -121,6 +121,9 @@ T& allocate(OCIEnv& env) {
     return handle;
 }
 
+/// Has the handle been allocated under the environment? It may be any address: it is not looked at.
+bool owns(OCIEnv& env, OCISvcCtx* handle);
+
 void release(OCISvcCtx& service);
 
 /// Keeps the diagnostic for OCIErrorGet. Nothing is kept when the handle is none.

@@ -47,6 +47,8 @@ OCILobLocator& readable(OCILobLocator* locator) {
     return lob;
 }
 
+constexpr std::size_t largest_size = 1'000'000'000; // what SQLite stores
+
 /// Is it the large object of a row whose lock the open transaction holds?
 bool is_locked(const OCILobLocator& lob) {
     return is_live<OCISvcCtx>(lob.service) && lob.service->session && lob.transaction != 0 &&
@@ -72,6 +74,7 @@ void write_through(OCILobLocator& lob, std::size_t from, std::size_t size, bool 
     bytes.bind(update.get(), 1);
     Value::of(static_cast<std::int64_t>(lob.row)).bind(update.get(), 2);
     if (sqlite3_step(update.get()) != SQLITE_DONE) throw sqlite_error(session.db());
+    if (sqlite3_changes(session.db()) == 0) throw OracleError(22922);
 }
 
 } // namespace
@@ -130,6 +133,7 @@ sword OCILobWrite(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* a
         if (!lob.temporary && !is_locked(lob)) throw OracleError(22920);
         const std::size_t start = offset - 1;
         const std::size_t end = start + *amtp;
+        if (end > largest_size) throw OracleError(24801);
         const bool same_length = end <= lob.bytes.size();
         if (!same_length) lob.bytes.resize(end, '\0');
         if (*amtp != 0) std::memcpy(lob.bytes.data() + start, bufp, *amtp);

@@ -1,11 +1,16 @@
 #include "statement.h"
 
 #include <sqlite3.h>
+#include <utility>
 
 namespace oci {
 namespace {
 
 constexpr int longest_text_expression = 4000;
+
+void stop_reading(OCIStmt& handle) {
+    if (Session* session = std::exchange(handle.reading, nullptr)) --session->open_queries;
+}
 
 void step(OCIStmt& handle) {
     const int status = sqlite3_step(handle.rows);
@@ -14,6 +19,7 @@ void step(OCIStmt& handle) {
         return;
     }
     handle.cursor = OCIStmt::Cursor::closed;
+    stop_reading(handle);
     if (status != SQLITE_DONE) {
         const OracleError error = sqlite_error(sqlite3_db_handle(handle.rows));
         sqlite3_reset(handle.rows);
@@ -36,8 +42,13 @@ bool describe_by_value(OCIStmt& handle) {
         statement.columns[i] = type;
     }
     if (!changed) return false;
-    for (std::size_t i = 0; i < statement.params.size(); ++i) statement.params[i]->type = statement.columns[i];
+    statement.update_params();
     return true;
+}
+
+void check_lob(const Buffer& buffer, const ColumnType& column) {
+    if (buffer.type == SQLT_BLOB && column.family == Family::clob) throw OracleError(932, "expected BLOB got CLOB");
+    if (buffer.type == SQLT_CLOB && column.family == Family::blob) throw OracleError(932, "expected CLOB got BLOB");
 }
 
 void make_outputs(OCIStmt& handle) {
@@ -49,6 +60,7 @@ void make_outputs(OCIStmt& handle) {
         if (handle.defines[i] == nullptr) continue;
         const Buffer& buffer = handle.defines[i]->buffer;
         if (buffer.is_lob()) {
+            check_lob(buffer, columns[i]);
             handle.lobs.push_back(static_cast<ub4>(i));
         } else {
             handle.outputs.emplace_back(buffer, columns[i], static_cast<int>(i));
@@ -72,7 +84,10 @@ void fetch_lob(OCIStmt& handle, ub4 column, ub4 row) {
     OCIDefine& define = *handle.defines[column];
     keep_locator(define, row);
     OCILobLocator* locator = locator_at(define.buffer.element(row));
-    if (locator != nullptr && !is_live<OCILobLocator>(locator)) revive(*locator);
+    if (locator != nullptr) {
+        if (!is_live<OCILobLocator>(locator)) revive(*locator);
+        locator->temporary = false;
+    }
     write(define.buffer, row, Value::of(sqlite3_column_value(handle.rows, static_cast<int>(column))));
     attach_to_row(define.buffer, row, handle, handle.rows, static_cast<int>(column));
 }
@@ -81,11 +96,23 @@ void check(int status, sqlite3* db) {
     if (status != SQLITE_OK && status != SQLITE_DONE) throw sqlite_error(db);
 }
 
+/// Steps for another statement, which is not to fail for it: the failure waits for the next fetch.
+void step_aside(OCIStmt& handle) {
+    try {
+        step(handle);
+    } catch (const OracleError& error) {
+        handle.failure = error;
+    }
+}
+
 /// Moves the rows that a query has left into a database of their own and lets the query go on from there.
-void detach(OCIStmt& handle) {
+void move_rest(OCIStmt& handle) {
+    constexpr auto temporary_file = ""; // in memory until it grows too large
     sqlite3* db = nullptr;
-    check(sqlite3_open_v2(":memory:", &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr), db);
+    const int opened =
+        sqlite3_open_v2(temporary_file, &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
     std::unique_ptr<sqlite3, ConnectionCloser> rest(db);
+    check(opened, db);
     const int columns = sqlite3_column_count(handle.rows);
     std::string names = "c0";
     std::string places = "?";
@@ -93,12 +120,13 @@ void detach(OCIStmt& handle) {
         names += ",c" + std::to_string(i);
         places += ",?";
     }
-    check(sqlite3_exec(db, ("CREATE TABLE rest(" + names + "); BEGIN").c_str(), nullptr, nullptr, nullptr), db);
+    check(sqlite3_exec(db, ("PRAGMA journal_mode=OFF; CREATE TABLE rest(" + names + "); BEGIN").c_str(), nullptr,
+                       nullptr, nullptr),
+          db);
     sqlite3_stmt* prepared = nullptr;
     check(sqlite3_prepare_v2(db, ("INSERT INTO rest VALUES(" + places + ")").c_str(), -1, &prepared, nullptr), db);
     const Compiled insert(prepared);
-    for (; handle.cursor != OCIStmt::Cursor::closed; step(handle)) {
-        if (handle.cursor == OCIStmt::Cursor::open) continue;
+    for (; handle.cursor != OCIStmt::Cursor::closed; step_aside(handle)) {
         for (int i = 0; i < columns; ++i) sqlite3_bind_value(prepared, i + 1, sqlite3_column_value(handle.rows, i));
         check(sqlite3_step(prepared), db);
         sqlite3_reset(prepared);
@@ -109,6 +137,17 @@ void detach(OCIStmt& handle) {
     handle.detached = std::move(rest);
     handle.rows = prepared;
     handle.cursor = OCIStmt::Cursor::open;
+}
+
+void detach(OCIStmt& handle) {
+    if (handle.cursor == OCIStmt::Cursor::open) step_aside(handle);
+    if (handle.cursor == OCIStmt::Cursor::closed) return;
+    try {
+        move_rest(handle);
+    } catch (const OracleError& error) {
+        close_cursor(handle);
+        handle.failure = error;
+    }
 }
 
 } // namespace
@@ -124,7 +163,7 @@ ColumnType type_of_value(sqlite3_stmt* row, int column) {
 
 void detach_queries(Session& session) {
     for (OCIStmt* handle : session.handles) {
-        if (handle->cursor != OCIStmt::Cursor::closed && handle->detached == nullptr) detach(*handle);
+        if (handle->reading != nullptr) detach(*handle);
     }
 }
 
@@ -143,6 +182,12 @@ void execute_query(OCIStmt& handle) {
         if (began) session.rollback();
         throw;
     }
+    if (handle.cursor == OCIStmt::Cursor::row) {
+        handle.reading = &session;
+        ++session.open_queries;
+    } else if (began) {
+        session.rollback(); // no row, no lock
+    }
     if (describe_by_value(handle)) handle.outputs_ready = false;
     handle.described = true;
     handle.at_end = false;
@@ -156,6 +201,7 @@ sword fetch(OCIStmt& handle, ub4 rows) {
     while (handle.rows_fetched < rows) {
         if (handle.cursor == OCIStmt::Cursor::open) step(handle);
         if (handle.cursor == OCIStmt::Cursor::closed) {
+            if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
             handle.at_end = true;
             return OCI_NO_DATA;
         }
@@ -168,6 +214,8 @@ sword fetch(OCIStmt& handle, ub4 rows) {
 }
 
 void close_cursor(OCIStmt& handle) {
+    stop_reading(handle);
+    handle.failure.reset();
     if (handle.statement && handle.statement->compiled) sqlite3_reset(handle.statement->compiled.get());
     handle.detached_rows.reset();
     handle.detached.reset();

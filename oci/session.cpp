@@ -210,6 +210,21 @@ void Session::keep_statement(std::unique_ptr<Statement> statement) {
     m_kept.emplace(text, std::move(statement));
 }
 
+Savepoint::Savepoint(Session& session) : m_session(session), m_transaction(session.transaction()) {
+    if (m_transaction != 0) session.run("SAVEPOINT \"DTK$STATEMENT\"");
+}
+
+void Savepoint::keep() {
+    if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE \"DTK$STATEMENT\"");
+}
+
+void Savepoint::undo() {
+    m_session.failed();
+    if (m_session.transaction() == 0) return;
+    if (m_session.transaction() != m_transaction) return m_session.rollback();
+    m_session.run("ROLLBACK TO \"DTK$STATEMENT\"; RELEASE \"DTK$STATEMENT\"");
+}
+
 Session& session_of(OCISvcCtx* service) {
     OCISvcCtx& context = live<OCISvcCtx>(service);
     if (!context.session) throw OracleError(1012);
@@ -240,8 +255,7 @@ sword OCILogon2(OCIEnv* envhp, OCIError* errhp, OCISvcCtx** svchp, const OraText
         }
         auto session =
             std::make_unique<Session>(database, view(username, uname_len), view(password, passwd_len));
-        const bool given = is_live<OCISvcCtx>(*svchp) && !(*svchp)->session;
-        OCISvcCtx& service = given ? **svchp : allocate<OCISvcCtx>(env);
+        OCISvcCtx& service = owns(env, *svchp) && !(*svchp)->session ? **svchp : allocate<OCISvcCtx>(env);
         service.session = std::move(session);
         *svchp = &service;
         return OCI_SUCCESS;

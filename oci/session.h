@@ -71,6 +71,8 @@ class Session {
 
     /// The statement handles that are in use on this session.
     std::unordered_set<OCIStmt*> handles;
+    /// How many of their cursors hold on to the state of the database that they were opened with.
+    unsigned open_queries = 0;
     Database& database() const { return *m_database; }
 
   private:
@@ -101,7 +103,20 @@ class Session {
 /// The session of a service context; ORA-01012 when it is not logged on.
 Session& session_of(OCISvcCtx* service);
 
-/// Leaves the rest of every open query of the session in a table of its own, so that no query holds on to an old snapshot.
+/// Undoes what one statement or block did when it fails.
+class Savepoint {
+  public:
+    explicit Savepoint(Session& session);
+    void keep();
+    void undo();
+
+  private:
+    Session& m_session;
+    const unsigned long long m_transaction;
+};
+
+/// Leaves the rest of every open query of the session in a table of its own: it goes on with the rows it was opened
+/// with, whatever the session writes, and what comes next does not see the old state that an open query holds on to.
 void detach_queries(Session& session);
 
 /// Ends what a statement handle holds of a session that goes away.

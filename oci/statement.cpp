@@ -66,6 +66,12 @@ std::optional<ColumnType> declared_type(Session& session, sqlite3_stmt* query, i
     return type;
 }
 
+/// A query that is still open neither sees what the session writes nor hides from it what others have committed.
+void keep_open_queries_apart(Session& session, Statement::Kind next) {
+    if (session.open_queries == 0 || next == Statement::Kind::other) return;
+    if (next != Statement::Kind::query || session.transaction() == 0) detach_queries(session);
+}
+
 void dispatch(OCIStmt& statement, ub4 iterations, ub4 first) {
     switch (statement.statement->kind) {
     case Statement::Kind::query: return execute_query(statement);
@@ -91,8 +97,21 @@ void run_iteration(OCIStmt& handle, ub4 iteration) {
             attach_to_row(buffer, iteration, handle, compiled, static_cast<int>(i));
         }
     }
-    if (status != SQLITE_DONE) throw sqlite_error(sqlite3_db_handle(compiled));
+    if (status != SQLITE_DONE) throw sqlite_error(compiled);
     handle.row_count += static_cast<ub4>(sqlite3_changes(sqlite3_db_handle(compiled)));
+}
+
+/// SQLite has written the rows before it returns the first: what they give back may fail to arrive.
+void run_returning(OCIStmt& handle, ub4 iteration) {
+    Savepoint savepoint(session_of(handle));
+    try {
+        run_iteration(handle, iteration);
+        savepoint.keep();
+    } catch (...) {
+        sqlite3_reset(handle.statement->compiled.get());
+        savepoint.undo();
+        throw;
+    }
 }
 
 } // namespace
@@ -122,7 +141,9 @@ bool Statement::compile(Session& session) {
     const unsigned now = session.database().ddl_count;
     if (compiled && compiled_at == now) return false;
     translation = translate(session, tokens);
-    compiled = session.compile(translation.sql);
+    Compiled made = session.compile(translation.sql);
+    if (kind == Kind::dml) check_targets(made.get(), translation);
+    compiled = std::move(made);
     compiled_at = now;
     inputs.clear();
     const auto& into = translation.into;
@@ -150,6 +171,11 @@ void Statement::describe(Session& session) {
     }
     const bool told = std::find(described_by_value.begin(), described_by_value.end(), true) == described_by_value.end();
     if (told) described_by_value.clear();
+    update_params();
+}
+
+void Statement::update_params() {
+    for (std::size_t i = 0; i < std::min(params.size(), columns.size()); ++i) params[i]->type = columns[i];
 }
 
 Session& session_of(const OCIStmt& statement) { return session_of(statement.service); }
@@ -162,10 +188,13 @@ OCIBind& bind_at(const OCIStmt& statement, unsigned position) {
 void bind_inputs(OCIStmt& handle, ub4 iteration) {
     const Statement& statement = *handle.statement;
     if (!handle.inputs_ready) {
+        const auto needed =
+            statement.kind == Statement::Kind::query ? Input::Lifetime::cursor : Input::Lifetime::iteration;
         handle.inputs.clear();
         for (const unsigned position : statement.inputs) {
             const auto& target = statement.translation.targets[position - 1];
-            handle.inputs.emplace_back(bind_at(handle, position).buffer, target ? &*target : nullptr, static_cast<int>(position));
+            handle.inputs.emplace_back(bind_at(handle, position).buffer, target ? &*target : nullptr,
+                                       static_cast<int>(position), needed);
         }
         handle.inputs_ready = true;
     }
@@ -181,29 +210,35 @@ void execute_dml(OCIStmt& handle, ub4 iterations, ub4 first) {
     try {
         if (statement.compile(session)) handle.inputs_ready = false;
         for (ub4 i = first; i < iterations; ++i) {
-            run_iteration(handle, i);
+            if (statement.translation.into.empty()) {
+                run_iteration(handle, i);
+            } else {
+                run_returning(handle, i);
+            }
             sqlite3_reset(statement.compiled.get());
         }
     } catch (...) {
         sqlite3_reset(statement.compiled.get());
         session.failed();
-        // Nothing was written: the lock is not kept for it.
         if (began && handle.row_count == 0) session.rollback();
         throw;
     }
+    if (began && handle.row_count == 0) session.rollback(); // nothing was written: the lock is not kept for it
 }
 
 void attach_to_row(const Buffer& buffer, ub4 index, const OCIStmt& handle, sqlite3_stmt* row, int column) {
     const std::string& table = handle.statement->translation.locked_table;
-    if (buffer.type != SQLT_BLOB || table.empty()) return;
+    if (!buffer.is_lob() || table.empty()) return;
     OCILobLocator* locator = locator_at(buffer.element(index));
-    const char* origin = sqlite3_column_origin_name(row, column);
+    const char* origin =
+        sqlite3_column_origin_name(handle.statement->compiled.get(), column); // `row` may be a detached one
     locator->service = handle.service;
     locator->table = table;
     locator->column = origin != nullptr ? origin : sqlite3_column_name(row, column);
     locator->row = sqlite3_column_int64(row, sqlite3_column_count(row) - 1);
     locator->transaction = session_of(handle).transaction();
     locator->temporary = false;
+    locator->is_text = buffer.type == SQLT_CLOB;
 }
 
 void abandon(OCIStmt& handle) {
@@ -288,6 +323,7 @@ sword OCIStmtExecute(OCISvcCtx* svchp, OCIStmt* stmthp, OCIError* errhp, ub4 ite
         if (handle.service != svchp) throw InvalidHandle{};
         if (handle.cursor != OCIStmt::Cursor::closed) close_cursor(handle);
         handle.rows_fetched = 0;
+        keep_open_queries_apart(session, handle.statement->kind);
         dispatch(handle, iters, rowoff);
         if ((mode & OCI_COMMIT_ON_SUCCESS) != 0) session.commit();
         const bool query = handle.statement->kind == Statement::Kind::query;

@@ -37,6 +37,9 @@ struct Statement {
     /// Translates and compiles, unless that is done and no DDL has come between. @return whether it did.
     bool compile(Session& session);
 
+    /// To be called when columns have changed.
+    void update_params();
+
     const std::string text;
     const std::vector<Token> tokens; ///< refer to the text
     Kind kind = Kind::other;
@@ -83,8 +86,10 @@ struct OCIStmt : oci::Handle {
     bool described = false; ///< executed as a query
     bool at_end = false;    ///< the end of the query has been reported
     sqlite3_stmt* rows = nullptr;
+    oci::Session* reading = nullptr; ///< the session that counts the cursor as an open query; null: none does
     std::unique_ptr<sqlite3, oci::ConnectionCloser> detached; ///< holds the rest of a query that was detached
     oci::Compiled detached_rows;
+    std::optional<oci::OracleError> failure; ///< what comes behind the rows of a detached query
     ub4 rows_fetched = 0;
     ub4 row_count = 0;
 };

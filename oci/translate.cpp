@@ -859,6 +859,12 @@ Translation translate(Session& session, std::span<const Token> tokens, const Pos
     return Translator(session, tokens, positions).statement();
 }
 
+void check_targets(sqlite3_stmt* compiled, const Translation& translation) {
+    const int values = sqlite3_column_count(compiled) - (translation.locked_table.empty() ? 0 : 1);
+    const auto targets = static_cast<int>(translation.into.size());
+    if (values != targets) throw OracleError(values < targets ? 947 : 913);
+}
+
 std::string translate_expression(Session& session, std::span<const Token> tokens) {
     return Translator(session, tokens, {}).expression_text();
 }

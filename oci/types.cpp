@@ -123,9 +123,8 @@ bool is_below(const Value& number, int digits) {
 }
 
 Value fit_number(const Value& given, const ColumnType& type) {
-    constexpr double largest = 1e126;
     Value number = number_of(given);
-    if (number.type == Value::Type::real && !(std::fabs(number.real) < largest)) throw OracleError(1426);
+    if (number.type == Value::Type::real && !(std::fabs(number.real) < number_limit)) throw OracleError(1426);
     if (type.scale == any_scale) return number;
     if (number.type == Value::Type::real) {
         const double rounded = round_to(number.real, type.scale);
