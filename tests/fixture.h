@@ -1,0 +1,134 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+
+#include "dtk/dtk.h"
+#include "examples/support/handles.h"
+#include "tests/interpose.h"
+#include "tests/support.h"
+
+/// An account of the database that the tests run in: DTK_TEST_DATABASE, DTK_TEST_USER and DTK_TEST_PASSWORD, or else
+/// one of the embedded client's that ends with the test. Tests make their tables anew, so those of one server run in
+/// turn.
+struct Account {
+    DTK_String user = setting("DTK_TEST_USER", "scott");
+    DTK_String password = setting("DTK_TEST_PASSWORD", "tiger");
+    DTK_String database = setting("DTK_TEST_DATABASE", freshName());
+
+    support::Pool pool(unsigned int initial, unsigned int maximum) const {
+        support::Pool made(gb_getConnectionPool());
+        made->mb_create(user, password, database, initial, maximum, "", "", 0);
+        return made;
+    }
+
+  private:
+    static std::string setting(const char* name, const std::string& otherwise) {
+        const char* value = std::getenv(name);
+        return value ? value : otherwise;
+    }
+    static std::string freshName() {
+        static int count = 0;
+        return "memory:test" + std::to_string(++count);
+    }
+};
+
+/// A connection with a second one to look at its work from outside, both of one pool.
+struct World {
+    Account account;
+    support::Pool pool = account.pool(2, 2);
+    support::Connection connection{pool->mb_getConnection(true)};
+    support::Connection other{pool->mb_getConnection(true)};
+
+    support::Statement prepare(const DTK_String& sql) const { return support::prepare(*connection, sql); }
+    void execute(const DTK_String& sql) const { support::execute(*connection, sql); }
+
+    void table(const char* name, const std::string& columns) const {
+        support::drop_table(*connection, name);
+        execute(std::string("CREATE TABLE ") + name + " (" + columns + ")");
+    }
+
+    /// Opens a query in the place of the one before.
+    DTK_ResultSetBase& open(const DTK_String& sql) {
+        m_rows.reset();
+        query = prepare(sql);
+        m_rows = support::open(*query);
+        return *m_rows;
+    }
+
+    /// The first value of a query as text, seen through one of the connections.
+    static std::string value(DTK_ConnectionBase& seenBy, const DTK_String& sql) {
+        const support::Statement statement = support::prepare(seenBy, sql);
+        const support::ResultSet rows = support::open(*statement);
+        if (!rows->mb_fetch()) return "no row";
+        return rows->mb_isNull(1) ? "NULL" : rows->mb_getString(1).c_str();
+    }
+    std::string value(const DTK_String& sql) const { return value(*connection, sql); }
+
+    support::Statement query{nullptr, {}};
+
+  private:
+    support::ResultSet m_rows{nullptr, {}};
+};
+
+/// "" or what a call throws: the exact type, then the library's code and message, or Oracle's number.
+template <typename Call> std::string thrown(Call call) {
+    try {
+        call();
+        return "";
+    } catch (DTK_Exception& error) {
+        const std::string type = typeid(error) == typeid(DTK_Exception)    ? "DTK "
+                                 : typeid(error) == typeid(ORCL_Exception) ? "ORCL "
+                                                                           : "? ";
+        const std::string message = error.mb_getMessage();
+        if (error.mb_getErrorCode() != 0) return type + std::to_string(error.mb_getErrorCode()) + " " + message;
+        const std::string digits = std::to_string(error.mb_getDBErrorCode());
+        const std::string number = "ORA-" + std::string(5 - digits.size(), '0') + digits;
+        return type + (message.rfind(number + ": ", 0) == 0 ? number : "0 " + message);
+    }
+}
+
+inline DTK_DbDate date(const char* digits) {
+    return DTK_DbDate(const_cast<char*>(digits), DTF_YYYYMMDDHH24MISS);
+}
+
+template <typename T> std::string shown(const T& value) {
+    if constexpr (std::is_arithmetic_v<T>)
+        return std::to_string(value);
+    else if constexpr (std::is_same_v<T, DTK_DbDate>)
+        return value.mb_toText(DTF_YYYYMMDDHH24MISS);
+    else
+        return value.c_str();
+}
+
+/// What the eight getters give for one position, in the order int, unsigned int, long long, float, double, text, date
+/// and BLOB: the value, or "!" and the code of a refused conversion.
+template <typename Source> std::string readings(Source& source, unsigned int position) {
+    const auto reading = [](auto getter) {
+        const std::string text = outcome([&] { return shown(getter()); });
+        const std::size_t refused = text.find(" Unexpected conversion requested, check column type");
+        return " " + (refused == std::string::npos ? text : "!" + text.substr(0, refused));
+    };
+    const auto blobSize = [&] {
+        DTK_Blob blob;
+        blob = source.mb_getDTK_Blob(position);
+        return std::to_string(blob.mb_get()->mb_length()) + " bytes";
+    };
+    return reading([&] { return source.mb_getInt(position); }) + reading([&] { return source.mb_getUInt(position); }) +
+           reading([&] { return source.mb_getInt64(position); }) +
+           reading([&] { return source.mb_getFloat(position); }) +
+           reading([&] { return source.mb_getDouble(position); }) +
+           reading([&] { return source.mb_getString(position); }) +
+           reading([&] { return source.mb_getDate(position); }) + reading(blobSize);
+}
+
+/// Of each bind or define that OCI was asked for: position, type, size and "i" when it got an indicator.
+inline std::string buffers(std::string_view function) {
+    std::string all;
+    for (const interpose::Call& call : interpose::calls(function)) {
+        for (const std::size_t argument : {3, 6, 5}) all += std::to_string(call.argument<int>(argument)) + " ";
+        all.back() = call.argument<void*>(7) ? 'i' : ';';
+        all += ' ';
+    }
+    return all;
+}
