@@ -10,17 +10,19 @@ namespace {
 
 constexpr auto scheme = "$6$"; // SHA-512 crypt: slow to guess, quick enough for a pool that logs many sessions on
 
+/// Empty for a password that cannot be hashed, such as one of more than 511 bytes.
 std::string hashed(std::string_view password, const char* setting) {
     const auto data = std::make_unique<crypt_data>();
     const char* hash = crypt_r(std::string(password).c_str(), setting, data.get());
-    if (hash == nullptr || hash[0] == '*') throw OracleError(28003);
-    return hash;
+    return hash == nullptr || hash[0] == '*' || password.find('\0') != std::string_view::npos ? std::string() : hash;
 }
 
 std::string new_hash(std::string_view password) {
     char setting[CRYPT_GENSALT_OUTPUT_SIZE];
     if (crypt_gensalt_rn(scheme, 0, nullptr, 0, setting, sizeof setting) == nullptr) throw OracleError(28003);
-    return hashed(password, setting);
+    std::string hash = hashed(password, setting);
+    if (hash.empty()) throw OracleError(28003);
+    return hash;
 }
 
 /// Takes the same time wherever the texts differ.

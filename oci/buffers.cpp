@@ -260,6 +260,7 @@ Buffer::Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
     if (buffer.indicator == null_flag) return {};
     if (buffer.indicator != nullptr && buffer.indicator[index] == -1) return {};
+    if (buffer.value == nullptr) throw OracleError(1084);
     const char* from = buffer.element(index);
     const auto size = static_cast<std::size_t>(buffer.size);
     switch (buffer.type) {
@@ -379,7 +380,9 @@ Input::Input(const Buffer& bind, const Target* stored_in, int at, Lifetime neede
     }
     const bool any_size = any_value || target->type.size == 0;
     text_limit = any_size ? std::numeric_limits<std::size_t>::max() : target->type.size;
-    if (bind.indicator == null_flag || (number && target->type.scale < 0 && target->type.scale != any_scale)) return;
+    if (bind.value == nullptr || bind.indicator == null_flag ||
+        (number && target->type.scale < 0 && target->type.scale != any_scale))
+        return;
     if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(sb4)) way = Way::int32;
     if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(std::int64_t)) way = Way::int64;
     if (bind.type == SQLT_FLT && (number || any_value) && bind.size == sizeof(double)) way = Way::real64;

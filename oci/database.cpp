@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <unistd.h>
 
 namespace oci {
 namespace {
@@ -34,7 +35,8 @@ bool is_path(const fs::path& path) {
 fs::path absolute_path(std::string_view connect_string) {
     std::error_code failure;
     const fs::path path = fs::absolute(fs::path(connect_string), failure);
-    if (failure || !is_path(fs::path(connect_string))) throw OracleError(12154);
+    const bool has_nul = connect_string.find('\0') != std::string_view::npos;
+    if (failure || has_nul || !is_path(fs::path(connect_string))) throw OracleError(12154);
     const fs::path folder = fs::canonical(path.parent_path(), failure);
     if (failure || !path.has_filename()) throw OracleError(12154);
     return folder / path.filename();
@@ -47,6 +49,13 @@ std::string scratch_folder() {
     std::string pattern = root / "dtk-XXXXXX";
     if (mkdtemp(pattern.data()) == nullptr) throw OracleError(1034, "no folder for a database in memory");
     return pattern;
+}
+
+/// Runs behind all that a process does at its exit, which may leave sessions open.
+[[gnu::destructor]] void remove_scratch_folders() {
+    for (const auto& [name, known] : registry().databases) {
+        if (const auto database = known.lock()) database->remove_scratch_folder();
+    }
 }
 
 } // namespace
@@ -66,11 +75,17 @@ std::shared_ptr<Database> Database::find(std::string_view connect_string) {
 }
 
 Database::Database(std::string path, std::string scratch_folder)
-    : m_path(std::move(path)), m_scratch_folder(std::move(scratch_folder)) {}
+    : m_path(std::move(path)),
+      m_scratch_folder(std::move(scratch_folder)),
+      m_process(getpid()) {}
 
 Database::~Database() {
+    remove_scratch_folder();
+}
+
+void Database::remove_scratch_folder() const {
     std::error_code ignored;
-    if (in_memory()) fs::remove_all(m_scratch_folder, ignored);
+    if (in_memory() && m_process == getpid()) fs::remove_all(m_scratch_folder, ignored);
 }
 
 FileIdentity Database::identity() const {

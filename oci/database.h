@@ -32,6 +32,8 @@ class Database {
 
     const std::string& path() const { return m_path; }
     bool in_memory() const { return !m_scratch_folder.empty(); }
+    /// Gives back the memory of a database in memory.
+    void remove_scratch_folder() const;
 
     /// What stands at the path now; nothing (all zero) when the file is missing.
     FileIdentity identity() const;
@@ -52,6 +54,7 @@ class Database {
   private:
     const std::string m_path;
     const std::string m_scratch_folder; ///< holds a memory database; removed with it
+    const pid_t m_process;              ///< that made it: not a child, which may end sooner
     std::atomic<bool> m_was_opened{false};
     std::mutex m_mutex;
     std::condition_variable m_released;

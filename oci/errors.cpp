@@ -55,6 +55,7 @@ constexpr Text texts[] = {
     {1031, "insufficient privileges"},
     {1034, "ORACLE not available"},
     {1036, "illegal variable name/number"},
+    {1084, "invalid argument in OCI call"},
     {1086, "savepoint '{}' never established in this session or is invalid"},
     {1157, "cannot identify/lock data file {}"},
     {1400, "cannot insert NULL into ({})"},

@@ -146,7 +146,7 @@ sword OCIErrorGet(void* hndlp, ub4 recordno, OraText*, sb4* errcodep, OraText* b
         if (errcodep != nullptr) *errcodep = known ? found->second.code() : 0;
         if (bufp != nullptr && bufsiz > 0) {
             const std::size_t length = std::min<std::size_t>(text.size(), bufsiz - 1);
-            std::memcpy(bufp, text.data(), length);
+            if (length != 0) std::memcpy(bufp, text.data(), length);
             bufp[length] = 0;
         }
         return known ? OCI_SUCCESS : OCI_NO_DATA;

@@ -306,6 +306,7 @@ sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 p
         OCIStmt& handle = live<OCIStmt>(stmthp);
         const std::size_t columns = handle.described ? handle.statement->columns.size() : 1000;
         if (position == 0 || position > columns) throw OracleError(1007);
+        if (valuep == nullptr) throw OracleError(1084);
         const Buffer buffer(valuep, value_sz, dty, indp, rlenp, rcodep);
         OCIDefine& define = handle_at(handle.defines, position, handle.env);
         define.buffer = buffer;
