@@ -142,7 +142,7 @@ sword OCIErrorGet(void* hndlp, ub4 recordno, OraText*, sb4* errcodep, OraText* b
         const std::lock_guard lock(error.mutex);
         const auto found = error.diagnostics.find(std::this_thread::get_id());
         const bool known = recordno == 1 && found != error.diagnostics.end();
-        const std::string_view text = known ? found->second.text() : "";
+        const std::string_view text = known ? std::string_view(found->second.text()) : "";
         if (errcodep != nullptr) *errcodep = known ? found->second.code() : 0;
         if (bufp != nullptr && bufsiz > 0) {
             const std::size_t length = std::min<std::size_t>(text.size(), bufsiz - 1);

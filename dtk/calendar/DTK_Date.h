@@ -11,8 +11,8 @@ class DTK_DbDate;
 /// A calendar date without time of day, held as its Julian Day Number (1 January 2000 is 2451545, Gregorian
 /// throughout).
 ///
-/// Years are not limited to four digits, and not checked. An operation that throws leaves the date as it was. One
-/// thread at a time per object.
+/// Years are not limited to four digits, and not checked; days before day number 0 do not split back into what they
+/// were made of. An operation that throws leaves the date as it was. One thread at a time per object.
 class DTK_EXPORT DTK_Date {
   public:
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" there is no such day

@@ -68,7 +68,7 @@ class DTK_EXPORT DTK_DbDate {
     /// Fills the record from the image, and returns the record. Not validated.
     st_DateTime& mb_toDateTimeStruct(st_DateTime& dateTime);
 
-    /// Sets the image from the record, each byte cut to 8 bits. Not validated: years outside -9999 to 15599 have no
+    /// Sets the image from the record, each byte cut to 8 bits. Not validated: years outside -10099 to 15599 have no
     /// image.
     ///
     /// @return the 7 bytes of this object

@@ -65,9 +65,11 @@ void DTK_String::mb_fromDouble(double value) {
 }
 
 DTK_String DTK_String::mb_subStr(unsigned int pos, unsigned int len) {
-    DTK_String part;
-    if (pos < m_str.size()) part.m_str.assign(m_str, pos, len);
-    return part;
+    try {
+        return DTK_String(m_str.substr(pos, len));
+    } catch (...) {
+        return DTK_String(); // never throws, whatever the bounds
+    }
 }
 
 std::string DTK_String::mb_replace(std::string& what, std::string& with, int start) {

@@ -14,7 +14,6 @@ struct Definition {
 // Without a number of their own. Code 0 marks an Oracle error, so what() and mb_getMessage show these as one.
 inline constexpr Definition connection_creation_failed{0, "Unknown exception while creating connection"};
 inline constexpr Definition blob_handle_empty{0, "Pointer is null"};
-inline constexpr Definition blob_chunk_not_written{0, ""};
 
 // Locks
 inline constexpr Definition semaphore_value_negative{1, "The value max value for semaphore cannot be -ve"};

@@ -78,7 +78,7 @@ template <typename T> class DTK_EXPORT DTK_SmartPointer {
     T& operator*() { return held(); }
     T& operator*() const { return held(); }
 
-    bool operator!=(T* object) const { return pointer() != object; }
+    bool operator!=(T* object) { return pointer() != object; }
 
   private:
     T* pointer() const { return m_counter ? m_counter->m_object : nullptr; }

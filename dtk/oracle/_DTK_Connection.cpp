@@ -1,5 +1,6 @@
 #include "dtk/oracle/_DTK_Connection.h"
 
+#include <exception>
 #include <memory>
 
 #include "dtk/oracle/_DTK_ConnectionPool.h"
@@ -15,10 +16,13 @@ _DTK_Connection::_DTK_Connection() : m_generation(0), m_pool(nullptr), m_svcCtx(
 
 _DTK_Connection::~_DTK_Connection() noexcept(false) {
     if (!m_svcCtx) return;
-    dtk::oracle::withPlainException([this] {
+    try {
         if (m_autoCommit) _DTK_Connection::mb_commit();
         static_cast<DTK_ConnectionPoolBase*>(m_pool)->mb_returnConnection(this);
-    });
+    } catch (const DTK_Exception& failure) {
+        // A second exception on top of one that is already on its way would end the process.
+        if (std::uncaught_exceptions() == 0) throw DTK_Exception(failure);
+    }
 }
 
 DTK_StatementBase* _DTK_Connection::mb_createStatement(const DTK_String& sql) {

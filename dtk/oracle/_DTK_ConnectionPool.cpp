@@ -1,6 +1,7 @@
 #include "dtk/oracle/_DTK_ConnectionPool.h"
 
 #include <ctime>
+#include <exception>
 
 #include "dtk/oracle/Reconnects.h"
 #include "dtk/oracle/_DTK_Connection.h"
@@ -54,6 +55,8 @@ _DTK_ConnectionPool::_DTK_ConnectionPool()
 _DTK_ConnectionPool::~_DTK_ConnectionPool() noexcept(false) {
     m_reconnects->close();
     if (m_freeSessions.size() != static_cast<std::size_t>(m_sessionCount)) {
+        // A second exception on top of one that is already on its way would end the process.
+        if (std::uncaught_exceptions() > 0) return;
         throw DTK_Exception(error::connections_still_open);
     }
     for (; !m_freeSessions.empty(); m_freeSessions.pop()) dtk::oracle::logOff(m_freeSessions.front(), m_OCIError);
