@@ -46,11 +46,6 @@ bool describe_by_value(OCIStmt& handle) {
     return true;
 }
 
-void check_lob(const Buffer& buffer, const ColumnType& column) {
-    if (buffer.type == SQLT_BLOB && column.family == Family::clob) throw OracleError(932, "expected BLOB got CLOB");
-    if (buffer.type == SQLT_CLOB && column.family == Family::blob) throw OracleError(932, "expected CLOB got BLOB");
-}
-
 void make_outputs(OCIStmt& handle) {
     const auto& columns = handle.statement->columns;
     if (handle.defines.size() > columns.size()) throw OracleError(1007);
@@ -60,7 +55,6 @@ void make_outputs(OCIStmt& handle) {
         if (handle.defines[i] == nullptr) continue;
         const Buffer& buffer = handle.defines[i]->buffer;
         if (buffer.is_lob()) {
-            check_lob(buffer, columns[i]);
             handle.lobs.push_back(static_cast<ub4>(i));
         } else {
             handle.outputs.emplace_back(buffer, columns[i], static_cast<int>(i));
