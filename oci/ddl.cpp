@@ -169,7 +169,7 @@ class Definition {
         std::string sql = identifier(column) + " " + type->declaration();
         if (type->family == Family::fixed_text) sql += " COLLATE RTRIM"; // blanks at the end do not count in comparisons
         const bool key = std::find(keys.begin(), keys.end(), upper(plain_name(column))) != keys.end();
-        const std::string behind = constraints(tokens.subspan(at));
+        const std::string behind = constraints(tokens.subspan(at), Target{*type, upper(plain_name(column))});
         if (key && behind.find("NOT NULL") == std::string::npos) sql += " NOT NULL";
         return sql + (behind.empty() ? "" : " " + behind);
     }
@@ -181,7 +181,8 @@ class Definition {
         return false;
     }
 
-    std::string constraints(Tokens tokens) {
+    /// @param column  what a DEFAULT is made to fit
+    std::string constraints(Tokens tokens, const Target& column = {}) {
         std::string sql;
         const auto add = [&sql](std::string_view piece) { sql.append(sql.empty() ? "" : " ").append(piece); };
         bool not_null = false;
@@ -191,7 +192,7 @@ class Definition {
             if (token.is("CHECK") || token.is("DEFAULT")) {
                 const std::size_t length = expression_length(tokens.subspan(i + 1), token.is("CHECK"));
                 const std::string expression = translate_expression(m_session, tokens.subspan(i + 1, length));
-                add(token.is("CHECK") ? "CHECK " + expression : "DEFAULT (" + expression + ")");
+                add(token.is("CHECK") ? "CHECK " + expression : "DEFAULT (" + default_value(expression, column) + ")");
                 i += length;
                 continue;
             }
@@ -201,6 +202,17 @@ class Definition {
             if (!token.is("ENABLE")) add(token.is("NULL") ? "NULL" : identifier(token));
         }
         return sql;
+    }
+
+    /// Worked out at once where it does not depend on who inserts or when: SQLite adds no other columns to rows that
+    /// are there.
+    std::string default_value(const std::string& expression, const Target& column) const {
+        const std::string value = fit_call(expression, column.type, column.column);
+        if (expression.find("sysdate()") != std::string::npos || expression.find("user()") != std::string::npos)
+            return value;
+        const Compiled query = m_session.compile("SELECT quote(" + value + ")");
+        if (sqlite3_step(query.get()) != SQLITE_ROW) throw sqlite_error(query.get());
+        return reinterpret_cast<const char*>(sqlite3_column_text(query.get(), 0));
     }
 
     static std::size_t expression_length(Tokens tokens, bool parenthesis) {

@@ -63,14 +63,6 @@ std::string literal_of(std::string_view text) {
     return literal + "'";
 }
 
-std::string fit_call(const std::string& sql, const ColumnType& type, std::string_view column) {
-    std::string call = "ora_fit(" + sql;
-    for (const int part : {static_cast<int>(type.family), int{type.size}, int{type.precision}, int{type.scale}}) {
-        call += "," + std::to_string(part);
-    }
-    return call + "," + literal_of(column) + ")";
-}
-
 void append(std::string& sql, std::string_view piece) {
     if (!sql.empty() && !piece.empty()) sql += ' ';
     sql += piece;
@@ -847,6 +839,14 @@ class Translator {
 };
 
 } // namespace
+
+std::string fit_call(const std::string& sql, const ColumnType& type, std::string_view column) {
+    std::string call = "ora_fit(" + sql;
+    for (const int part : {static_cast<int>(type.family), int{type.size}, int{type.precision}, int{type.scale}}) {
+        call += "," + std::to_string(part);
+    }
+    return call + "," + literal_of(column) + ")";
+}
 
 std::string identifier(const Token& token) {
     if (token.kind == Token::Kind::quoted) return std::string(token.text);

@@ -30,6 +30,9 @@ Translation translate(Session& session, std::span<const Token> tokens, const Pos
 /// ORA-00913 or ORA-00947 when a statement gives other than one value for each target behind INTO.
 void check_targets(sqlite3_stmt* compiled, const Translation& translation);
 
+/// The SQL of a value as a column of the type stores it.
+std::string fit_call(const std::string& sql, const ColumnType& type, std::string_view column);
+
 /// A column default or check condition.
 std::string translate_expression(Session& session, std::span<const Token> tokens);
 
