@@ -1,3 +1,4 @@
+/// @file
 /// DTK: access to a database through pooled connections. The one header that applications include.
 #pragma once
 

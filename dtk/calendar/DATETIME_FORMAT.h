@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 /// The layout of a date-time written as 14 digits. The HH12 layouts write the hour modulo 12 without an AM/PM mark and

@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 /// The layout of a date written as 8 digits. Every value other than DF_DDMMYYYY writes the first layout.

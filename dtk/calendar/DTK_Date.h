@@ -21,28 +21,39 @@ class DTK_EXPORT DTK_Date {
     /// Reads the text as mb_fromText does.
     DTK_Date(char* text);
 
+    /// @{
+    /// The same date.
     DTK_Date(const DTK_Date& other) = default;
     DTK_Date& operator=(const DTK_Date& other) = default;
+    /// @}
 
+    /// @{
     /// The date of a date-time.
     DTK_Date(const DTK_DateTime& dateTime);
     DTK_Date& operator=(DTK_DateTime dateTime);
+    /// @}
 
+    /// @{
     /// The date of a database date; its time bytes are ignored.
     ///
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" the image holds no valid day
     DTK_Date(const DTK_DbDate& dbDate);
     DTK_Date& operator=(DTK_DbDate dbDate);
+    /// @}
 
+    /// @{
     /// Sets the date and returns its Julian Day Number.
     ///
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" there is no such day
     long mb_YMDtoJday(int year, int month, int day);
     long mb_YMDtoJday(st_Date& date);
+    /// @}
 
+    /// @{
     /// Splits the date. A year that no int holds is cut to 32 bits.
     void mb_JdaytoYMD(int& year, int& month, int& day) const;
     void mb_JdaytoYMD(st_Date& date) const;
+    /// @}
 
     /// Whether the month has such a day; this date plays no part.
     bool mb_validate(st_Date& date);
@@ -50,6 +61,7 @@ class DTK_EXPORT DTK_Date {
     /// The same for a text in the DF_YYYYMMDD layout; false for a null text.
     bool mb_validate(char* text);
 
+    /// Whether the record's year has a 29 February; its other members and this date play no part.
     bool mb_isLeapYear(st_Date& date);
 
     /// The days of the record's month in its year; 0 when there is no such month.

@@ -19,15 +19,20 @@ class DTK_EXPORT DTK_DateTime {
     /// Takes the count of Julian seconds as it is.
     DTK_DateTime(long long julianSeconds);
 
+    /// @{
+    /// The same date-time.
     DTK_DateTime(const DTK_DateTime& other) = default;
     DTK_DateTime& operator=(const DTK_DateTime& other) = default;
+    /// @}
 
     /// Midnight of the date.
     DTK_DateTime(const DTK_Date& date);
 
+    /// @{
     /// @throws DTK_Exception 104 "Invalid Date Time Value!!!" the image holds no valid date-time
     DTK_DateTime(const DTK_DbDate& dbDate);
     DTK_DateTime& operator=(DTK_DbDate dbDate);
+    /// @}
 
     /// @throws DTK_Exception 104 "Invalid Date Time Value!" there is no such date-time
     DTK_DateTime(int year, int month, int day, int hour, int minute, int second);
@@ -38,24 +43,29 @@ class DTK_EXPORT DTK_DateTime {
     /// Reads the text as mb_fromText does in the DTF_YYYYMMDDHH24MISS layout.
     DTK_DateTime& operator=(DTK_String text);
 
+    /// @{
     /// Sets the date-time and returns its Julian seconds.
     ///
     /// @throws DTK_Exception 104 "Invalid Date Time Value!!!" (six numbers) or "Invalid Date Time value" (record):
-    /// there
-    ///         is no such date-time
+    ///         there is no such date-time
     long long mb_toJulianDateTime(int year, int month, int day, int hour, int minute, int second);
     long long mb_toJulianDateTime(st_DateTime& dateTime);
+    /// @}
 
+    /// @{
     /// Splits the date-time. A year that no int holds is cut to 32 bits.
     void mb_toDateTime(int& year, int& month, int& day, int& hour, int& minute, int& second) const;
     void mb_toDateTime(st_DateTime& dateTime) const;
+    /// @}
 
+    /// @{
     /// Each moves the date-time by `n` of its units, negative backwards, and returns the new Julian seconds, modulo
     /// 2^64.
     long long mb_addDays(int n);
     long long mb_addHours(int n);
     long long mb_addMinutes(int n);
     long long mb_addSeconds(long long n);
+    /// @}
 
     /// Moves the date-time by `n` months as DTK_Date::mb_addMonths does, keeps the time of day, and returns the new
     /// Julian seconds. A negative step that lands on December fails, except from another December.
@@ -72,6 +82,7 @@ class DTK_EXPORT DTK_DateTime {
     /// @throws DTK_Exception 105 "Invalid date format specifier !!!" there is no such format
     bool mb_validate(char* text, DATETIME_FORMAT format);
 
+    /// Whether the record's year has a 29 February; its other members and this date-time play no part.
     bool mb_isLeapYear(st_DateTime& dateTime);
 
     /// The days of the record's month in its year; 0 when there is no such month.

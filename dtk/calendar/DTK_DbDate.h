@@ -19,8 +19,11 @@ class DTK_EXPORT DTK_DbDate {
     /// Leaves the image unset.
     DTK_DbDate() = default;
 
+    /// @{
+    /// The same image.
     DTK_DbDate(const DTK_DbDate& other) = default;
     DTK_DbDate& operator=(const DTK_DbDate& other) = default;
+    /// @}
 
     /// Reads the text as mb_fromText does.
     DTK_DbDate(char* text, DATETIME_FORMAT format);
@@ -28,13 +31,17 @@ class DTK_EXPORT DTK_DbDate {
     /// Reads the text as mb_fromText does in the DTF_YYYYMMDDHH24MISS layout.
     DTK_DbDate& operator=(char* text);
 
+    /// @{
     /// Not validated, as mb_fromDateTimeStruct.
     DTK_DbDate(const DTK_DateTime& dateTime);
     DTK_DbDate& operator=(DTK_DateTime& dateTime);
+    /// @}
 
+    /// @{
     /// Midnight of the date. Not validated, as mb_fromDateTimeStruct.
     DTK_DbDate(const DTK_Date& date);
     DTK_DbDate& operator=(DTK_Date& date);
+    /// @}
 
     /// Sets the image from 14 digits. Digits are not checked: each two-character field reads as atoi does, and a field
     /// past the end of a short text as 0. An hour up to 59 passes, as in mb_validate.
@@ -78,6 +85,7 @@ class DTK_EXPORT DTK_DbDate {
     /// range of the encoding, not the clock. False for a null image. This date plays no part.
     bool mb_validate(const unsigned char* image);
 
+    /// Whether the record's year has a 29 February; its other members and this date play no part.
     bool mb_isLeapYear(st_DateTime& dateTime);
 
     /// The days of the record's month in its year; 0 when there is no such month.

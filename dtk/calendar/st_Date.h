@@ -2,7 +2,7 @@
 
 /// A calendar date as plain numbers. Opens st_DateTime with the same members.
 struct st_Date {
-    int day;
-    int month;
-    int year; ///< full year, such as 2024
+    int day;   ///< 1 to 31
+    int month; ///< 1 to 12
+    int year;  ///< full year, such as 2024
 };

@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 /// The type of a column, a bound parameter or an output parameter. The numbers are public; 0 and 9 are not assigned.

@@ -12,15 +12,21 @@
 /// Any other code is the library's own; dtk/foundation/errors.h lists them with their messages.
 class DTK_EXPORT DTK_Exception : public std::exception {
   public:
+    /// One of the library's own errors, with its code and message.
     explicit DTK_Exception(const dtk::error::Definition& error);
+
+    /// An error with a code and message of the caller's choice.
     DTK_Exception(int errorCode, std::string message);
 
     /// Records where a client raised the error: the message becomes "origin::line  message", cut to 1023 bytes.
     DTK_Exception(int errorCode, std::string origin, int line, std::string message);
 
+    /// @{
+    /// The copy has the same codes and texts.
     DTK_Exception(const DTK_Exception& other);
     DTK_Exception& operator=(const DTK_Exception& other);
     ~DTK_Exception() override;
+    /// @}
 
     /// A const exception, or one held as std::exception, answers with the standard library's text.
     using std::exception::what;
@@ -40,8 +46,8 @@ class DTK_EXPORT DTK_Exception : public std::exception {
     int mb_getDBErrorCode();
 
   protected:
-    int m_errorCode;
-    int m_dbErrorCode;
-    std::string m_message;
-    std::string m_dbMessage;
+    int m_errorCode;         ///< 0 marks an Oracle error
+    int m_dbErrorCode;       ///< the ORA- number; 0 otherwise
+    std::string m_message;   ///< the library's text
+    std::string m_dbMessage; ///< Oracle's text
 };

@@ -15,6 +15,7 @@ class DTK_EXPORT DTK_Mutex {
     DTK_Mutex& operator=(const DTK_Mutex&) = delete;
     virtual ~DTK_Mutex();
 
+    /// Makes a destroyed mutex usable again.
     bool mb_init(bool flag);
 
     /// Waits until the mutex is free. Locking it twice from one thread deadlocks.
@@ -23,7 +24,10 @@ class DTK_EXPORT DTK_Mutex {
     /// False at once when the mutex is locked.
     bool mb_tryLock();
 
+    /// Frees the mutex, which the calling thread holds.
     bool mb_unlock();
+
+    /// Ends the use of an unlocked mutex, until mb_init. The destructor calls it too.
     bool mb_destroy();
 
   private:

@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 #include <iosfwd>
@@ -11,19 +12,28 @@
 /// library. One thread at a time per object.
 class DTK_EXPORT DTK_String {
   public:
+    /// @{
+    /// Each holds a copy of the text that it is given, or the empty text; of a pointer, the bytes before the first NUL.
     DTK_String();
     DTK_String(const char* text);
     DTK_String(const std::string& text);
     DTK_String(const DTK_String& other);
+    /// @}
+
     virtual ~DTK_String();
 
+    /// @{
+    /// Each replaces the text by a copy of the other.
     DTK_String& operator=(const DTK_String& other);
     DTK_String& operator=(const char* text);
     DTK_String& operator=(char* text);
+    /// @}
 
+    /// @{
     /// This text followed by the other, as a new text.
     DTK_String operator+(const DTK_String& other);
     DTK_String operator+(const char* text);
+    /// @}
 
     /// The number of bytes.
     unsigned int mb_length() const;
@@ -31,12 +41,14 @@ class DTK_EXPORT DTK_String {
     /// The bytes with a NUL behind them; valid until this text is changed or destroyed.
     const char* c_str() const;
 
+    /// @{
     /// Each replaces the whole text by the number: integers as "%d" writes them, floating point as "%f" does.
     void mb_fromInt(int value);
     void mb_fromLong(long value);
     void mb_fromInt64(long long value);
     void mb_fromFloat(float value);
     void mb_fromDouble(double value);
+    /// @}
 
     /// At most `len` bytes from byte `pos` (0 is the first) on; the empty text when `pos` lies past the end.
     DTK_String mb_subStr(unsigned int pos, unsigned int len);

@@ -11,7 +11,10 @@ class DTK_EXPORT ORCL_Exception : public DTK_Exception {
     /// gives number 0 and an empty text.
     explicit ORCL_Exception(const OCIError* errorHandle);
 
+    /// @{
+    /// The copy has the same number and text.
     ORCL_Exception(const ORCL_Exception& other);
     ORCL_Exception& operator=(const ORCL_Exception& other);
     ~ORCL_Exception() override;
+    /// @}
 };

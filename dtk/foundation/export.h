@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 /// Marks what libdtk.so exports; everything else in it has hidden visibility.

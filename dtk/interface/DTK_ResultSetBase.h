@@ -24,6 +24,7 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// Releases the fetch buffers; the caller's arrays are not touched.
     virtual ~DTK_ResultSetBase() = default;
 
+    /// @{
     /// Each registers the caller's array for the next column, beginning with column 1.
     ///
     /// The array holds at least as many elements as mb_setBulkCount announced and lives as long as rows are fetched.
@@ -42,12 +43,14 @@ class DTK_EXPORT DTK_ResultSetBase {
     virtual DTK_ResultSetBase& operator<<(float* values) = 0;
     virtual DTK_ResultSetBase& operator<<(DTK_String* strings) = 0;
 
-    /// Fetches 8 bytes of the column's text (OCI type LONG) into each element, not a number.
+    /// Fetches 8 bytes of the column's text (OCI type LONG) into each element, not a number. Otherwise as the other
+    /// forms.
     virtual DTK_ResultSetBase& operator<<(long* values) = 0;
     virtual DTK_ResultSetBase& operator<<(double* values) = 0;
     virtual DTK_ResultSetBase& operator<<(long long* values) = 0;
     virtual DTK_ResultSetBase& operator<<(DTK_Blob* blobs) = 0;
     virtual DTK_ResultSetBase& operator<<(unsigned int* values) = 0;
+    /// @}
 
     /// Fetches the next row, or the next batch of up to the bulk count of rows, and starts operator>> at column 1.
     ///
@@ -93,6 +96,7 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @throws DTK_Exception 703, 704 the columns could not be described
     virtual DTK_stmtMetadataBase* mb_getMetadata() = 0;
 
+    /// @{
     /// Each reads a column of the current row, as often and in any order as wanted. For a NULL column the value is what
     /// the buffer last held: ask mb_isNull first.
     ///
@@ -113,7 +117,9 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// Hands out the column's BLOB, flagged null when the column is NULL. The handle shares the column's locator: the
     /// next fetch moves the handle on to the next row's value. Read it before that, and keep one handle per row.
     virtual DTK_Blob mb_getDTK_Blob(unsigned int column) = 0;
+    /// @}
 
+    /// @{
     /// Each reads the next column as the getter of its type does; the first after a fetch reads column 1. The column
     /// counts as read even when the getter throws.
     ///
@@ -126,4 +132,5 @@ class DTK_EXPORT DTK_ResultSetBase {
     virtual DTK_ResultSetBase& operator>>(long long& value) = 0;
     virtual DTK_ResultSetBase& operator>>(DTK_Blob& blob) = 0;
     virtual DTK_ResultSetBase& operator>>(unsigned int& value) = 0;
+    /// @}
 };

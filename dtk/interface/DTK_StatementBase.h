@@ -21,6 +21,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// Releases the buffers but not the server handle: give the statement back with mb_terminateStatement first.
     virtual ~DTK_StatementBase() = default;
 
+    /// @{
     /// Each binds a caller's array to the next placeholder, the first one to placeholder 1.
     ///
     /// The array holds at least as many elements as mb_setUpdateCount announced and lives until the last execution.
@@ -45,6 +46,7 @@ class DTK_EXPORT DTK_StatementBase {
     virtual DTK_StatementBase& operator<<(unsigned int* values) = 0;
     virtual DTK_StatementBase& operator<<(long long* values) = 0;
     virtual DTK_StatementBase& operator<<(DTK_Blob* blobs) = 0;
+    /// @}
 
     /// Executes with array binds carried in before and back out afterwards.
     ///
@@ -109,6 +111,7 @@ class DTK_EXPORT DTK_StatementBase {
     virtual void mb_registerOutParam(unsigned int position, DTK_DATATYPES type, unsigned int size,
                                      const DTK_String& name) = 0;
 
+    /// @{
     /// Each sets the value of one placeholder, which every iteration of an execution with an update count above 1
     /// sends. Setting a number or date again with the same type only stores the value, without a bind. There is no way
     /// to bind an input NULL; a position whose last output was NULL sends NULL again.
@@ -129,7 +132,9 @@ class DTK_EXPORT DTK_StatementBase {
     /// @throws DTK_Exception 602 a temporary BLOB could not be made
     virtual void mb_setDTK_Blob(unsigned int position, DTK_Blob& value) = 0;
     virtual void mb_setInt64(unsigned int position, const long long& value) = 0;
+    /// @}
 
+    /// @{
     /// Each reads the value of one position. After a NULL output it is what the storage last held: ask mb_isNull first.
     ///
     /// The numeric getters convert between DTK_INT, DTK_UINT, DTK_INT64, DTK_FLOAT and DTK_DOUBLE. A floating-point
@@ -150,10 +155,13 @@ class DTK_EXPORT DTK_StatementBase {
     /// one handle per mb_registerOutParam, and register again before the next execution once it is released.
     virtual DTK_Blob mb_getDTK_Blob(unsigned int position) = 0;
     virtual long long mb_getInt64(unsigned int position) = 0;
+    /// @}
 
+    /// @{
     /// Whether every successful execution commits at once; off after preparing.
     virtual void mb_setAutoCommit(bool on) = 0;
     virtual bool mb_getAutoCommit() = 0;
+    /// @}
 
     /// Executes the statement: a query once, without fetching; anything else as often as the update count says. Array
     /// binds of texts and BLOBs are not carried in.

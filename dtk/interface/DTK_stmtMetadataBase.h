@@ -9,6 +9,7 @@
 /// behaviour.
 class DTK_EXPORT DTK_stmtMetadataBase {
   public:
+    /// The columns' descriptors stay with the statement.
     virtual ~DTK_stmtMetadataBase() = default;
 
     /// The number of columns; 0 for a statement that is no query.

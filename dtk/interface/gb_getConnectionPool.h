@@ -1,3 +1,4 @@
+/// @file
 #pragma once
 
 #include "dtk/foundation/export.h"

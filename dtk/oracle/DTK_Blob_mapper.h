@@ -11,11 +11,15 @@ class DTK_Blob;
 /// outlive the use of the mapper. One thread at a time.
 class DTK_EXPORT DTK_Blob_mapper {
   public:
-    /// @param locators, indicators  `count` elements each, from ::operator new
+    /// @param locators, indicators  `count` elements each, from the global operator new
     DTK_Blob_mapper(DTK_Blob* blobs, OCILobLocator** locators, int count, short* indicators);
     virtual ~DTK_Blob_mapper() = default;
+
+    /// @{
+    /// Copies share the buffers.
     DTK_Blob_mapper(const DTK_Blob_mapper&) = default;
     DTK_Blob_mapper& operator=(const DTK_Blob_mapper&) = default;
+    /// @}
 
     /// Takes every element's locator and null flag. An empty handle counts as NULL.
     void mb_mapToOCIBlobArray();

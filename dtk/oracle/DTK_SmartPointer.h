@@ -18,6 +18,7 @@ template <typename T> class DTK_EXPORT DTK_SmartPointer {
     /// The object with the number of pointers that share it.
     class ST_Counter {
       public:
+        /// Takes the object over, with as many holders as counted.
         ST_Counter(T* object, unsigned int count) : m_object(object), m_count(count), m_lock(false) {}
 
       private:
@@ -74,10 +75,15 @@ template <typename T> class DTK_EXPORT DTK_SmartPointer {
         if (last) delete counter;
     }
 
+    /// @{
+    /// The object, which stays the pointer's.
+    ///
     /// @throws DTK_Exception 0 "Pointer is null": the pointer is empty
     T& operator*() { return held(); }
     T& operator*() const { return held(); }
+    /// @}
 
+    /// Whether the pointer holds another object than this one; null stands for none.
     bool operator!=(T* object) { return pointer() != object; }
 
   private:

@@ -11,13 +11,17 @@ class DTK_String;
 /// outlive the use of the mapper. One thread at a time.
 class DTK_EXPORT DTK_String_mapper {
   public:
-    /// @param buffer  `count` slots of `width` bytes, from ::operator new
+    /// @param buffer  `count` slots of `width` bytes, from the global operator new
     /// @param width  bytes of a slot, terminating NUL included
-    /// @param lengths  null, or one length per element, from ::operator new
+    /// @param lengths  null, or one length per element, from the global operator new
     DTK_String_mapper(DTK_String* strings, void* buffer, int count, int width, unsigned short* lengths);
     virtual ~DTK_String_mapper() = default;
+
+    /// @{
+    /// Copies share the buffers.
     DTK_String_mapper(const DTK_String_mapper&) = default;
     DTK_String_mapper& operator=(const DTK_String_mapper&) = default;
+    /// @}
 
     /// Copies every text into its slot. One that is too long fills its slot without a NUL, which OCI refuses.
     void mb_mapToArray();

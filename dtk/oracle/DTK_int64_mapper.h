@@ -8,13 +8,17 @@
 /// outlive the use of the mapper. One thread at a time.
 class DTK_EXPORT DTK_int64_mapper {
   public:
-    /// @param buffer  `count` slots of `width` bytes, from ::operator new
+    /// @param buffer  `count` slots of `width` bytes, from the global operator new
     /// @param width  bytes of a slot, terminating NUL included: 21 hold every value
-    /// @param lengths  null, or one length per element, from ::operator new
+    /// @param lengths  null, or one length per element, from the global operator new
     DTK_int64_mapper(long long* values, void* buffer, int count, int width, unsigned short* lengths);
     virtual ~DTK_int64_mapper() = default;
+
+    /// @{
+    /// Copies share the buffers.
     DTK_int64_mapper(const DTK_int64_mapper&) = default;
     DTK_int64_mapper& operator=(const DTK_int64_mapper&) = default;
+    /// @}
 
     /// Writes every value into its slot, cut to the slot's width.
     void mb_mapToArray();

@@ -13,8 +13,13 @@ class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
   public:
     /// An object without a locator: transfers throw 600 until mb_initialize.
     _DTK_Blob();
+
+    /// @{
+    /// A second object on the other's locator, with its null flag and reading position.
     _DTK_Blob(const _DTK_Blob& other);
     _DTK_Blob& operator=(const _DTK_Blob& other);
+    /// @}
+
     ~_DTK_Blob() override;
 
     DTK_BlobBase& operator=(const DTK_BlobBase& other) override;
@@ -38,9 +43,9 @@ class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
     bool mb_initialize(OCIEnv* environment, OCISvcCtx* serviceContext, OCIError* errorHandle, bool temporary);
 
   protected:
-    OCILobLocator* m_locator;
-    OCISvcCtx* m_svcCtx;
-    OCIError* m_errorHandle;
+    OCILobLocator* m_locator; ///< null until mb_initialize
+    OCISvcCtx* m_svcCtx;      ///< the session's; not owned
+    OCIError* m_errorHandle;  ///< the process's; not owned
 
   private:
     friend class DTK_Blob_mapper;

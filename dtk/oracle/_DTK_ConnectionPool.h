@@ -52,8 +52,11 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     /// Leaves the environment; the last pool frees it.
     static void mb_closeEnvironment();
 
+    /// @{
+    /// The handles that the pools of the process share, for use while one of them lives.
     static OCIError* mb_getErrorHandle() { return m_OCIError; }
     static OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
+    /// @}
 
   private:
     friend void* gb_pthreadInitFunc(void* pool);

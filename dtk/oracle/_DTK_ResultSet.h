@@ -34,10 +34,13 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     /// A result set without handles; the statement that makes it fills them in.
     _DTK_ResultSet();
 
+    /// @{
     /// Both share the other's handles and take its position and counts, but no buffers: a copy defines its own at its
     /// first fetch, and from then on OCI fetches into those. An assigned result set keeps the buffers that it had.
     _DTK_ResultSet(const _DTK_ResultSet& other);
     _DTK_ResultSet& operator=(const _DTK_ResultSet& other);
+    /// @}
+
     ~_DTK_ResultSet() override;
 
     DTK_ResultSetBase& operator<<(DTK_DbDate* dates) override;

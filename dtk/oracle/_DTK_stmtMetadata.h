@@ -15,6 +15,8 @@ class DTK_EXPORT _DTK_stmtMetadata : public DTK_stmtMetadataBase {
   public:
     /// No columns until mb_initMetaData.
     _DTK_stmtMetadata();
+
+    /// The source's columns, with its error handle.
     _DTK_stmtMetadata(const _DTK_stmtMetadata& other);
     ~_DTK_stmtMetadata() override;
 
