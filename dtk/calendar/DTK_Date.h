@@ -15,6 +15,8 @@ class DTK_DbDate;
 /// were made of. An operation that throws leaves the date as it was. One thread at a time per object.
 class DTK_EXPORT DTK_Date {
   public:
+    /// A day of a month of a year.
+    ///
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" there is no such day
     DTK_Date(int year, int month, int day);
 
@@ -22,18 +24,21 @@ class DTK_EXPORT DTK_Date {
     DTK_Date(char* text);
 
     /// @{
+
     /// The same date.
     DTK_Date(const DTK_Date& other) = default;
     DTK_Date& operator=(const DTK_Date& other) = default;
     /// @}
 
     /// @{
+
     /// The date of a date-time.
     DTK_Date(const DTK_DateTime& dateTime);
     DTK_Date& operator=(DTK_DateTime dateTime);
     /// @}
 
     /// @{
+
     /// The date of a database date; its time bytes are ignored.
     ///
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" the image holds no valid day
@@ -42,6 +47,7 @@ class DTK_EXPORT DTK_Date {
     /// @}
 
     /// @{
+
     /// Sets the date and returns its Julian Day Number.
     ///
     /// @throws DTK_Exception 100 "Invalid DTK_Date Value !!" there is no such day
@@ -50,6 +56,7 @@ class DTK_EXPORT DTK_Date {
     /// @}
 
     /// @{
+
     /// Splits the date. A year that no int holds is cut to 32 bits.
     void mb_JdaytoYMD(int& year, int& month, int& day) const;
     void mb_JdaytoYMD(st_Date& date) const;

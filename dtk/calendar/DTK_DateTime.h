@@ -20,6 +20,7 @@ class DTK_EXPORT DTK_DateTime {
     DTK_DateTime(long long julianSeconds);
 
     /// @{
+
     /// The same date-time.
     DTK_DateTime(const DTK_DateTime& other) = default;
     DTK_DateTime& operator=(const DTK_DateTime& other) = default;
@@ -29,11 +30,16 @@ class DTK_EXPORT DTK_DateTime {
     DTK_DateTime(const DTK_Date& date);
 
     /// @{
+
+    /// The date-time of a database date.
+    ///
     /// @throws DTK_Exception 104 "Invalid Date Time Value!!!" the image holds no valid date-time
     DTK_DateTime(const DTK_DbDate& dbDate);
     DTK_DateTime& operator=(DTK_DbDate dbDate);
     /// @}
 
+    /// A second of a day.
+    ///
     /// @throws DTK_Exception 104 "Invalid Date Time Value!" there is no such date-time
     DTK_DateTime(int year, int month, int day, int hour, int minute, int second);
 
@@ -44,6 +50,7 @@ class DTK_EXPORT DTK_DateTime {
     DTK_DateTime& operator=(DTK_String text);
 
     /// @{
+
     /// Sets the date-time and returns its Julian seconds.
     ///
     /// @throws DTK_Exception 104 "Invalid Date Time Value!!!" (six numbers) or "Invalid Date Time value" (record):
@@ -53,12 +60,14 @@ class DTK_EXPORT DTK_DateTime {
     /// @}
 
     /// @{
+
     /// Splits the date-time. A year that no int holds is cut to 32 bits.
     void mb_toDateTime(int& year, int& month, int& day, int& hour, int& minute, int& second) const;
     void mb_toDateTime(st_DateTime& dateTime) const;
     /// @}
 
     /// @{
+
     /// Each moves the date-time by `n` of its units, negative backwards, and returns the new Julian seconds, modulo
     /// 2^64.
     long long mb_addDays(int n);

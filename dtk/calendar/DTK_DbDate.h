@@ -20,6 +20,7 @@ class DTK_EXPORT DTK_DbDate {
     DTK_DbDate() = default;
 
     /// @{
+
     /// The same image.
     DTK_DbDate(const DTK_DbDate& other) = default;
     DTK_DbDate& operator=(const DTK_DbDate& other) = default;
@@ -32,12 +33,14 @@ class DTK_EXPORT DTK_DbDate {
     DTK_DbDate& operator=(char* text);
 
     /// @{
+
     /// Not validated, as mb_fromDateTimeStruct.
     DTK_DbDate(const DTK_DateTime& dateTime);
     DTK_DbDate& operator=(DTK_DateTime& dateTime);
     /// @}
 
     /// @{
+
     /// Midnight of the date. Not validated, as mb_fromDateTimeStruct.
     DTK_DbDate(const DTK_Date& date);
     DTK_DbDate& operator=(DTK_Date& date);

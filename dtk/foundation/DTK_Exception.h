@@ -22,6 +22,7 @@ class DTK_EXPORT DTK_Exception : public std::exception {
     DTK_Exception(int errorCode, std::string origin, int line, std::string message);
 
     /// @{
+
     /// The copy has the same codes and texts.
     DTK_Exception(const DTK_Exception& other);
     DTK_Exception& operator=(const DTK_Exception& other);

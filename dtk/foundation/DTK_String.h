@@ -13,6 +13,7 @@
 class DTK_EXPORT DTK_String {
   public:
     /// @{
+
     /// Each holds a copy of the text that it is given, or the empty text; of a pointer, the bytes before the first NUL.
     DTK_String();
     DTK_String(const char* text);
@@ -23,6 +24,7 @@ class DTK_EXPORT DTK_String {
     virtual ~DTK_String();
 
     /// @{
+
     /// Each replaces the text by a copy of the other.
     DTK_String& operator=(const DTK_String& other);
     DTK_String& operator=(const char* text);
@@ -30,6 +32,7 @@ class DTK_EXPORT DTK_String {
     /// @}
 
     /// @{
+
     /// This text followed by the other, as a new text.
     DTK_String operator+(const DTK_String& other);
     DTK_String operator+(const char* text);
@@ -42,6 +45,7 @@ class DTK_EXPORT DTK_String {
     const char* c_str() const;
 
     /// @{
+
     /// Each replaces the whole text by the number: integers as "%d" writes them, floating point as "%f" does.
     void mb_fromInt(int value);
     void mb_fromLong(long value);

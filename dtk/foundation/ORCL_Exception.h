@@ -12,6 +12,7 @@ class DTK_EXPORT ORCL_Exception : public DTK_Exception {
     explicit ORCL_Exception(const OCIError* errorHandle);
 
     /// @{
+
     /// The copy has the same number and text.
     ORCL_Exception(const ORCL_Exception& other);
     ORCL_Exception& operator=(const ORCL_Exception& other);

@@ -31,6 +31,7 @@ class DTK_EXPORT DTK_BlobBase {
     virtual unsigned int mb_length() const = 0;
 
     /// @{
+
     /// The null flag: set by whoever fetched the object, and by mb_setNull. It does not touch the database.
     virtual bool mb_isNull() const = 0;
     virtual void mb_setNull(bool null) = 0;

@@ -25,6 +25,7 @@ class DTK_EXPORT DTK_ResultSetBase {
     virtual ~DTK_ResultSetBase() = default;
 
     /// @{
+
     /// Each registers the caller's array for the next column, beginning with column 1.
     ///
     /// The array holds at least as many elements as mb_setBulkCount announced and lives as long as rows are fetched.
@@ -63,6 +64,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @throws DTK_Exception 701, 703, 704 the columns could not be described
     virtual bool mb_fetch() = 0;
 
+    /// Tells how many elements of the registered arrays are filled.
+    ///
     /// @return the rows that the last fetch delivered
     /// @throws ORCL_Exception the number cannot be read
     virtual int mb_getNumArrayRows() = 0;
@@ -92,11 +95,14 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @throws ORCL_Exception or DTK_Exception 701, 703, 704 the columns could not be described
     virtual std::vector<DTK_DATATYPES> mb_listColumnType() = 0;
 
+    /// Describes the columns.
+    ///
     /// @return the description of the columns, which the caller owns and deletes
     /// @throws DTK_Exception 703, 704 the columns could not be described
     virtual DTK_stmtMetadataBase* mb_getMetadata() = 0;
 
     /// @{
+
     /// Each reads a column of the current row, as often and in any order as wanted. For a NULL column the value is what
     /// the buffer last held: ask mb_isNull first.
     ///
@@ -120,6 +126,7 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @}
 
     /// @{
+
     /// Each reads the next column as the getter of its type does; the first after a fetch reads column 1. The column
     /// counts as read even when the getter throws.
     ///

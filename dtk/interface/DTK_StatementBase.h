@@ -22,6 +22,7 @@ class DTK_EXPORT DTK_StatementBase {
     virtual ~DTK_StatementBase() = default;
 
     /// @{
+
     /// Each binds a caller's array to the next placeholder, the first one to placeholder 1.
     ///
     /// The array holds at least as many elements as mb_setUpdateCount announced and lives until the last execution.
@@ -88,6 +89,8 @@ class DTK_EXPORT DTK_StatementBase {
     /// @throws DTK_Exception 301 the count is below 1; the old one stays
     virtual void mb_setUpdateCount(int count) = 0;
 
+    /// Opens the rows of the executed statement.
+    ///
     /// @return a further result set over the executed statement; the caller owns it: give it back with
     ///         mb_closeResultSet, then delete it
     /// @throws DTK_Exception 304 the statement has not been executed
@@ -112,6 +115,7 @@ class DTK_EXPORT DTK_StatementBase {
                                      const DTK_String& name) = 0;
 
     /// @{
+
     /// Each sets the value of one placeholder, which every iteration of an execution with an update count above 1
     /// sends. Setting a number or date again with the same type only stores the value, without a bind. There is no way
     /// to bind an input NULL; a position whose last output was NULL sends NULL again.
@@ -135,6 +139,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// @}
 
     /// @{
+
     /// Each reads the value of one position. After a NULL output it is what the storage last held: ask mb_isNull first.
     ///
     /// The numeric getters convert between DTK_INT, DTK_UINT, DTK_INT64, DTK_FLOAT and DTK_DOUBLE. A floating-point
@@ -158,6 +163,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// @}
 
     /// @{
+
     /// Whether every successful execution commits at once; off after preparing.
     virtual void mb_setAutoCommit(bool on) = 0;
     virtual bool mb_getAutoCommit() = 0;

@@ -29,6 +29,8 @@ class DTK_EXPORT DTK_Blob {
     /// Lets the present object go and takes over `blob`, which must not be the one that the handle already holds.
     void mb_init(DTK_BlobBase* blob);
 
+    /// Gives access to the object.
+    ///
     /// @return the object, which stays the handle's; null when the handle is empty
     DTK_BlobBase* mb_get();
 

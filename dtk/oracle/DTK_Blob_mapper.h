@@ -16,6 +16,7 @@ class DTK_EXPORT DTK_Blob_mapper {
     virtual ~DTK_Blob_mapper() = default;
 
     /// @{
+
     /// Copies share the buffers.
     DTK_Blob_mapper(const DTK_Blob_mapper&) = default;
     DTK_Blob_mapper& operator=(const DTK_Blob_mapper&) = default;

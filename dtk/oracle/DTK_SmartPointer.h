@@ -76,6 +76,7 @@ template <typename T> class DTK_EXPORT DTK_SmartPointer {
     }
 
     /// @{
+
     /// The object, which stays the pointer's.
     ///
     /// @throws DTK_Exception 0 "Pointer is null": the pointer is empty

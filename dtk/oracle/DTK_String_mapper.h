@@ -18,6 +18,7 @@ class DTK_EXPORT DTK_String_mapper {
     virtual ~DTK_String_mapper() = default;
 
     /// @{
+
     /// Copies share the buffers.
     DTK_String_mapper(const DTK_String_mapper&) = default;
     DTK_String_mapper& operator=(const DTK_String_mapper&) = default;

@@ -15,6 +15,7 @@ class DTK_EXPORT DTK_int64_mapper {
     virtual ~DTK_int64_mapper() = default;
 
     /// @{
+
     /// Copies share the buffers.
     DTK_int64_mapper(const DTK_int64_mapper&) = default;
     DTK_int64_mapper& operator=(const DTK_int64_mapper&) = default;

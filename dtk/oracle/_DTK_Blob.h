@@ -15,6 +15,7 @@ class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
     _DTK_Blob();
 
     /// @{
+
     /// A second object on the other's locator, with its null flag and reading position.
     _DTK_Blob(const _DTK_Blob& other);
     _DTK_Blob& operator=(const _DTK_Blob& other);

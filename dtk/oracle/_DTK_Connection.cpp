@@ -46,7 +46,7 @@ bool _DTK_Connection::mb_ping() {
     if (!m_svcCtx) return false;
     OCIError* errorHandle = _DTK_ConnectionPool::mb_getErrorHandle();
     const sword status = OCIPing(m_svcCtx, errorHandle, OCI_DEFAULT);
-    // Takes the failure out of the shared error handle, so that nobody reads it as their own.
+    // A ping tells by its result alone: what OCI says of a failure is asked for and dropped.
     sb4 number = 0;
     OraText text[1024];
     ignore(OCIErrorGet(errorHandle, 1, nullptr, &number, text, sizeof text, OCI_HTYPE_ERROR));

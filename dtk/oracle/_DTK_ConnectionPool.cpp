@@ -91,8 +91,8 @@ void _DTK_ConnectionPool::mb_create(const DTK_String& user, const DTK_String& pa
 DTK_ConnectionBase* _DTK_ConnectionPool::mb_getConnection(bool timedWait) {
     takePermit(timedWait);
     Permit permit(m_available);
-    const MutexGuard lock(m_queueMutex);
     auto connection = std::make_unique<_DTK_Connection>();
+    const MutexGuard lock(m_queueMutex);
     connection->m_svcCtx = takeSession();
     connection->m_pool = this;
     connection->m_generation = m_generation;
@@ -119,6 +119,7 @@ void _DTK_ConnectionPool::mb_InitializeEnvironment() {
         void* handle = nullptr;
         if (OCIHandleAlloc(m_environment, &handle, OCI_HTYPE_ERROR, 0, nullptr) != OCI_SUCCESS) {
             if (m_environment) ignore(OCIHandleFree(m_environment, OCI_HTYPE_ENV));
+            m_environment = nullptr;
             throw DTK_Exception(error::error_handles_failed);
         }
         m_OCIError = static_cast<OCIError*>(handle);

@@ -53,6 +53,7 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     static void mb_closeEnvironment();
 
     /// @{
+
     /// The handles that the pools of the process share, for use while one of them lives.
     static OCIError* mb_getErrorHandle() { return m_OCIError; }
     static OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
@@ -64,7 +65,7 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     void takePermit(bool timedWait);
     void releasePermits();
     void drainPermits();
-    void drainSessions();
+    void drainSessions(std::queue<OCISvcCtx*>& drained);
     void forgetCredentials();
     void requireShortCredentials() const;
     void pushNewSession();

@@ -48,13 +48,16 @@ void _DTK_ConnectionPool::startReconnect() {
 
 void _DTK_ConnectionPool::reconnect() {
     const std::shared_ptr<dtk::oracle::Reconnects> reconnects = m_reconnects;
+    std::queue<OCISvcCtx*> drained;
     {
         const MutexGuard lock(m_queueMutex);
         // A connection that came back meanwhile has released a permit of the old generation.
         drainPermits();
-        for (int drains = reconnects->takeDrains(); drains > 0; --drains) drainSessions();
-        while (!mb_executeReConnect() && !reconnects->closing()) sleep(retryPause_s);
+        for (int drains = reconnects->takeDrains(); drains > 0; --drains) drainSessions(drained);
+        while (!reconnects->closing() && !mb_executeReConnect()) sleep(retryPause_s);
     }
+    // Last of all: a session whose server is gone may keep its logoff waiting.
+    for (; !drained.empty(); drained.pop()) dtk::oracle::discard(drained.front(), m_OCIError);
     reconnects->end();
 }
 
@@ -65,9 +68,9 @@ void _DTK_ConnectionPool::drainPermits() {
 }
 
 // The queue shrinks while the counter grows, so half of the sessions stay: applications count on those that still work.
-void _DTK_ConnectionPool::drainSessions() {
+void _DTK_ConnectionPool::drainSessions(std::queue<OCISvcCtx*>& drained) {
     for (std::size_t i = 0; i < m_freeSessions.size(); ++i) {
-        dtk::oracle::discard(m_freeSessions.front(), m_OCIError);
+        drained.push(m_freeSessions.front());
         m_freeSessions.pop();
     }
 }

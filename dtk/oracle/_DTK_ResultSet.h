@@ -35,6 +35,7 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     _DTK_ResultSet();
 
     /// @{
+
     /// Both share the other's handles and take its position and counts, but no buffers: a copy defines its own at its
     /// first fetch, and from then on OCI fetches into those. An assigned result set keeps the buffers that it had.
     _DTK_ResultSet(const _DTK_ResultSet& other);

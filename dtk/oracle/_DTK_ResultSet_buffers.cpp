@@ -93,13 +93,10 @@ void _DTK_ResultSet::defineDroppedRows(DefinedColumn& column) {
     const std::size_t width = isBlob ? sizeof(OCILobLocator*) : static_cast<std::size_t>(column.size_bytes);
     dtk::oracle::Rows rows(width, m_bulkCount);
     if (isBlob) {
-        OCIEnv* environment = requireEnvironment();
-        auto** locators = static_cast<OCILobLocator**>(rows.values());
-        for (unsigned int i = 0; i < m_bulkCount; ++i) {
-            if (!dtk::oracle::allocateLocator(environment, locators[i])) {
-                throw DTK_Exception(error::blob_descriptor_failed);
-            }
-        }
+        if (!column.droppedLocator) column.droppedLocator = dtk::oracle::allocateLocator(requireEnvironment());
+        if (!column.droppedLocator) throw DTK_Exception(error::blob_descriptor_failed);
+        // The rows are dropped, so that one locator serves them all.
+        std::fill_n(static_cast<OCILobLocator**>(rows.values()), m_bulkCount, column.droppedLocator.get());
     }
     define(column.handle, column.position, rows.values(), column.size_bytes, column.external,
            column.indicator ? rows.indicators() : nullptr);

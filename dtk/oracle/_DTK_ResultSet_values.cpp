@@ -33,12 +33,13 @@ DTK_String numberText(const columnBuffer& buffer) {
 
 } // namespace
 
+// Arrays have no columns of the result set's own, and before the first fetch there are none.
 bool _DTK_ResultSet::mb_isNull(unsigned int position) {
-    return column(position).m_indicator == dtk::oracle::indicatorNull;
+    return position <= m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorNull;
 }
 
 bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
-    return column(position).m_indicator == dtk::oracle::indicatorTruncated;
+    return position <= m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorTruncated;
 }
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
