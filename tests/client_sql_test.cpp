@@ -1,0 +1,242 @@
+#include "tests/oci_session.h"
+#include "tests/support.h"
+
+namespace {
+
+struct Case {
+    const char* sql;
+    const char* result; ///< as OciSession::run gives it; behind " > " the bound values, where the statement changed any
+    std::vector<std::string> values{};
+};
+
+struct Group {
+    const char* name;
+    std::vector<Case> cases; ///< run one behind the other on two tables
+};
+
+class ClientSql : public ::testing::TestWithParam<Group> {
+  protected:
+    ClientSql() {
+        for (const char* sql :
+             {"CREATE TABLE dept (deptno NUMBER(2) PRIMARY KEY, dname CHAR(8), hired NUMBER)",
+              "CREATE TABLE emp (empno NUMBER(4) CONSTRAINT pk PRIMARY KEY, ename VARCHAR2(10) NOT NULL, "
+              "hired DATE DEFAULT DATE '2024-01-01', sal NUMBER(7,2) CHECK (sal BETWEEN 1 AND '9000'), "
+              "code VARCHAR2(5), raw RAW(3), deptno NUMBER(2) REFERENCES dept)",
+              "INSERT INTO dept VALUES (10, 'SALES', 1)",
+              "INSERT INTO emp VALUES (1, 'SMITH', DATE '2024-02-29', 800, '05', '0aff', 10)",
+              "INSERT INTO emp (empno, ename, sal, code) VALUES (2, 'ALLEN', 1600.555, 'x')", "COMMIT"}) {
+            EXPECT_EQ(session.run(sql), "") << sql;
+        }
+    }
+
+    std::string run(const Case& tested) const {
+        std::vector<std::string> values = tested.values;
+        std::string result = session.run(tested.sql, values);
+        if (values == tested.values) return result;
+        for (const auto& value : values) result += (&value == values.data() ? " > " : ",") + value;
+        return result;
+    }
+
+    OciSession session{"memory:sql"};
+};
+
+TEST_P(ClientSql, isOracles) {
+    for (const auto& tested : GetParam().cases) EXPECT_EQ(run(tested), tested.result) << tested.sql;
+}
+
+const Group groups[] = {
+    {"texts",
+     {{"SELECT 'it''s', ':1', \"ENAME\" FROM emp WHERE empno = 1", "it's,:1,SMITH"},
+      {"SELECT /* ' */ 1 -- :x \"\n FROM DUAL /* :2 */;", "1"},
+      {"SELECT '' || NULL, NVL('', 'null'), LENGTH('') FROM DUAL", ",null,"},
+      {"SELECT 1 FROM DUAL WHERE '' = ''", ""},
+      {"SELECT 1 FROM DUAL WHERE :1 IS NULL", "1", {""}},
+      {"SELECT 'abc FROM DUAL", "ORA-01756"},
+      {"SELECT 1 FROM DUAL; SELECT 2 FROM DUAL", "ORA-00900"}}},
+    {"placeholders",
+     {{"SELECT :a, :b, :a FROM DUAL", "1,2,3", {"1", "2", "3"}},
+      {"BEGIN :a := :b || :A; END;", " > yx,y", {"x", "y"}},
+      {"SELECT :1 FROM DUAL", "ORA-01008"},
+      {"BEGIN NULL; END;", ""}}},
+    {"names",
+     {{"CREATE TABLE \"it's\" (\"key\" NUMBER, \"order\" VARCHAR2(2), \"a b\" NUMBER, limit NUMBER, at NUMBER)", ""},
+      {"INSERT INTO \"it's\" (\"key\", \"order\", \"a b\", limit, at) VALUES (1, 'x', 3, 4, 5)", ""},
+      {"SELECT \"key\", \"order\", t.\"a b\", limit, t.at FROM \"it's\" t ORDER BY \"order\"", "1,x,3,4,5"},
+      {"UPDATE \"it's\" SET key = key + 1, \"order\" = 'abc'", "ORA-12899"},
+      {"SELECT key FROM \"it's\" WHERE key IN (1) ORDER BY key", "1"},
+      {"SELECT scott.emp.empno FROM scott.emp e", "ORA-00904"},
+      {"SELECT e.empno \"select\" FROM scott.emp e WHERE e.empno = 1", "1"},
+      {"SELECT nope FROM emp", "ORA-00904"},
+      {"SELECT deptno FROM emp, dept", "ORA-00918"},
+      {"SELECT 1 FROM nope", "ORA-00942"}}},
+    {"expressions",
+     {{"SELECT 7 / 2, 2 + 3 * 4, - -5, 1e3, .5, 0.1 + 0.2, -'5' FROM DUAL", "3.5,14,5,1000,.5,.3,-5"},
+      {"SELECT 9223372036854775807 + 1, 1 / 3 FROM DUAL", "9223372036854775808,.333333333333333"},
+      {"SELECT 'a' + 1 FROM DUAL", "ORA-01722"},
+      {"SELECT emp.hired + 1 FROM emp, dept WHERE empno = 1", "2024-03-01 00:00:00"},
+      {"SELECT EXTRACT(YEAR FROM hired), CAST(sal AS NUMBER(5)), CAST(empno AS CHAR(2)) || '.' FROM emp WHERE empno = "
+       "1",
+       "2024,800,1 ."},
+      {"SELECT CASE WHEN sal > '1000' THEN 'much' ELSE ename END FROM emp ORDER BY empno", "SMITH;much"},
+      {"SELECT (((((1))))) FROM DUAL", "1"},
+      {"SELECT (1 FROM DUAL", "ORA-00907"},
+      {"SELECT CASE FROM DUAL", "ORA-00905"},
+      {"SELECT 1 FROM", "ORA-00936"}}},
+    {"comparisons_of_different_types",
+     {{"SELECT empno FROM emp WHERE empno + 0 = '1'", "1"},
+      {"SELECT empno FROM emp WHERE empno + 0 = :1", "1", {"01"}},
+      {"SELECT empno FROM emp WHERE :1 > 5 AND empno = 1", "", {"4"}},
+      {"SELECT empno FROM emp WHERE empno IN ('1', 9)", "1"},
+      {"SELECT empno FROM emp WHERE empno = :1", "ORA-01722", {"one"}},
+      {"SELECT empno FROM emp WHERE empno = 1 AND code = 5", "1"},
+      {"SELECT empno FROM emp WHERE code = 5", "ORA-01722"},
+      {"SELECT empno FROM emp WHERE TO_CHAR(hired, 'MM') = 2", "1"},
+      {"SELECT empno FROM emp WHERE hired = '2024-02-29'", "1"},
+      {"SELECT empno FROM emp WHERE hired BETWEEN :1 AND '2024-02-29'", "1;2", {"2024-01-01"}},
+      {"SELECT empno FROM emp WHERE emp.hired > 5", "ORA-00932"},
+      {"SELECT empno FROM emp WHERE raw = '0AFF'", "1"},
+      {"SELECT dname || '.' FROM dept WHERE dname = 'SALES'", "SALES   ."},
+      {"SELECT y FROM (SELECT TO_CHAR(hired, 'YYYY') hired, empno y FROM emp) WHERE hired = '2024' AND y = 1", "1"},
+      {"SELECT COUNT(*) FROM emp HAVING COUNT(*) = :1", "2", {"2"}}}},
+    {"queries",
+     {{"SELECT deptno FROM emp ORDER BY deptno", "10;"},
+      {"SELECT deptno FROM emp ORDER BY deptno DESC, empno", ";10"},
+      {"SELECT empno FROM emp ORDER BY deptno NULLS FIRST FETCH FIRST ROW ONLY", "2"},
+      {"SELECT empno FROM emp ORDER BY empno OFFSET 1 ROWS FETCH NEXT 5 ROWS ONLY", "2"},
+      {"SELECT empno FROM emp MINUS SELECT 1 FROM DUAL", "2"},
+      {"SELECT e.ename, d.dname FROM emp e LEFT JOIN dept d ON e.deptno = d.deptno ORDER BY e.empno",
+       "SMITH,SALES   ;ALLEN,"},
+      {"WITH x AS (SELECT sal s FROM emp) SELECT SUM(s), COUNT(*) FROM x", "2400.56,2"},
+      {"SELECT ename FROM emp WHERE ename LIKE 's%' OR ename LIKE '_L%'", "ALLEN"},
+      {"SELECT * FROM emp e, dept d WHERE e.deptno = d.deptno(+)", "ORA-03001"},
+      {"SELECT DISTINCT ename FROM emp FOR UPDATE", "ORA-01786"},
+      {"SELECT MAX(MAX(sal)) FROM emp", "ORA-00934"}}},
+    {"changes",
+     {{"INSERT INTO emp VALUES (1)", "ORA-00947"},
+      {"INSERT INTO emp (empno, ename) SELECT 3 FROM DUAL", "ORA-00947"},
+      {"INSERT INTO emp (empno) VALUES (3, 4)", "ORA-00913"},
+      {"INSERT INTO emp (empno, nope) VALUES (3, 4)", "ORA-00904"},
+      {"INSERT INTO emp (empno, ename) VALUES (3, '')", "ORA-01400"},
+      {"INSERT INTO emp (empno, ename) VALUES (1, 'X')", "ORA-00001"},
+      {"INSERT INTO emp (empno, ename, sal) VALUES (3, 'X', 9000.01)", "ORA-02290"},
+      {"INSERT INTO emp (empno, ename, deptno) VALUES (3, 'X', 99)", "ORA-02291"},
+      {"INSERT INTO emp (empno, ename) SELECT empno + 10, 'far too long' FROM emp", "ORA-12899"},
+      {"INSERT INTO emp (empno, ename, hired) SELECT empno + 10, LOWER(ename), '2020-01-01' FROM emp", ""},
+      {"UPDATE emp e SET e.sal = e.sal * 2, (code, deptno) = (SELECT 'new', 10 FROM DUAL) WHERE e.empno = 2", ""},
+      {"SELECT empno, ename, hired, sal, code, deptno FROM emp WHERE empno IN (2, 12) ORDER BY 1",
+       "2,ALLEN,2024-01-01 00:00:00,3201.12,new,10;12,allen,2020-01-01 00:00:00,,,"},
+      {"UPDATE emp SET nope = 1", "ORA-00904"},
+      {"DELETE FROM dept", "ORA-02292"},
+      {"DELETE emp WHERE deptno = 10", ""},
+      {"DELETE FROM dept", ""}}},
+    {"returning",
+     {{"UPDATE emp SET sal = 5 WHERE empno = 1 RETURNING ename, sal INTO :1, :2", " > SMITH,5", {"", ""}},
+      {"DELETE FROM emp WHERE empno = 9 RETURNING ename INTO :1", "", {"as it was"}},
+      {"UPDATE emp SET sal = 7 RETURNING sal INTO :1", "ORA-24369 > 7", {""}},
+      {"UPDATE emp SET sal = 7 WHERE empno = 2 RETURNING raw INTO :1", "ORA-01405", {""}},
+      {"UPDATE emp SET sal = 7 RETURNING sal, ename INTO :1", "ORA-00913", {""}},
+      {"SELECT sal FROM emp ORDER BY empno", "5;1600.56"}}},
+    {"definitions",
+     {{"CREATE TABLE emp (a NUMBER)", "ORA-00955"},
+      {"CREATE TABLE t (a NUMBER, A DATE)", "ORA-00957"},
+      {"CREATE TABLE t (a FOO)", "ORA-00902"},
+      {"CREATE TABLE t (a VARCHAR2(70000))", "ORA-00902"},
+      {"CREATE TABLE t (a NUMBER) TABLESPACE x", "ORA-00922"},
+      {"CREATE TABLE t (a NUMBER DEFAULT 1 + 2, b VARCHAR2(3) DEFAULT 'a''b' NOT NULL, PRIMARY KEY (a))", ""},
+      {"ALTER TABLE t ADD (c CHAR(2) DEFAULT 'c', d NUMBER(5,-2))", ""},
+      {"INSERT INTO t (d) VALUES (149)", ""},
+      {"SELECT a, b, c, d FROM t", "3,a'b,c ,100"},
+      {"INSERT INTO t (a) VALUES (NULL)", "ORA-01400"},
+      {"CREATE TABLE u AS SELECT a, a / 2 half, 'x' b, SYSDATE d FROM t", ""},
+      {"SELECT half, b FROM u", "1.5,x"},
+      {"CREATE OR REPLACE VIEW v (twice) AS SELECT a * 2 FROM t WHERE b <> '5'", ""},
+      {"SELECT twice FROM v", "6"},
+      {"CREATE UNIQUE INDEX i ON t (UPPER(b), c DESC)", ""},
+      {"INSERT INTO t (a, b) VALUES (4, 'A''B')", "ORA-00001"},
+      {"DROP TABLE dept", "ORA-02449"},
+      {"DROP INDEX nope", "ORA-01418"},
+      {"TRUNCATE TABLE u", ""},
+      {"SELECT COUNT(*) FROM u", "0"},
+      {"ALTER TABLE u RENAME COLUMN half TO h", ""},
+      {"ALTER TABLE u DROP COLUMN b", ""},
+      {"SELECT * FROM u", ""},
+      {"DROP TABLE u CASCADE CONSTRAINTS", ""},
+      {"SELECT * FROM u", "ORA-00942"}}},
+    {"blocks",
+     {{"BEGIN INSERT INTO emp (empno, ename) VALUES (:n, :t); UPDATE emp SET code = :t WHERE empno = :n; END;",
+       "",
+       {"7", "AB"}},
+      {"SELECT ename, code FROM emp WHERE empno = 7", "AB,AB"},
+      {"BEGIN SELECT ename, sal INTO :a, :b FROM emp WHERE empno = :c; END;", " > SMITH,800,1", {"", "", "1"}},
+      {"BEGIN SELECT ename INTO :a FROM emp WHERE empno = 99; END;", "ORA-01403", {"x"}},
+      {"BEGIN SELECT ename INTO :a FROM emp; END;", "ORA-01422", {"x"}},
+      {"BEGIN SELECT ename, sal INTO :a FROM emp WHERE empno = 1; END;", "ORA-00913", {"x"}},
+      {"BEGIN :a := CASE WHEN :a = 1 THEN 'one' END || ';'; END;", " > one;", {"1"}},
+      {"BEGIN UPDATE emp SET sal = 1 WHERE empno = 1; INSERT INTO nope VALUES (1); END;", "ORA-00942"},
+      {"SELECT sal FROM emp WHERE empno = 1", "800"},
+      {"BEGIN NULL; END; garbage here", "ORA-06550"},
+      {"BEGIN IF 1 = 1 THEN NULL; END IF; END;", "ORA-06550"},
+      {"BEGIN FOR i IN 1..2 LOOP NULL; END LOOP; END;", "ORA-06550"},
+      {"DECLARE x NUMBER; BEGIN NULL; END;", "ORA-06550"},
+      {"BEGIN ROLLBACK TO x; END;", "ORA-06550"},
+      {"BEGIN x := 1; END;", "ORA-06550"},
+      {"BEGIN INSERT INTO emp (empno, ename) VALUES (8, 'KEPT'); COMMIT; INSERT INTO nope VALUES (1); END;",
+       "ORA-00942"},
+      {"SELECT ename FROM emp WHERE empno = 8", "KEPT"}}},
+    {"procedures",
+     {{"CREATE PROCEDURE p (a IN NUMBER, b OUT VARCHAR2, c IN OUT NUMBER) IS BEGIN b := 'got ' || a; c := c + a; END "
+       "p;",
+       ""},
+      {"BEGIN p(1, :b, :c); END;", " > got 1,6", {"", "5"}},
+      {"BEGIN scott.p(c => :c, a => 1 + 1, b => :b); END;", " > 7,got 2", {"5", ""}},
+      {"CALL p(3, :b, :c)", " > got 3,8", {"", "5"}},
+      {"BEGIN p(1, :b); END;", "ORA-06550", {""}},
+      {"BEGIN p(1, :b, 5); END;", "ORA-06550", {""}},
+      {"BEGIN p(z => 1, b => :b, c => :c); END;", "ORA-06550", {"", "1"}},
+      {"BEGIN p('x', :b, :c); END;", "ORA-01722", {"", "1"}},
+      {"CREATE PROCEDURE p IS BEGIN NULL; END;", "ORA-00955"},
+      {"CREATE PROCEDURE outer (n IN OUT NUMBER) AS BEGIN p(n, n, n); END;", ""},
+      {"CREATE OR REPLACE PROCEDURE outer (n IN OUT NUMBER, ename OUT VARCHAR2) AS BEGIN p(n, ename, n); "
+       "UPDATE emp SET ename = 'changed' WHERE empno = n; SELECT ename INTO ename FROM emp WHERE empno = n; END;",
+       ""},
+      {"BEGIN outer(:n, :e); END;", " > 2,changed", {"1", ""}},
+      {"CREATE PROCEDURE fixed (a IN NUMBER) IS BEGIN a := 1; END;", ""},
+      {"BEGIN fixed(1); END;", "ORA-06550"},
+      {"CREATE PROCEDURE endless IS BEGIN endless; END;", ""},
+      {"CALL endless()", "ORA-06550"},
+      {"CREATE PROCEDURE looping IS BEGIN LOOP NULL; END LOOP; END;", "ORA-06550"},
+      {"DROP PROCEDURE p", ""},
+      {"BEGIN p(1, :b, :c); END;", "ORA-06550", {"", "5"}},
+      {"DROP PROCEDURE p", "ORA-04043"}}},
+    {"refused",
+     {{"FOO BAR", "ORA-00900"},
+      {"PRAGMA journal_mode", "ORA-00900"},
+      {"SELECT 1 FROM DUAL LIMIT 1", "ORA-00900"},
+      {"SELECT ROWNUM FROM emp", "ORA-00904"},
+      {"SELECT empno FROM emp FOR UPDATE SKIP LOCKED", "ORA-03001"},
+      {"CREATE SEQUENCE s", "ORA-00900"},
+      {"ALTER SESSION SET x = 1", "ORA-00940"},
+      {"MERGE INTO emp USING dept ON (1 = 1) WHEN MATCHED THEN UPDATE SET sal = 1", "ORA-00900"}}},
+};
+
+INSTANTIATE_TEST_SUITE_P(Of, ClientSql, ::testing::ValuesIn(groups), rowName);
+
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}
+
+// SQLite's stack is its own; ours must not depend on what a text says either.
+TEST(ClientSqlDepth, isRefusedBeforeTheStackEnds) {
+    const OciSession session("memory:deep");
+    const int deep = 100000;
+    EXPECT_EQ(session.run("SELECT " + repeated("(", deep) + "1" + repeated(")", deep) + " FROM DUAL"), "ORA-00900");
+    EXPECT_EQ(session.run("SELECT " + repeated("NVL(1, ", deep) + "1" + repeated(")", deep) + " FROM DUAL"),
+              "ORA-00900");
+    EXPECT_EQ(session.run("SELECT " + repeated("CASE WHEN 1 = 1 THEN ", deep) + "1 FROM DUAL"), "ORA-00900");
+    EXPECT_EQ(session.run("SELECT " + repeated("- ", deep) + "1 FROM DUAL"), "1");
+    EXPECT_EQ(session.run("SELECT LENGTH('x'" + repeated(" || 'y'", 400) + ") FROM DUAL"), "401");
+}
+
+} // namespace
