@@ -19,12 +19,13 @@ class DTK_EXPORT DTK_Semaphore {
     /// Calls mb_destroy. While another exception unwinds the stack its failure is dropped: throwing would end the
     /// program.
     ///
-    /// @throws DTK_Exception 7 as mb_destroy
+    /// @throws DTK_Exception 7 " Semaphore is still locked by some process " as mb_destroy
     virtual ~DTK_Semaphore() noexcept(false);
 
     /// Sets the value of a fresh or destroyed semaphore, or of one that nobody waits on.
     ///
-    /// @throws DTK_Exception 1 the value is negative; the semaphore is unchanged
+    /// @throws DTK_Exception 1 "The value max value for semaphore cannot be -ve" the value is negative; the semaphore
+    ///         is unchanged
     bool mb_init(int value);
 
     /// Takes a permit, waiting for one without limit. False when a signal interrupted the wait.
@@ -36,9 +37,11 @@ class DTK_EXPORT DTK_Semaphore {
     /// Takes a permit, waiting at most until `deadline`, a point in time on the real-time clock (not a duration).
     ///
     /// @return true; a wait that ends without a permit throws
-    /// @throws DTK_Exception 5 the system saw a deadlock
-    /// @throws DTK_Exception 3 timed waits are not supported, or no permit came in time, or the deadline is malformed
-    /// @throws DTK_Exception 6 a signal interrupted the wait
+    /// @throws DTK_Exception 5 "Deadlock detected by the system" the system saw a deadlock
+    /// @throws DTK_Exception 3 " Not implemented " timed waits are not supported
+    /// @throws DTK_Exception 3 " Process is not able to acquire a semaphore " no permit came in time, or the deadline
+    ///         is malformed
+    /// @throws DTK_Exception 6 "External signal interrupted" a signal interrupted the wait
     bool mb_timeWaitAcquire(const timespec* deadline);
 
     /// Gives a permit back.
@@ -52,7 +55,7 @@ class DTK_EXPORT DTK_Semaphore {
 
     /// Destroys the semaphore, trying again at once after a failure and after a short spin while it is busy.
     ///
-    /// @throws DTK_Exception 7 it was busy 100 times
+    /// @throws DTK_Exception 7 " Semaphore is still locked by some process " it was busy 100 times
     bool mb_destroy();
 
   private:

@@ -17,7 +17,8 @@ class DTK_EXPORT DTK_BlobBase {
 
     /// Whether both refer to the same large object.
     ///
-    /// @throws DTK_Exception 601 the service context has no environment
+    /// @throws DTK_Exception 601 "_DTK_Blob object initialization error, unable to get environment pointer" the service
+    ///         context has no environment
     virtual bool mb_isEqual(const DTK_BlobBase& other) const = 0;
 
     /// The number of bytes that the database prefers to transfer at a time.
@@ -39,14 +40,15 @@ class DTK_EXPORT DTK_BlobBase {
 
     /// Whether the locator refers to a large object.
     ///
-    /// @throws DTK_Exception 601 the service context has no environment
+    /// @throws DTK_Exception 601 "_DTK_Blob object initialization error, unable to get environment pointer" the service
+    ///         context has no environment
     /// @throws ORCL_Exception the locator cannot be asked
     virtual bool mb_isInitialized() const = 0;
 
     /// Reads the next bytes, beginning at byte 1, and moves on behind them.
     ///
     /// @return the bytes read: fewer than the amount at the end, 0 behind it or for an amount of 0
-    /// @throws DTK_Exception 600 the object has no locator
+    /// @throws DTK_Exception 600 "Uninitialized _DTK_Blob object" the object has no locator
     /// @throws ORCL_Exception the read failed
     virtual unsigned int mb_readChunk(unsigned int amount, unsigned char* buffer) = 0;
 
@@ -54,13 +56,13 @@ class DTK_EXPORT DTK_BlobBase {
     /// that successive calls write over each other: use mb_write to write in pieces.
     ///
     /// @return the bytes written. A refused write is not reported otherwise.
-    /// @throws DTK_Exception 600 the object has no locator
+    /// @throws DTK_Exception 600 "Uninitialized _DTK_Blob object" the object has no locator
     virtual unsigned int mb_writeChunk(unsigned int amount, unsigned char* buffer) = 0;
 
     /// Reads up to `amount` bytes from byte `offset` on.
     ///
     /// @return the bytes read
-    /// @throws DTK_Exception 600 the object has no locator
+    /// @throws DTK_Exception 600 "Uninitialized _DTK_Blob object" the object has no locator
     /// @throws ORCL_Exception the read failed
     virtual unsigned int mb_read(unsigned int amount, unsigned char* buffer, unsigned int offset) const = 0;
 
@@ -68,7 +70,7 @@ class DTK_EXPORT DTK_BlobBase {
     /// been selected FOR UPDATE.
     ///
     /// @return the bytes written; 0 for an amount of 0, without asking the database
-    /// @throws DTK_Exception 600 the object has no locator
+    /// @throws DTK_Exception 600 "Uninitialized _DTK_Blob object" the object has no locator
     /// @throws ORCL_Exception the write failed
     virtual unsigned int mb_write(unsigned int amount, unsigned char* buffer, unsigned int offset) = 0;
 

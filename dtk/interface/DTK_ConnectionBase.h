@@ -23,7 +23,7 @@ class DTK_EXPORT DTK_ConnectionBase {
     /// Makes a statement on this session and prepares the text, unless it is empty.
     ///
     /// @return a statement that the caller owns: give it back with mb_terminateStatement, then delete it
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     /// @throws DTK_Exception the text could not be prepared, with Oracle's number and text
     virtual DTK_StatementBase* mb_createStatement(const DTK_String& sql) = 0;
 
@@ -31,7 +31,7 @@ class DTK_EXPORT DTK_ConnectionBase {
     /// auto-commit are dropped. The object stays the caller's to delete. A statement that holds no handle is left as
     /// it is.
     ///
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     /// @throws ORCL_Exception the handle could not be released; the statement is unchanged
     virtual void mb_terminateStatement(DTK_StatementBase* statement) = 0;
 
@@ -41,28 +41,28 @@ class DTK_EXPORT DTK_ConnectionBase {
     /// Ends the transaction with its changes kept.
     ///
     /// @return false after success: the result is an error flag, and failures throw
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     /// @throws ORCL_Exception the commit failed
     virtual bool mb_commit() = 0;
 
     /// Ends the transaction with its changes undone.
     ///
     /// @return false after success: the result is an error flag, and failures throw
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     /// @throws ORCL_Exception the rollback failed
     virtual bool mb_rollback() = 0;
 
     /// Changes the user's password in the database. The pool keeps the old one for the sessions that it logs on later.
     ///
     /// @return false after success: the result is an error flag, and failures throw
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     /// @throws ORCL_Exception the database refused the change
     virtual bool mb_changePassword(const DTK_String& user, const DTK_String& oldPassword,
                                    const DTK_String& newPassword) = 0;
 
     /// Checks that the connection holds a session; does nothing else.
     ///
-    /// @throws DTK_Exception 201 without a session
+    /// @throws DTK_Exception 201 "Uninitialized _DTK_Connection Object" without a session
     virtual void mb_flushCache() = 0;
 
     /// Whether the destructor commits; off for a new connection. Has no effect on the connection's statements.

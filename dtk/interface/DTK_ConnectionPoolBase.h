@@ -15,9 +15,9 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     /// Give every connection back first, and let no other thread use the pool any more. A reconnect that is under way
     /// is given up; the destructor waits for its attempt or pause to end (a minute, if the database stays away).
     ///
-    /// @throws DTK_Exception 501 the idle sessions are not exactly those that the pool counts: connections are still
-    ///         out, or a reconnect has left sessions of both generations. The object is gone all the same; its sessions
-    ///         stay logged on and the environment stays for the rest of the process.
+    /// @throws DTK_Exception 501 "There are still open Connections" the idle sessions are not exactly those that the
+    ///         pool counts: connections are still out, or a reconnect has left sessions of both generations. The object
+    ///         is gone all the same; its sessions stay logged on and the environment stays for the rest of the process.
     virtual ~DTK_ConnectionPoolBase() noexcept(false) = default;
 
     /// Stores the credentials and limits, logs the initial sessions on and opens the pool for hand-outs. Call it once.
@@ -27,7 +27,9 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     /// @param maximumSessions  sessions that may be out at once; those beyond the initial ones are logged on as needed
     /// @param extraText  stored, not used
     /// @param reservedText, reservedNumber  ignored
-    /// @throws DTK_Exception 500 a service context could not be allocated, or a text is too long
+    /// @throws DTK_Exception 500 "Error initializing connection handles" a service context could not be allocated
+    /// @throws DTK_Exception 500 "Error Calling OCILogon2 " a text is too long
+    /// @throws DTK_Exception 0 "Unknown exception while creating connection" memory ran out
     /// @throws DTK_Exception 0 with Oracle's number and text: the logon was refused
     ///
     /// After a failure the credentials are empty and both limits 0; sessions logged on before it stay in the pool.
@@ -41,8 +43,9 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     ///                   true: never wait; with no permit free the call fails at once.
     /// @return a connection that the caller owns; deleting it gives the session back. When a reconnect has left fewer
     ///         sessions than permits it may hold no session: its operations then throw 201.
-    /// @throws DTK_Exception 3 no permit is free (timed form only)
-    /// @throws DTK_Exception 500 no service context could be allocated; the permit is given back
+    /// @throws DTK_Exception 3 " Process is not able to acquire a semaphore " no permit is free (timed form only)
+    /// @throws DTK_Exception 500 "Error initializing connection handles" no service context could be allocated; the
+    ///         permit is given back
     /// @throws ORCL_Exception the logon of a further session was refused; the permit is given back
     ///
     /// May be called from any number of threads.
@@ -63,8 +66,8 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     ///
     /// @param generation  the number of reconnects that the pool has accepted so far, 0 for a new pool. Any other
     ///                    number does nothing: of many callers that saw one outage, one starts the reconnect.
-    /// @throws DTK_Exception 500 the thread could not be started. The generation counts on and hand-outs stay blocked
-    ///         until a further call, with the new generation, succeeds.
+    /// @throws DTK_Exception 500 "Error in creating thread for reconnect" the thread could not be started. The
+    ///         generation counts on and hand-outs stay blocked until a further call, with the new generation, succeeds.
     ///
     /// Of the idle sessions half, rounded up, are logged off; the others stay in the pool in front of the new ones.
     /// May be called from any number of threads.

@@ -36,8 +36,11 @@ class DTK_EXPORT DTK_ResultSetBase {
     ///
     /// A later, larger bulk count does not make room in arrays registered before: give the result set back first.
     ///
-    /// @throws DTK_Exception 403 (long long and DTK_Blob: 999) mb_setBulkCount has not been called
-    /// @throws DTK_Exception 601, 602 a BLOB could not be made; the column counts as taken
+    /// @throws DTK_Exception 403 "ERROR: Fetch count not set!call mb_setBulkCount(int) before setting buffer" (with
+    ///         code 999 for long long and DTK_Blob) mb_setBulkCount has not been called
+    /// @throws DTK_Exception 601 "DTK_Blob object initialization error, unable to get environment pointer" a BLOB could
+    ///         not be made; the column counts as taken
+    /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" likewise
     /// @throws ORCL_Exception the define was refused; the column counts as taken: reset it with mb_setListCount
     virtual DTK_ResultSetBase& operator<<(DTK_DbDate* dates) = 0;
     virtual DTK_ResultSetBase& operator<<(int* values) = 0;
@@ -61,7 +64,13 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @return true: a row, or at least one row of a batch, has arrived. false: the data has ended; further calls
     ///         return false again.
     /// @throws ORCL_Exception OCI refused the fetch or a define, or reported a warning
-    /// @throws DTK_Exception 701, 703, 704 the columns could not be described
+    /// @throws DTK_Exception 704 "error in getting parameter count for the statement" the columns could not be
+    ///         described
+    /// @throws DTK_Exception 703 "error in getting parameter information" likewise
+    /// @throws DTK_Exception 701 "error in getting scale information" likewise
+    /// @throws DTK_Exception 701 "error in getting Precision information" likewise
+    /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" the BLOB
+    ///         of a column could not be made
     virtual bool mb_fetch() = 0;
 
     /// Tells how many elements of the registered arrays are filled.
@@ -72,7 +81,7 @@ class DTK_EXPORT DTK_ResultSetBase {
 
     /// Sets the rows of a batch: the number of elements of the arrays that operator<< registers. 1 until set.
     ///
-    /// @throws DTK_Exception 400 the count is below 1; the old one stays
+    /// @throws DTK_Exception 400 "Invalid value for bulk fetch count" the count is below 1; the old one stays
     virtual void mb_setBulkCount(int count) = 0;
 
     /// Moves operator<< and operator>> so that the next one uses column `count` + 1; column 1 for a count below 1.
@@ -92,13 +101,16 @@ class DTK_EXPORT DTK_ResultSetBase {
     ///
     /// A NUMBER without precision and scale is listed, and fetched, as DTK_FLOAT; a CLOB as DTK_BLOB.
     ///
-    /// @throws ORCL_Exception or DTK_Exception 701, 703, 704 the columns could not be described
+    /// @throws ORCL_Exception a column's data type cannot be read
+    /// @throws DTK_Exception as mb_getMetadata and DTK_stmtMetadataBase::mb_getType
     virtual std::vector<DTK_DATATYPES> mb_listColumnType() = 0;
 
     /// Describes the columns.
     ///
     /// @return the description of the columns, which the caller owns and deletes
-    /// @throws DTK_Exception 703, 704 the columns could not be described
+    /// @throws DTK_Exception 704 "error in getting parameter count for the statement" the columns could not be
+    ///         described
+    /// @throws DTK_Exception 703 "error in getting parameter information" likewise
     virtual DTK_stmtMetadataBase* mb_getMetadata() = 0;
 
     /// @{
@@ -110,8 +122,10 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// becomes a number. A floating-point value becomes an integer by way of 64 bits: truncated toward zero, 0 for NaN,
     /// the nearest end where it does not fit; results of 32 bits keep the low 32 bits.
     ///
-    /// @throws DTK_Exception 404 no row has been fetched with a bulk count of 1
-    /// @throws DTK_Exception 402 the column cannot be read as the requested type
+    /// @throws DTK_Exception 404 "fetch not called or fetch has been done for bulk data" no row has been fetched with a
+    ///         bulk count of 1
+    /// @throws DTK_Exception 402 "Unexpected conversion requested, check column type" the column cannot be read as the
+    ///         requested type
     virtual DTK_String mb_getString(unsigned int column) = 0;
     virtual int mb_getInt(unsigned int column) = 0;
     virtual float mb_getFloat(unsigned int column) = 0;

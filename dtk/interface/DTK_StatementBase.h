@@ -32,8 +32,9 @@ class DTK_EXPORT DTK_StatementBase {
     /// the bind (OCI refuses a longer one at execution); use mb_setStringArray where texts may grow or come back
     /// longer. The BLOB form gives every element a new temporary BLOB in place of what it held.
     ///
-    /// @throws DTK_Exception 301 mb_setUpdateCount has not been called; nothing has changed
-    /// @throws DTK_Exception 602 a temporary BLOB could not be made; the placeholder counts as taken
+    /// @throws DTK_Exception 301 "Fetch count not set" mb_setUpdateCount has not been called; nothing has changed
+    /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" a
+    ///         temporary BLOB could not be made; the placeholder counts as taken
     /// @throws ORCL_Exception the bind was refused; the placeholder counts as taken
     virtual DTK_StatementBase& operator<<(DTK_DbDate* dates) = 0;
     virtual DTK_StatementBase& operator<<(DTK_String* strings) = 0;
@@ -52,7 +53,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// Executes with array binds carried in before and back out afterwards.
     ///
     /// @return 0: failures throw
-    /// @throws DTK_Exception 302 the statement is not prepared
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws DTK_Exception the execution failed; nothing has been carried back
     virtual int mb_executeProcedure() = 0;
 
@@ -60,7 +61,7 @@ class DTK_EXPORT DTK_StatementBase {
     ///
     /// A statement that was prepared before loses its binds, its update count and its auto-commit setting.
     ///
-    /// @throws DTK_Exception 300 the statement belongs to no connection
+    /// @throws DTK_Exception 300 "Uninitialized _DTK_Statement Object" the statement belongs to no connection
     /// @throws ORCL_Exception the old text could not be released: unchanged; or the new one could not be prepared: the
     ///         statement is unprepared
     virtual void mb_setSQL(DTK_String sql) = 0;
@@ -71,7 +72,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// An empty text executes the present one again, binds and all.
     ///
     /// @return a result set that the caller owns: give it back with mb_closeResultSet, then delete it
-    /// @throws DTK_Exception 302 the text is empty and nothing is prepared
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the text is empty and nothing is prepared
     /// @throws DTK_Exception as mb_setSQL and mb_execute
     virtual DTK_ResultSetBase* mb_executeQuery(const DTK_String& sql) = 0;
 
@@ -79,21 +80,21 @@ class DTK_EXPORT DTK_StatementBase {
     /// carried back.
     ///
     /// @return 1: failures throw
-    /// @throws DTK_Exception 302 the statement is not prepared
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws DTK_Exception the execution failed
     virtual int mb_executeArrayUpdate() = 0;
 
     /// How many times every execution of a statement other than a query runs: the number of array elements. 1 until
     /// set. Do not raise it between binding arrays and executing.
     ///
-    /// @throws DTK_Exception 301 the count is below 1; the old one stays
+    /// @throws DTK_Exception 301 "Invalid value for update count" the count is below 1; the old one stays
     virtual void mb_setUpdateCount(int count) = 0;
 
     /// Opens the rows of the executed statement.
     ///
     /// @return a further result set over the executed statement; the caller owns it: give it back with
     ///         mb_closeResultSet, then delete it
-    /// @throws DTK_Exception 304 the statement has not been executed
+    /// @throws DTK_Exception 304 "statement handle not executed" the statement has not been executed
     virtual DTK_ResultSetBase* mb_getResultSet() = 0;
 
     /// Releases the buffers of a result set. The object stays the caller's to delete.
@@ -107,7 +108,8 @@ class DTK_EXPORT DTK_StatementBase {
     ///              listed in DTK_DATATYPES or is DTK_UNKNOWN: such a value is bound as text and no getter reads it.
     ///              Ignored for other types.
     /// @param name  ignored
-    /// @throws DTK_Exception 602 a temporary BLOB could not be made for a DTK_BLOB
+    /// @throws DTK_Exception 602 "DTK_Blob object initialization error, initialization of descriptor failed" a
+    ///         temporary BLOB could not be made for a DTK_BLOB
     /// @throws ORCL_Exception the bind was refused
     ///
     /// After a failure the position is as before.
@@ -133,7 +135,8 @@ class DTK_EXPORT DTK_StatementBase {
     /// Binds the BLOB itself, which must live until the last execution. An empty handle receives a new temporary BLOB.
     /// A BLOB flagged null is sent as NULL; the flag counts at the time of this call.
     ///
-    /// @throws DTK_Exception 602 a temporary BLOB could not be made
+    /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" a
+    ///         temporary BLOB could not be made
     virtual void mb_setDTK_Blob(unsigned int position, DTK_Blob& value) = 0;
     virtual void mb_setInt64(unsigned int position, const long long& value) = 0;
     /// @}
@@ -146,7 +149,8 @@ class DTK_EXPORT DTK_StatementBase {
     /// value becomes an integer by way of 64 bits: truncated toward zero, 0 for NaN, the nearest end where it does not
     /// fit; results of 32 bits keep the low 32 bits.
     ///
-    /// @throws DTK_Exception 303 (mb_getInt64: 402) the stored type cannot be read as the requested one
+    /// @throws DTK_Exception 303 "Unexpected conversion requested, check column type" (with code 402 for mb_getInt64)
+    ///         the stored type cannot be read as the requested one
     virtual int mb_getInt(unsigned int position) = 0;
     virtual unsigned int mb_getUInt(unsigned int position) = 0;
     virtual float mb_getFloat(unsigned int position) = 0;
@@ -172,7 +176,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// Executes the statement: a query once, without fetching; anything else as often as the update count says. Array
     /// binds of texts and BLOBs are not carried in.
     ///
-    /// @throws DTK_Exception 302 the statement is not prepared
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws ORCL_Exception the execution failed
     virtual void mb_execute() = 0;
 

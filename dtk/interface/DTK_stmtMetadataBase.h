@@ -24,22 +24,23 @@ class DTK_EXPORT DTK_stmtMetadataBase {
     /// The DTK_DATATYPES value that the column is fetched as.
     ///
     /// @throws ORCL_Exception the data type cannot be read
-    /// @throws DTK_Exception 701 the scale or precision of a number cannot be read
+    /// @throws DTK_Exception 701 "error in getting scale information" a number's scale cannot be read
+    /// @throws DTK_Exception 701 "error in getting Precision information" a number's precision cannot be read
     virtual int mb_getType(unsigned int column) = 0;
 
     /// The scale as the database stores it, in one byte: 256 is added to a negative one (a NUMBER without precision
     /// and scale has -127 and reads 129).
     ///
-    /// @throws DTK_Exception 701 it cannot be read
+    /// @throws DTK_Exception 701 "error in getting scale information" it cannot be read
     virtual int mb_getScale(unsigned int column) = 0;
 
     /// The precision in decimal digits; 0 for a NUMBER without one.
     ///
-    /// @throws DTK_Exception 701 it cannot be read
+    /// @throws DTK_Exception 701 "error in getting precision information" it cannot be read
     virtual int mb_getPrecision(unsigned int column) = 0;
 
     /// Whether the column accepts NULL.
     ///
-    /// @throws DTK_Exception 705 it cannot be read
+    /// @throws DTK_Exception 705 "error in getting null column information" it cannot be read
     virtual bool mb_isNull(unsigned int column) = 0;
 };

@@ -40,7 +40,8 @@ class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
     ///
     /// @param temporary  true: a temporary BLOB, which lasts as long as the session; false: a target for fetches
     /// @return always false
-    /// @throws DTK_Exception 602 the locator or the temporary BLOB could not be made
+    /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" the
+    ///         locator or the temporary BLOB could not be made
     bool mb_initialize(OCIEnv* environment, OCISvcCtx* serviceContext, OCIError* errorHandle, bool temporary);
 
   protected:

@@ -25,7 +25,7 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
   public:
     /// Joins the process-wide environment.
     ///
-    /// @throws DTK_Exception 500 its error handle could not be allocated
+    /// @throws DTK_Exception 500 "Error initializing error handles" its error handle could not be allocated
     _DTK_ConnectionPool();
     _DTK_ConnectionPool(const _DTK_ConnectionPool&) = delete;
     _DTK_ConnectionPool& operator=(const _DTK_ConnectionPool&) = delete;
@@ -46,7 +46,7 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
 
     /// Joins the environment that the pools of the process share, making it for the first of them.
     ///
-    /// @throws DTK_Exception 500 the error handle could not be allocated
+    /// @throws DTK_Exception 500 "Error initializing error handles" the error handle could not be allocated
     static void mb_InitializeEnvironment();
 
     /// Leaves the environment; the last pool frees it.

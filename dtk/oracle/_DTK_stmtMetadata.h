@@ -32,8 +32,9 @@ class DTK_EXPORT _DTK_stmtMetadata : public DTK_stmtMetadataBase {
 
     /// Appends the columns of an executed statement to those already here.
     ///
-    /// @throws DTK_Exception 704 the columns cannot be counted
-    /// @throws DTK_Exception 703 a column cannot be described; those before it stay
+    /// @throws DTK_Exception 704 "error in getting parameter count for the statement" the columns cannot be counted
+    /// @throws DTK_Exception 703 "error in getting parameter information" a column cannot be described; those before it
+    ///         stay
     void mb_initMetaData(OCIStmt* statement, OCIError* errorHandle);
 
   private:
