@@ -267,7 +267,11 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
     case SQLT_INT:
     case SQLT_UIN: return read_integer(buffer, from);
     case SQLT_FLT: return read_real(buffer, from);
-    case SQLT_STR: return Value::of(std::string_view(from, strnlen(from, size)));
+    case SQLT_STR: {
+        const std::size_t length = strnlen(from, size);
+        if (length == size) throw OracleError(1480);
+        return Value::of(std::string_view(from, length));
+    }
     case SQLT_CHR:
     case SQLT_LNG: return Value::of(std::string_view(from, buffer.length != nullptr ? buffer.length[index] : size));
     case SQLT_DAT: return read_date(from, scratch);
@@ -420,7 +424,7 @@ inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
     case Way::real64: return bind_real(statement, load<double>(element));
     case Way::text: {
         const std::size_t size = strnlen(element, static_cast<std::size_t>(buffer->size));
-        if (size == 0 || size > text_limit) return false;
+        if (size == 0 || size > text_limit || size == buffer->step) return false;
         return sqlite3_bind_text64(statement, position, lasting(element, size), size, SQLITE_STATIC, SQLITE_UTF8) ==
                SQLITE_OK;
     }

@@ -72,6 +72,7 @@ constexpr Text texts[] = {
     {1461, "can bind a LONG value only for insert into a LONG column"},
     {1465, "invalid hex number"},
     {1476, "divisor is equal to zero"},
+    {1480, "trailing null missing from STR bind value"},
     {1481, "invalid number format model"},
     {1555, "snapshot too old"},
     {1653, "unable to extend table"},

@@ -9,6 +9,7 @@
 #include "dtk/oracle/DTK_Blob_mapper.h"
 #include "dtk/oracle/DTK_String_mapper.h"
 #include "dtk/oracle/DTK_int64_mapper.h"
+#include "dtk/oracle/OwnedLocator.h"
 #include "dtk/oracle/Rows.h"
 
 namespace dtk::error {
@@ -101,6 +102,7 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
         unsigned short external;
         short* indicator;
         OCIDefine* handle;
+        dtk::oracle::OwnedLocator droppedLocator;
         dtk::oracle::Rows droppedRows; ///< where rows go while the bulk count is above 1
     };
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "dtk/oracle/LentLocator.h"
 #include "dtk/oracle/OracleType.h"
 #include "dtk/oracle/_DTK_Blob.h"
@@ -42,14 +44,15 @@ void _DTK_ResultSet::initializeColumn(_DTK_stmtMetadata& metadata, unsigned int 
     const int size_bytes = metadata.mb_getSize(position);
     columnBuffer& buffer = appendColumn(makeStorage(static_cast<std::size_t>(size_bytes)), DTK_STRING);
     short* indicator = type == DTK_STRING ? &buffer.m_indicator : nullptr;
-    defineColumn({position, &buffer, buffer.m_value, size_bytes, OracleType<DTK_String>::external, indicator, {}, {}});
+    defineColumn(
+        {position, &buffer, buffer.m_value, size_bytes, OracleType<DTK_String>::external, indicator, {}, {}, {}});
 }
 
 void _DTK_ResultSet::initializeFixedColumn(unsigned int position, DTK_DATATYPES type) {
     const FixedType& fixed = *dtk::oracle::findFixedType(type);
     columnBuffer& buffer = appendColumn(makeStorage(static_cast<std::size_t>(fixed.size_bytes)), type);
     defineColumn(
-        {position, &buffer, buffer.m_value, fixed.size_bytes, fixed.external, &buffer.m_indicator, nullptr, {}});
+        {position, &buffer, buffer.m_value, fixed.size_bytes, fixed.external, &buffer.m_indicator, nullptr, {}, {}});
 }
 
 // The column record releases the object's memory alone: the locator stays with OCI, or belongs to the handles that
@@ -59,7 +62,8 @@ void _DTK_ResultSet::initializeBlobColumn(unsigned int position) {
     auto* blob = new (storage.get()) _DTK_Blob;
     blob->mb_initialize(requireEnvironment(), m_svcCtx, m_errorHandle, false);
     columnBuffer& buffer = appendColumn(std::move(storage), DTK_BLOB);
-    defineColumn({position, &buffer, &blob->m_locator, 0, OracleType<DTK_Blob>::external, &buffer.m_indicator, {}, {}});
+    defineColumn(
+        {position, &buffer, &blob->m_locator, 0, OracleType<DTK_Blob>::external, &buffer.m_indicator, {}, {}, {}});
 }
 
 columnBuffer& _DTK_ResultSet::appendColumn(Storage value, DTK_DATATYPES type) {
@@ -93,10 +97,13 @@ void _DTK_ResultSet::defineDroppedRows(DefinedColumn& column) {
     const std::size_t width = isBlob ? sizeof(OCILobLocator*) : static_cast<std::size_t>(column.size_bytes);
     dtk::oracle::Rows rows(width, m_bulkCount);
     if (isBlob) {
-        if (!column.droppedLocator) column.droppedLocator = dtk::oracle::allocateLocator(requireEnvironment());
-        if (!column.droppedLocator) throw DTK_Exception(error::blob_descriptor_failed);
         // The rows are dropped, so that one locator serves them all.
-        std::fill_n(static_cast<OCILobLocator**>(rows.values()), m_bulkCount, column.droppedLocator.get());
+        OCILobLocator* locator = column.droppedLocator.get();
+        if (!locator && !dtk::oracle::allocateLocator(requireEnvironment(), locator)) {
+            throw DTK_Exception(error::blob_descriptor_failed);
+        }
+        if (!column.droppedLocator) column.droppedLocator.reset(locator);
+        std::fill_n(static_cast<OCILobLocator**>(rows.values()), m_bulkCount, locator);
     }
     define(column.handle, column.position, rows.values(), column.size_bytes, column.external,
            column.indicator ? rows.indicators() : nullptr);

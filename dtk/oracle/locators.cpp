@@ -1,7 +1,9 @@
 #include "dtk/oracle/locators.h"
 
 #include "dtk/oracle/DTK_Blob.h"
+#include "dtk/oracle/OwnedLocator.h"
 #include "dtk/oracle/_DTK_Blob.h"
+#include "dtk/oracle/check.h"
 
 namespace dtk::oracle {
 
@@ -11,6 +13,10 @@ namespace {
 constexpr boolean cacheTemporary = 87;
 
 } // namespace
+
+void LocatorDeleter::operator()(OCILobLocator* locator) const {
+    ignore(OCIDescriptorFree(locator, OCI_DTYPE_LOB));
+}
 
 OCIEnv* environmentOf(OCISvcCtx* serviceContext, OCIError* errorHandle) {
     OCIEnv* environment = nullptr;
