@@ -18,6 +18,8 @@ class DTK_EXPORT DTK_ConnectionBase {
     /// in the session, for whoever borrows it next.
     ///
     /// @throws DTK_Exception the commit failed, with Oracle's number and text. The session is then lost to the pool.
+    ///         While another exception is on its way nothing is thrown. A smart pointer lets nothing out of its
+    ///         destructor and ends the process instead: with auto-commit on, delete the connection yourself.
     virtual ~DTK_ConnectionBase() noexcept(false) = default;
 
     /// Makes a statement on this session and prepares the text, unless it is empty.

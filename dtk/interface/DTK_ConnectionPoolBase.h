@@ -18,6 +18,8 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     /// @throws DTK_Exception 501 "There are still open Connections" the idle sessions are not exactly those that the
     ///         pool counts: connections are still out, or a reconnect has left sessions of both generations. The object
     ///         is gone all the same; its sessions stay logged on and the environment stays for the rest of the process.
+    ///         While another exception is on its way nothing is thrown. A smart pointer lets nothing out of its
+    ///         destructor and ends the process instead: where 501 may come, delete the pool yourself.
     virtual ~DTK_ConnectionPoolBase() noexcept(false) = default;
 
     /// Stores the credentials and limits, logs the initial sessions on and opens the pool for hand-outs. Call it once.

@@ -59,7 +59,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// Fetches the next row, or the next batch of up to the bulk count of rows, and starts operator>> at column 1.
     ///
     /// The first fetch makes one buffer per column, unless arrays have been registered. With a bulk count above 1, the
-    /// rows of columns without an array are fetched and dropped.
+    /// rows of columns without an array are fetched and dropped. On a statement that has been fetched from before,
+    /// register an array for every column: OCI goes on writing to where a column was fetched last.
     ///
     /// @return true: a row, or at least one row of a batch, has arrived. false: the data has ended; further calls
     ///         return false again.

@@ -102,7 +102,8 @@ class DTK_EXPORT DTK_StatementBase {
 
     /// Makes room for an output parameter of a procedure or block, read with the mb_get... operations afterwards.
     ///
-    /// Of an execution with an update count above 1 it keeps what the first iteration put out.
+    /// Of an execution with an update count above 1 it keeps what the first iteration put out, a DTK_BLOB what the last
+    /// one did.
     ///
     /// @param size  bytes of a DTK_STRING, its terminating NUL and one more byte included, or of a type that is not
     ///              listed in DTK_DATATYPES or is DTK_UNKNOWN: such a value is bound as text and no getter reads it.
