@@ -233,6 +233,8 @@ bool possible_size(ub2 type, sb4 size) {
     case SQLT_UIN: return size == 1 || size == 2 || size == 4 || size == 8;
     case SQLT_FLT: return size == 4 || size == 8;
     case SQLT_DAT: return size == 7;
+    case SQLT_BLOB:
+    case SQLT_CLOB: return true; // -1 is usual
     default: return size >= 0;
     }
 }
