@@ -178,7 +178,7 @@ using ClientBoundValues = Values;
 TEST_F(ClientBoundValues, areStoredAsTheirColumnWantsThem) {
     for (const auto& tested : bound) {
         declare(tested.declaration);
-        std::string bytes = tested.bytes;
+        std::string bytes = tested.type == SQLT_STR ? tested.bytes + '\0' : tested.bytes;
         sb2 indicator = tested.indicator;
         OCIStmt* insert = session.prepare("INSERT INTO v VALUES (:1)");
         session.bind(insert, 1, bytes.data(), bytes.size(), tested.type, &indicator);
@@ -198,6 +198,8 @@ TEST_F(ClientBoundValues, areRefusedInTypesAndSizesThatAreNone) {
     EXPECT_EQ(session.bind(insert, 0, buffer, 8, SQLT_STR), 1036);
     EXPECT_EQ(session.bind(insert, 2, buffer, 8, SQLT_STR), 1036);
     declare("NUMBER");
+    session.bind(insert, 1, std::strcpy(buffer, "123"), 3, SQLT_STR);
+    EXPECT_EQ(session.execute(insert), 1480) << "a text without its NUL";
     EXPECT_EQ(session.bind(insert, 1, nullptr, 8, SQLT_STR), OCI_SUCCESS);
     EXPECT_EQ(session.execute(insert), 1084);
     EXPECT_EQ(session.bind(insert, 1, nullptr, 4, SQLT_INT, reinterpret_cast<void*>(-1)), OCI_SUCCESS);
