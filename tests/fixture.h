@@ -126,9 +126,9 @@ template <typename Source> std::string readings(Source& source, unsigned int pos
 inline std::string buffers(std::string_view function) {
     std::string all;
     for (const interpose::Call& call : interpose::calls(function)) {
-        for (const std::size_t argument : {3, 6, 5}) all += std::to_string(call.argument<int>(argument)) + " ";
-        all.back() = call.argument<void*>(7) ? 'i' : ';';
-        all += ' ';
+        if (!all.empty()) all += ", ";
+        for (const std::size_t argument : {3, 6}) all += std::to_string(call.argument<int>(argument)) + " ";
+        all += std::to_string(call.argument<int>(5)) + (call.argument<void*>(7) ? "i" : "");
     }
     return all;
 }
