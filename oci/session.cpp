@@ -6,6 +6,7 @@
 
 #include <ctime>
 #include <sqlite3.h>
+#include <utility>
 
 namespace oci {
 namespace {
@@ -170,10 +171,12 @@ void Session::run(const std::string& sql) const {
     if (sqlite3_exec(db(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) throw sqlite_error(db());
 }
 
-const std::vector<Column>* Session::columns_of(std::string_view table) {
+void Session::forget_outdated_tables() {
     const unsigned now = m_database->ddl_count;
-    if (now != m_tables_known_at) m_tables.clear();
-    m_tables_known_at = now;
+    if (std::exchange(m_tables_known_at, now) != now) m_tables.clear();
+}
+
+const std::vector<Column>* Session::columns_of(std::string_view table) {
     auto known = m_tables.find(table);
     if (known == m_tables.end()) {
         std::vector<Column> columns;

@@ -60,6 +60,9 @@ class Session {
     Compiled compile(std::string_view sql) const;
     void run(const std::string& sql) const;
 
+    /// To be called before columns are asked for, while nobody uses those asked for before: others may change tables at
+    /// any time.
+    void forget_outdated_tables();
     /// The columns of a table or view; null when there is none of that name.
     const std::vector<Column>* columns_of(std::string_view table);
     /// To be called after DDL: what is known of tables may have changed.

@@ -24,6 +24,7 @@ class Translator {
   public:
     Translator(Session& session, std::span<const Token> tokens, const Positions& positions)
         : m_session(session), m_tokens(tokens), m_positions(positions) {
+        session.forget_outdated_tables();
         collect_tables();
         collect_aliases();
     }
