@@ -88,6 +88,13 @@ template <typename Call> std::string thrown(Call call) {
     }
 }
 
+/// What a call writes to standard output.
+template <typename Call> std::string printed(Call call) {
+    testing::internal::CaptureStdout();
+    call();
+    return testing::internal::GetCapturedStdout();
+}
+
 inline DTK_DbDate date(const char* digits) {
     return DTK_DbDate(const_cast<char*>(digits), DTF_YYYYMMDDHH24MISS);
 }
@@ -120,6 +127,13 @@ template <typename Source> std::string readings(Source& source, unsigned int pos
            reading([&] { return source.mb_getDouble(position); }) +
            reading([&] { return source.mb_getString(position); }) +
            reading([&] { return source.mb_getDate(position); }) + reading(blobSize);
+}
+
+/// The OCI functions called since interpose was reset, in their order.
+inline std::string called() {
+    std::string all;
+    for (const interpose::Call& call : interpose::calls()) all.append(all.empty() ? "" : " ").append(call.function);
+    return all;
 }
 
 /// Of each bind or define that OCI was asked for: position, type, size and "i" when it got an indicator.
