@@ -367,17 +367,16 @@ Expression Translator::function(const Token& called) {
     std::vector<ColumnType> types;
     std::string arguments;
     if (peek().is("DISTINCT") || peek().is("ALL")) arguments = take().text;
-    while (!peek().is(")")) {
-        if (at_end()) throw OracleError(907);
+    for (bool more = !peek().is(")"); more; more = accept(",")) {
+        if (!types.empty()) arguments += ",";
         Expression argument;
         if (starts_expression(peek())) argument = additive();
         append(argument.sql, clause({","}));
         if (is_text(argument.type) && (called.is("SUM") || called.is("AVG"))) convert(argument, Family::number);
         append(arguments, argument.sql);
         types.push_back(argument.type);
-        if (accept(",")) arguments += ",";
     }
-    take();
+    expect(")", 907);
     --m_depth;
     return {identifier(called) + "(" + arguments + ")", function_type(upper(called.text), types)};
 }

@@ -80,6 +80,7 @@ const Group groups[] = {
       {"SELECT CASE WHEN sal > '1000' THEN 'much' ELSE ename END FROM emp ORDER BY empno", "SMITH;much"},
       {"SELECT (((((1))))) FROM DUAL", "1"},
       {"SELECT (1 FROM DUAL", "ORA-00907"},
+      {"SELECT NVL(1; 2) FROM DUAL", "ORA-00907"},
       {"SELECT CASE FROM DUAL", "ORA-00905"},
       {"SELECT 1 FROM", "ORA-00936"}}},
     {"comparisons_of_different_types",
