@@ -35,13 +35,6 @@ std::string readable(const DTK_DbDate& date) {
            ':' + digits.substr(10, 2);
 }
 
-long long ask_number(DTK_ConnectionBase& connection, const DTK_String& sql) {
-    const auto query = support::prepare(connection, sql);
-    const auto rows = support::open(*query);
-    rows->mb_fetch();
-    return rows->mb_getInt64(1);
-}
-
 /// How many files, and how many bytes of them are on disk.
 struct Amount {
     long long files = 0;
@@ -158,9 +151,10 @@ void ask_last_changes(DTK_ConnectionBase& connection, const Machine& machine, Ch
 
 void ask_what_is_missing(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("What is missing?");
-    const long long no_homepage = ask_number(connection, "SELECT COUNT(*) FROM packages WHERE homepage IS NULL");
-    const long long not_on_disk =
-        ask_number(connection, "SELECT COUNT(*) FROM files WHERE bytes IS NULL AND mib IS NULL AND modified IS NULL");
+    const long long no_homepage =
+        support::ask_number(connection, "SELECT COUNT(*) FROM packages WHERE homepage IS NULL");
+    const long long not_on_disk = support::ask_number(
+        connection, "SELECT COUNT(*) FROM files WHERE bytes IS NULL AND mib IS NULL AND modified IS NULL");
     std::cout << "  " << grouped(no_homepage) << " packages name no home page\n"
               << "  " << grouped(not_on_disk) << " listed files are not on this disk\n";
 
@@ -244,9 +238,9 @@ void call_procedure(DTK_ConnectionBase& connection, const Machine& machine, Chec
 void roll_back(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("And if we deleted all files?");
     support::execute(connection, "DELETE FROM files");
-    const long long deleted = ask_number(connection, "SELECT COUNT(*) FROM files");
+    const long long deleted = support::ask_number(connection, "SELECT COUNT(*) FROM files");
     connection.mb_rollback();
-    const long long back = ask_number(connection, "SELECT COUNT(*) FROM files");
+    const long long back = support::ask_number(connection, "SELECT COUNT(*) FROM files");
     std::cout << "  " << grouped(deleted) << " left; after the rollback " << grouped(back) << " again\n";
     checks.same("files after deleting them", deleted, 0LL);
     checks.same<long long>("files after the rollback", back, static_cast<long long>(machine.files.size()));

@@ -56,6 +56,17 @@ inline ResultSet open(DTK_StatementBase& query) {
     return {query.mb_getResultSet(), {&query}};
 }
 
+/// The number in the first column of a query's first row, such as a count.
+inline long long ask_number(DTK_ConnectionBase& connection, const DTK_String& sql) {
+    const Statement query = prepare(connection, sql);
+    const ResultSet rows = open(*query);
+    long long answer = 0; // fetched as it is: the getters read an expression by way of a float
+    rows->mb_setBulkCount(1);
+    *rows << &answer;
+    rows->mb_fetch();
+    return answer;
+}
+
 /// Drops a table if it is there.
 inline void drop_table(DTK_ConnectionBase& connection, const DTK_String& table) {
     constexpr int no_such_table = 942;
