@@ -2,272 +2,118 @@
 // memory that does not grow with the table. Without arguments it makes itself a source and checks the copy.
 #include "support/handles.h"
 #include "support/progress.h"
-#include "support/text_table.h"
+#include "support/temporary_folder.h"
 
 #include <filesystem>
 #include <iostream>
-#include <memory>
-#include <stdexcept>
 #include <string>
-#include <unistd.h>
-#include <variant>
 #include <vector>
 
 namespace {
 
-constexpr int batch_rows = 1000;
-
-constexpr const char* usage = R"(usage: bulk_copy SOURCE TARGET TABLE COLUMN...
-       bulk_copy
-Copies the columns of a table from one database to another. Columns hold numbers (of up to 15 digits when they
-have decimals), text or dates. The target's table is created when it is not there; its rows are kept.
-SOURCE and TARGET are files; both are opened with the account demo, password secret.
+constexpr const char* usage = R"(usage: bulk_copy [SOURCE TARGET]
+Copies the table orders from one database to another, which must not have it yet. Both are files; SOURCE exists, TARGET
+is made if need be. The account is demo, its password secret. Without arguments it copies a table of its own.
 )";
 
-/// One column of the table on its way: what it is, and the values of the batch in hand.
-struct Column {
-    std::string name;
-    std::string type;   // as CREATE TABLE spells it
-    std::string filler; // stands in for NULL, which a bulk fetch does not take
-    bool nullable = true;
-    unsigned int longest_text = 0;
-    std::variant<std::vector<long long>, std::vector<double>, std::vector<DTK_String>, std::vector<DTK_DbDate>> values;
-    std::vector<int> present; // 0 where the value is NULL
+constexpr const char* create =
+    "CREATE TABLE orders (id NUMBER(9) NOT NULL, customer VARCHAR2(30), cents NUMBER(18), shipped DATE)";
+// Arrays that are fetched have no place for NULL, so each column that may be NULL has a value that stands for it.
+constexpr const char* select = "SELECT id, NVL(customer, '-'), NVL(cents, -1), "
+                               "NVL(shipped, DATE '1000-01-01') FROM orders";
+constexpr const char* insert = "INSERT INTO orders VALUES (:1, NULLIF(:2, '-'), NULLIF(:3, -1), "
+                               "NULLIF(:4, DATE '1000-01-01'))";
+
+/// A batch of orders on its way, one array for each column.
+struct Batch {
+    static constexpr int rows = 1000;
+    std::vector<int> id = std::vector<int>(rows);
+    std::vector<DTK_String> customer = std::vector<DTK_String>(rows);
+    std::vector<long long> cents = std::vector<long long>(rows);
+    std::vector<DTK_DbDate> shipped = std::vector<DTK_DbDate>(rows);
+
+    void fetch_from(DTK_ResultSetBase& query) {
+        query.mb_setBulkCount(rows);
+        query << id.data() << customer.data() << cents.data() << shipped.data();
+    }
+
+    void send_with(DTK_StatementBase& statement) {
+        statement.mb_setUpdateCount(rows);
+        statement << id.data();
+        statement.mb_setStringArray(customer.data(), 30);
+        statement << cents.data() << shipped.data();
+    }
 };
 
-std::string number_type(DTK_stmtMetadataBase& metadata, unsigned int position) {
-    const int precision = metadata.mb_getPrecision(position);
-    if (precision == 0) return "NUMBER";
-    return "NUMBER(" + std::to_string(precision) + ',' + std::to_string(metadata.mb_getScale(position)) + ')';
-}
-
-void choose_storage(Column& column, DTK_stmtMetadataBase& metadata, unsigned int position) {
-    switch (metadata.mb_getType(position)) {
-    case DTK_INT:
-    case DTK_INT64:
-        column.type = number_type(metadata, position);
-        column.filler = "0";
-        column.values = std::vector<long long>(batch_rows);
-        return;
-    case DTK_FLOAT:
-    case DTK_DOUBLE:
-        column.type = number_type(metadata, position);
-        column.filler = "0";
-        column.values = std::vector<double>(batch_rows);
-        return;
-    case DTK_STRING:
-        column.longest_text = static_cast<unsigned int>(metadata.mb_getSize(position)) - 1;
-        column.type = "VARCHAR2(" + std::to_string(column.longest_text) + ')';
-        column.filler = "' '";
-        column.values = std::vector<DTK_String>(batch_rows);
-        return;
-    case DTK_DBDATE:
-        column.type = "DATE";
-        column.filler = "TO_DATE('20000101', 'YYYYMMDD')";
-        column.values = std::vector<DTK_DbDate>(batch_rows);
-        return;
-    default: throw std::runtime_error("column " + column.name + " holds neither numbers nor text nor dates");
-    }
-}
-
-/// The items, each through text_of, with ", " between them.
-template <typename TextOf> std::string list_of(const std::vector<Column>& columns, TextOf text_of) {
-    std::string list;
-    for (const Column& column : columns) list += (list.empty() ? "" : ", ") + text_of(column);
-    return list;
-}
-
-std::string names_of(const std::vector<Column>& columns) {
-    return list_of(columns, [](const Column& column) { return column.name; });
-}
-
-std::vector<Column> describe(DTK_ConnectionBase& source, const std::string& table,
-                             const std::vector<std::string>& names) {
-    std::vector<Column> columns;
-    for (const std::string& name : names) columns.emplace_back().name = name;
-
-    const auto query = support::prepare(source, "SELECT " + names_of(columns) + " FROM " + table);
+/// Copies all rows, or none when it fails; returns how many.
+long long copy(DTK_ConnectionBase& source, DTK_ConnectionBase& target) {
+    support::execute(target, create);
+    Batch batch;
+    const auto query = support::prepare(source, select);
     const auto rows = support::open(*query);
-    const std::unique_ptr<DTK_stmtMetadataBase> metadata(rows->mb_getMetadata());
-    for (unsigned int position = 1; position <= columns.size(); ++position) {
-        Column& column = columns[position - 1];
-        column.nullable = metadata->mb_isNull(position);
-        if (column.nullable) column.present.resize(batch_rows);
-        choose_storage(column, *metadata, position);
-    }
-    return columns;
-}
-
-void create_table(DTK_ConnectionBase& target, const std::string& table, const std::vector<Column>& columns) {
-    constexpr int name_is_taken = 955;
-    const std::string definitions = list_of(columns, [](const Column& column) {
-        return column.name + ' ' + column.type + (column.nullable ? "" : " NOT NULL");
-    });
-    try {
-        support::execute(target, "CREATE TABLE " + table + " (" + definitions + ')');
-    } catch (DTK_Exception& error) {
-        if (error.mb_getDBErrorCode() != name_is_taken) throw;
-    }
-}
-
-/// SELECT with two items for a column that may be NULL: whether it is there, and a value in any case.
-std::string select_text(const std::string& table, const std::vector<Column>& columns) {
-    return "SELECT " +
-           list_of(columns,
-                   [](const Column& column) {
-                       if (!column.nullable) return column.name;
-                       return "NVL2(" + column.name + ", 1, 0), NVL(" + column.name + ", " + column.filler + ')';
-                   }) +
-           " FROM " + table;
-}
-
-/// INSERT that takes the same items and makes NULL of them again.
-std::string insert_text(const std::string& table, const std::vector<Column>& columns) {
-    int position = 0;
-    const auto next = [&] { return ':' + std::to_string(++position); };
-    const std::string values = list_of(columns, [&](const Column& column) {
-        if (!column.nullable) return next();
-        const std::string present = next();
-        return "DECODE(" + present + ", 1, " + next() + ')';
-    });
-    return "INSERT INTO " + table + " (" + names_of(columns) + ") VALUES (" + values + ')';
-}
-
-void fetch_into(DTK_ResultSetBase& rows, std::vector<Column>& columns) {
-    rows.mb_setBulkCount(batch_rows);
-    for (Column& column : columns) {
-        if (column.nullable) rows << column.present.data();
-        std::visit([&](auto& values) { rows << values.data(); }, column.values);
-    }
-}
-
-void bind(DTK_StatementBase& insert, std::vector<Column>& columns) {
-    insert.mb_setUpdateCount(batch_rows);
-    for (Column& column : columns) {
-        if (column.nullable) insert << column.present.data();
-        if (auto* texts = std::get_if<std::vector<DTK_String>>(&column.values)) {
-            insert.mb_setStringArray(texts->data(), column.longest_text);
-            continue;
-        }
-        std::visit([&](auto& values) { insert << values.data(); }, column.values);
-    }
-}
-
-long long count_rows(DTK_ConnectionBase& connection, const std::string& table) {
-    const auto query = support::prepare(connection, "SELECT COUNT(*) FROM " + table);
-    const auto rows = support::open(*query);
-    rows->mb_fetch();
-    return rows->mb_getInt64(1);
-}
-
-/// All rows, or none when it fails.
-/// @return how many rows were copied
-long long copy(DTK_ConnectionBase& source, DTK_ConnectionBase& target, const std::string& table,
-               const std::vector<std::string>& names) {
-    std::vector<Column> columns = describe(source, table, names);
-    create_table(target, table, columns);
-
-    const auto query = support::prepare(source, select_text(table, columns));
-    const auto rows = support::open(*query);
-    const auto insert = support::prepare(target, insert_text(table, columns));
-    fetch_into(*rows, columns);
-    bind(*insert, columns);
-
-    support::Progress progress("Copying", static_cast<std::size_t>(count_rows(source, table)));
+    batch.fetch_from(*rows);
+    const auto store = support::prepare(target, insert);
+    batch.send_with(*store);
+    const long long total = support::ask_number(source, "SELECT COUNT(*) FROM orders");
+    support::Progress progress("Copying", static_cast<std::size_t>(total));
     long long copied = 0;
     while (rows->mb_fetch()) {
-        const int count = rows->mb_getNumArrayRows();
-        insert->mb_setUpdateCount(count);
-        insert->mb_executeArrayUpdate();
-        copied += count;
-        progress.advance(static_cast<std::size_t>(count));
+        const int fetched = rows->mb_getNumArrayRows(); // fewer in the last batch
+        store->mb_setUpdateCount(fetched);
+        store->mb_executeArrayUpdate();
+        copied += fetched;
+        progress.advance(static_cast<std::size_t>(fetched));
     }
     target.mb_commit();
     return copied;
 }
 
-support::Pool open_database(const std::string& database) {
-    return support::make_pool("demo", "secret", database, 1);
-}
-
-void copy_between(const std::string& source_name, const std::string& target_name, const std::string& table,
-                  const std::vector<std::string>& columns) {
-    if (!std::filesystem::exists(source_name)) throw std::runtime_error("there is no database " + source_name);
-    const support::Pool source_pool = open_database(source_name);
-    const support::Pool target_pool = open_database(target_name);
-    const support::Connection source(source_pool->mb_getConnection(true));
-    const support::Connection target(target_pool->mb_getConnection(true));
-    std::cout << support::grouped(copy(*source, *target, table, columns)) << " rows copied\n";
-}
-
-void make_orders(const std::string& database) {
-    const support::Pool pool = open_database(database);
-    const support::Connection connection(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE orders (id NUMBER(9) NOT NULL, customer VARCHAR2(30), "
-                                  "cents NUMBER(18), weight NUMBER(9,3), shipped DATE)");
-    const auto insert =
-        support::prepare(*connection, "INSERT INTO orders VALUES (:1, :2, NULLIF(:3, 0), NULLIF(:4, 0), "
-                                      "DECODE(:5, 0, NULL, TO_DATE('20240131', 'YYYYMMDD') + :6))");
+void make_orders(DTK_ConnectionBase& connection) {
+    support::execute(connection, create);
+    const auto statement = support::prepare(connection, insert);
     for (int id = 1; id <= 2500; ++id) {
-        insert->mb_setInt(1, id);
-        insert->mb_setString(2, id % 7 == 0 ? "" : "customer " + std::to_string(id % 100));
-        insert->mb_setInt64(3, id % 5 * 10'000'000'000LL + id % 5);
-        insert->mb_setDouble(4, id % 3 * 1.125);
-        insert->mb_setInt(5, id % 4);
-        insert->mb_setInt(6, id % 365);
-        insert->mb_executeUpdate();
+        statement->mb_setInt(1, id);
+        statement->mb_setString(2, id % 7 == 0 ? "-" : "customer " + std::to_string(id % 100));
+        statement->mb_setInt64(3, id % 5 == 0 ? -1 : id * 10'000'000'000LL);
+        statement->mb_setDate(4, DTK_Date(id % 3 == 0 ? 1000 : 2024, 1, 1));
+        statement->mb_executeUpdate();
     }
-    connection->mb_commit();
+    connection.mb_commit();
 }
 
-/// The rows of orders as text, NULL as a mark of its own.
-std::vector<std::string> read_orders(const std::string& database) {
-    const support::Pool pool = open_database(database);
-    const support::Connection connection(pool->mb_getConnection(true));
-    const auto query =
-        support::prepare(*connection, "SELECT id, customer, cents, weight, shipped FROM orders ORDER BY id");
+/// Every row as text, NULL as a word of its own.
+std::vector<std::string> read_orders(DTK_ConnectionBase& connection) {
+    const auto query = support::prepare(connection, "SELECT * FROM orders ORDER BY id");
     const auto rows = support::open(*query);
     std::vector<std::string> orders;
     while (rows->mb_fetch()) {
-        std::string& order = orders.emplace_back();
-        for (unsigned int position = 1; position <= 5; ++position)
-            order += (rows->mb_isNull(position) ? "NULL" : rows->mb_getString(position).c_str()) + std::string("|");
+        orders.emplace_back();
+        for (unsigned int column = 1; column <= 4; ++column)
+            orders.back() += std::string(column == 1 ? "" : ", ") +
+                             (rows->mb_isNull(column) ? "NULL" : rows->mb_getString(column).c_str());
     }
     return orders;
 }
 
-/// @return the exit status: 0 when the copy equals its source
-int show_on_own_table() {
-    std::string folder = std::filesystem::temp_directory_path() / "dtk-bulk-copy-XXXXXX";
-    if (!mkdtemp(folder.data())) throw std::runtime_error("cannot make a folder like " + folder);
-    const std::unique_ptr<std::string, void (*)(std::string*)> remove(
-        &folder, [](std::string* path) { std::filesystem::remove_all(*path); });
-
-    const std::string source = folder + "/source.db", target = folder + "/target.db";
-    make_orders(source);
-    copy_between(source, target, "orders", {"id", "customer", "cents", "weight", "shipped"});
-
-    const std::vector<std::string> wanted = read_orders(source), got = read_orders(target);
-    for (std::size_t i = 0; i < 4; ++i) std::cout << "  " << got.at(i) << '\n';
-    std::cout << (got == wanted ? "The copy equals its source.\n" : "The copy DIFFERS from its source.\n");
-    return got == wanted ? 0 : 1;
-}
-
 } // namespace
 
-int main(int argc, char** argv) {
-    try {
-        if (argc == 1) return show_on_own_table();
-        if (argc < 5) {
-            std::cerr << usage;
-            return 2;
-        }
-        copy_between(argv[1], argv[2], argv[3], {argv + 4, argv + argc});
-        return 0;
-    } catch (DTK_Exception& error) {
-        std::cerr << "bulk_copy: " << error.what() << '\n';
-    } catch (const std::exception& error) {
-        std::cerr << "bulk_copy: " << error.what() << '\n';
-    }
+int main(int argc, char** argv) try {
+    const bool on_own_table = argc == 1;
+    if (!on_own_table && (argc != 3 || !std::filesystem::exists(argv[1]))) return std::cerr << usage, 2;
+    const support::TemporaryFolder own;
+    const auto source_pool = support::make_pool("demo", "secret", on_own_table ? own.file("source.db") : argv[1], 1);
+    const auto target_pool = support::make_pool("demo", "secret", on_own_table ? own.file("target.db") : argv[2], 1);
+    const support::Connection source(source_pool->mb_getConnection(true));
+    const support::Connection target(target_pool->mb_getConnection(true));
+    if (on_own_table) make_orders(*source);
+    std::cout << copy(*source, *target) << " rows copied\n";
+    if (!on_own_table) return 0;
+
+    const auto wanted = read_orders(*source), got = read_orders(*target);
+    for (const auto& order : {got.at(0), got.at(2), got.at(4), got.at(6)}) std::cout << order << '\n';
+    std::cout << (got == wanted ? "The copy equals its source.\n" : "The copy DIFFERS from its source.\n");
+    return got == wanted ? 0 : 1;
+} catch (DTK_Exception& error) {
+    std::cerr << "bulk_copy: " << error.what() << '\n';
     return 1;
 }
