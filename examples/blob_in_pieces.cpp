@@ -1,0 +1,82 @@
+// Stores a file in a BLOB and reads it back, both in pieces, so that memory for one piece is enough. The library itself
+// writes the lines "Inside release" and "delete": one or two for each BLOB handle that goes.
+#include "support/handles.h"
+#include "support/temporary_folder.h"
+
+#include <algorithm>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr unsigned int piece_bytes = 64 * 1024;
+
+char* chars(Bytes& bytes) {
+    return reinterpret_cast<char*>(bytes.data());
+}
+
+/// A BLOB of a table is written through its row, which is locked meanwhile: so it is stored empty, then selected.
+void store_file(DTK_ConnectionBase& connection, int id, const std::string& path) {
+    const auto insert = support::prepare(connection, "INSERT INTO document VALUES (:1, EMPTY_BLOB())");
+    insert->mb_setInt(1, id);
+    insert->mb_executeUpdate();
+
+    const auto query = support::prepare(connection, "SELECT content FROM document WHERE id = :1 FOR UPDATE");
+    query->mb_setInt(1, id);
+    const auto rows = support::open(*query);
+    rows->mb_fetch();
+    DTK_Blob content = rows->mb_getDTK_Blob(1); // it goes before the result set, whose row it belongs to
+    std::ifstream file(path, std::ios::binary);
+    Bytes piece(piece_bytes);
+    unsigned int offset = 1; // offsets count from 1
+    while (file.read(chars(piece), piece_bytes) || file.gcount() > 0)
+        offset += content.mb_get()->mb_write(static_cast<unsigned int>(file.gcount()), piece.data(), offset);
+    connection.mb_commit();
+    std::cout << content.mb_get()->mb_length() << " bytes stored\n";
+}
+
+void read_file(DTK_ConnectionBase& connection, int id, const std::string& path) {
+    const auto query = support::prepare(connection, "SELECT content FROM document WHERE id = :1");
+    query->mb_setInt(1, id);
+    const auto rows = support::open(*query);
+    rows->mb_fetch();
+    DTK_Blob content = rows->mb_getDTK_Blob(1);
+    if (content.mb_get()->mb_isNull()) return;
+    std::ofstream file(path, std::ios::binary);
+    Bytes piece(piece_bytes);
+    while (const unsigned int count = content.mb_get()->mb_readChunk(piece_bytes, piece.data()))
+        file.write(chars(piece), count);
+    std::cout << file.tellp() << " bytes read\n";
+}
+
+std::string contents(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+} // namespace
+
+int main() try {
+    const support::TemporaryFolder folder;
+    const std::string original = folder.file("original"), copy = folder.file("copy");
+    std::ofstream file(original, std::ios::binary);
+    for (int line = 1; line <= 40'000; ++line) file << "This is line " << line << '\n';
+    file.close();
+
+    const auto pool = support::make_pool("demo", "secret", "memory:blob_in_pieces", 1);
+    const support::Connection connection(pool->mb_getConnection(true));
+    support::execute(*connection, "CREATE TABLE document (id NUMBER(9) PRIMARY KEY, content BLOB)");
+    store_file(*connection, 1, original);
+    read_file(*connection, 1, copy);
+    const bool equal = contents(copy) == contents(original);
+    std::cout << (equal ? "The copy equals the original.\n" : "The copy DIFFERS from the original.\n");
+    return equal ? 0 : 1;
+} catch (DTK_Exception& error) {
+    std::cerr << "blob_in_pieces: " << error.what() << '\n';
+    return 1;
+}
