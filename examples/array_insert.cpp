@@ -55,7 +55,7 @@ int main() try {
         std::cout << count << " rows stored with one call\n";
     }
 
-    // The rows before a bad one stay in the open transaction; the database tells neither which nor how many.
+    // The rows before a bad one stay in the open transaction; the exception tells neither which nor how many.
     batch.fill(total + 1, batch_rows);
     batch.ids[300] = 1;
     insert->mb_setUpdateCount(batch_rows);

@@ -3,7 +3,6 @@
 #include "support/handles.h"
 #include "support/temporary_folder.h"
 
-#include <algorithm>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -36,8 +35,8 @@ void store_file(DTK_ConnectionBase& connection, int id, const std::string& path)
     unsigned int offset = 1; // offsets count from 1
     while (file.read(chars(piece), piece_bytes) || file.gcount() > 0)
         offset += content.mb_get()->mb_write(static_cast<unsigned int>(file.gcount()), piece.data(), offset);
-    connection.mb_commit();
     std::cout << content.mb_get()->mb_length() << " bytes stored\n";
+    connection.mb_commit();
 }
 
 void read_file(DTK_ConnectionBase& connection, int id, const std::string& path) {

@@ -81,10 +81,10 @@ int main() try {
     const auto sums = support::prepare(*connection, "SELECT rank, name, CAST(metres * 1000 AS NUMBER(9)) FROM peak "
                                                     "WHERE metres > 7000 ORDER BY rank");
     const auto high = support::open(*sums);
-    for (std::cout << '\n'; high->mb_fetch();) {
-        int rank;
+    std::cout << '\n';
+    while (high->mb_fetch()) {
+        int rank, millimetres;
         DTK_String name;
-        int millimetres;
         *high >> rank >> name >> millimetres;
         std::cout << rank << ". " << name << ": " << millimetres << " mm\n";
     }
