@@ -109,20 +109,26 @@ struct LogonRow {
 
 class Logon : public ConnectionPool, public testing::WithParamInterface<LogonRow> {};
 
-TEST_P(Logon, RefusedLeavesThePoolReadyForAnother) {
+TEST_P(Logon, RefusedLeavesThePoolEmptyAndReadyForAnother) {
     const auto& [name, user, password, database, refusal] = GetParam();
-    const Pool keeper = account.pool(1, 1), pool(gb_getConnectionPool());
-    interpose::reset();
+    const Pool keeper = account.pool(1, 1);
     const auto given = [](const DTK_String& text, const DTK_String& otherwise) {
         return *text.c_str() ? text : otherwise;
     };
     const DTK_String texts[] = {given(user, account.user), given(password, account.password),
                                 given(database, account.database)};
-    EXPECT_EQ(thrown([&] { pool->mb_create(texts[0], texts[1], texts[2], 2, 2, "", "", 0); }), refusal);
-    EXPECT_EQ(callsOf("OCILogon2"), refusal[4] == 'O' ? 1u : 0u);
-    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
-    pool->mb_create(account.user, account.password, account.database, 1, 1, "", "", 0);
-    EXPECT_TRUE(handOut(*pool)->mb_ping());
+    for (const bool again : {false, true}) {
+        Pool pool(gb_getConnectionPool());
+        interpose::reset();
+        EXPECT_EQ(thrown([&] { pool->mb_create(texts[0], texts[1], texts[2], 2, 2, "", "", 0); }), refusal);
+        EXPECT_EQ(callsOf("OCILogon2"), refusal[4] == 'O' ? 1u : 0u);
+        EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+        if (again) {
+            pool->mb_create(account.user, account.password, account.database, 1, 1, "", "", 0);
+            EXPECT_TRUE(handOut(*pool)->mb_ping());
+        }
+        EXPECT_EQ(thrown([&] { delete pool.release(); }), "");
+    }
 }
 
 const std::string limit(64, 'x');

@@ -98,9 +98,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
     table("t", "n NUMBER(9)");
     const Statement statement = prepare("INSERT INTO t VALUES (:1)");
-    statement->mb_setInt(1, 4);
-    statement->mb_setAutoCommit(true);
+    int numbers[]{4, 4};
     statement->mb_setUpdateCount(2);
+    *statement << numbers;
+    statement->mb_setAutoCommit(true);
     interpose::reset();
     statement->mb_setSQL("");
     EXPECT_EQ(called(), "");
@@ -109,15 +110,21 @@ TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
 
     void* const oldHandle = interpose::calls("OCIStmtExecute").front().argument<void*>(1);
     interpose::reset();
-    statement->mb_setSQL("SELECT :a, :b, :c FROM DUAL");
+    statement->mb_setSQL("INSERT INTO t VALUES (:a + :b)");
     EXPECT_EQ(called(), "OCIStmtRelease OCIStmtPrepare2 OCIAttrGet");
     EXPECT_EQ(interpose::calls()[0].argument<void*>(0), oldHandle);
-    EXPECT_EQ(interpose::calls()[1].argument<ub4>(4), 27u);
+    EXPECT_EQ(interpose::calls()[1].argument<ub4>(4), 30u);
     EXPECT_FALSE(statement->mb_getAutoCommit());
-    int array[2]{};
-    EXPECT_EQ(thrown([&] { *statement << array; }), countNotSet);
-    EXPECT_FALSE(statement->mb_isNull(3));
-    EXPECT_EQ(thrown([&] { statement->mb_getInt(3); }), unreadable);
+    EXPECT_EQ(thrown([&] { *statement << numbers; }), countNotSet);
+    for (const unsigned int position : {1, 2}) {
+        EXPECT_EQ(thrown([&] { statement->mb_getInt(position); }), unreadable);
+        statement->mb_setInt(position, 8);
+    }
+    statement->mb_execute();
+    statement->mb_setUpdateCount(1);
+    *statement << numbers;
+    statement->mb_execute();
+    EXPECT_EQ(value("SELECT COUNT(*) || ' ' || MIN(n) || ' ' || MAX(n) FROM t WHERE n > 4"), "2 12 16");
 }
 
 TEST_F(Statements, TerminatedIsUnpreparedAndMayBeUsedAgain) {
