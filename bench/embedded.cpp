@@ -99,7 +99,7 @@ void array_insert_sqlite(benchmark::State& state) {
         sqlite.run("BEGIN IMMEDIATE");
         sqlite3_stmt* insert = sqlite.prepare(dataset::insert);
         for (long long first = 0; first < state.range(0); first += dataset::batch_rows) {
-            batch.fill(first);
+            untimed(state, [&] { batch.fill(first); });
             for (std::size_t i = 0; i < batch.ids.size(); ++i) {
                 sqlite3_bind_int64(insert, 1, batch.ids[i]);
                 sqlite3_bind_text(insert, 2, batch.symbols[i].c_str(), static_cast<int>(batch.symbols[i].mb_length()), SQLITE_STATIC);
@@ -111,9 +111,7 @@ void array_insert_sqlite(benchmark::State& state) {
             }
         }
         sqlite3_finalize(insert);
-        state.PauseTiming();
-        sqlite.run("ROLLBACK");
-        state.ResumeTiming();
+        untimed(state, [&] { sqlite.run("ROLLBACK"); });
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
@@ -159,10 +157,10 @@ void array_insert_dtk(benchmark::State& state) {
     const Library library(most_rows);
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) {
-        library::insert_batches(*library.connection, batch, state.range(0));
-        state.PauseTiming();
-        library.connection->mb_rollback();
-        state.ResumeTiming();
+        library::insert_batches(*library.connection, batch, state.range(0), [&](long long first) {
+            untimed(state, [&] { batch.fill(first); });
+        });
+        untimed(state, [&] { library.connection->mb_rollback(); });
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }

@@ -155,16 +155,14 @@ void array_insert_oci(benchmark::State& state) {
         direct.bind(statement, 4, batch.prices.data(), sizeof(double), SQLT_FLT);
         direct.bind(statement, 5, batch.dates.data(), 7, SQLT_DAT);
         for (long long first = 0; first < inserted_rows; first += dataset::batch_rows) {
-            batch.fill(first);
+            untimed(state, [&] { batch.fill(first); });
             for (std::size_t i = 0; i < batch.symbols.size(); ++i) {
                 std::memcpy(symbols.data() + i * text_bytes, batch.symbols[i].c_str(), batch.symbols[i].mb_length() + 1);
             }
             direct.execute(statement, dataset::batch_rows);
         }
         direct.release(statement);
-        state.PauseTiming();
-        require(OCITransRollback(direct.service, direct.error, OCI_DEFAULT));
-        state.ResumeTiming();
+        untimed(state, [&] { require(OCITransRollback(direct.service, direct.error, OCI_DEFAULT)); });
     }
     state.SetItemsProcessed(state.iterations() * inserted_rows);
 }
@@ -174,10 +172,10 @@ void array_insert_dtk(benchmark::State& state) {
     const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) {
-        library::insert_batches(*connection, batch, inserted_rows);
-        state.PauseTiming();
-        connection->mb_rollback();
-        state.ResumeTiming();
+        library::insert_batches(*connection, batch, inserted_rows, [&](long long first) {
+            untimed(state, [&] { batch.fill(first); });
+        });
+        untimed(state, [&] { connection->mb_rollback(); });
     }
     state.SetItemsProcessed(state.iterations() * inserted_rows);
 }

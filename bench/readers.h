@@ -60,14 +60,16 @@ inline dataset::Total query_points(DTK_ConnectionBase& connection, long long cou
 }
 
 /// Inserts `rows` rows in batches and leaves them in the open transaction.
-inline void insert_batches(DTK_ConnectionBase& connection, dataset::Batch& batch, long long rows) {
+/// @param fill  fills the batch with the rows from its argument on
+template <class Fill>
+void insert_batches(DTK_ConnectionBase& connection, dataset::Batch& batch, long long rows, Fill fill) {
     const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::insert));
     statement->mb_setUpdateCount(dataset::batch_rows);
     *statement << batch.ids.data();
     statement->mb_setStringArray(batch.symbols.data(), 12);
     *statement << batch.quantities.data() << batch.prices.data() << batch.dates.data();
     for (long long first = 0; first < rows; first += dataset::batch_rows) {
-        batch.fill(first);
+        fill(first);
         statement->mb_executeArrayUpdate();
     }
     connection.mb_terminateStatement(statement.get());
