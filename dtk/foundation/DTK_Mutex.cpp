@@ -12,16 +12,8 @@ bool DTK_Mutex::mb_init(bool) {
     return pthread_mutex_init(&m_mutex, nullptr) == 0;
 }
 
-bool DTK_Mutex::mb_lock() {
-    return pthread_mutex_lock(&m_mutex) == 0;
-}
-
 bool DTK_Mutex::mb_tryLock() {
     return pthread_mutex_trylock(&m_mutex) == 0;
-}
-
-bool DTK_Mutex::mb_unlock() {
-    return pthread_mutex_unlock(&m_mutex) == 0;
 }
 
 bool DTK_Mutex::mb_destroy() {

@@ -19,13 +19,13 @@ class DTK_EXPORT DTK_Mutex {
     bool mb_init(bool flag);
 
     /// Waits until the mutex is free. Locking it twice from one thread deadlocks.
-    bool mb_lock();
+    DTK_EXPORT_INLINE bool mb_lock() { return pthread_mutex_lock(&m_mutex) == 0; }
 
     /// False at once when the mutex is locked.
     bool mb_tryLock();
 
     /// Frees the mutex, which the calling thread holds.
-    bool mb_unlock();
+    DTK_EXPORT_INLINE bool mb_unlock() { return pthread_mutex_unlock(&m_mutex) == 0; }
 
     /// Ends the use of an unlocked mutex, until mb_init. The destructor calls it too.
     bool mb_destroy();

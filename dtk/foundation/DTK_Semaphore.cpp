@@ -48,17 +48,9 @@ bool DTK_Semaphore::mb_acquire() {
     return sem_wait(&m_semaphore) == 0;
 }
 
-bool DTK_Semaphore::mb_tryAcquire() {
-    return sem_trywait(&m_semaphore) == 0;
-}
-
 bool DTK_Semaphore::mb_timeWaitAcquire(const timespec* deadline) {
     if (sem_timedwait(&m_semaphore, deadline) == 0) return true;
     throw DTK_Exception(timedWaitError(errno));
-}
-
-bool DTK_Semaphore::mb_release() {
-    return sem_post(&m_semaphore) == 0;
 }
 
 int DTK_Semaphore::mb_getSemValue() {

@@ -32,7 +32,7 @@ class DTK_EXPORT DTK_Semaphore {
     bool mb_acquire();
 
     /// Takes a permit if one is free; false at once otherwise.
-    bool mb_tryAcquire();
+    DTK_EXPORT_INLINE bool mb_tryAcquire() { return sem_trywait(&m_semaphore) == 0; }
 
     /// Takes a permit, waiting at most until `deadline`, a point in time on the real-time clock (not a duration).
     ///
@@ -45,7 +45,7 @@ class DTK_EXPORT DTK_Semaphore {
     bool mb_timeWaitAcquire(const timespec* deadline);
 
     /// Gives a permit back.
-    bool mb_release();
+    DTK_EXPORT_INLINE bool mb_release() { return sem_post(&m_semaphore) == 0; }
 
     /// The permits free at this moment; -1 when they cannot be read.
     int mb_getSemValue();

@@ -3,3 +3,6 @@
 
 /// Marks what libdtk.so exports; everything else in it has hidden visibility.
 #define DTK_EXPORT __attribute__((visibility("default")))
+
+/// For a member function that is defined in its class: exported, like the others, as well as inlined.
+#define DTK_EXPORT_INLINE DTK_EXPORT __attribute__((used))

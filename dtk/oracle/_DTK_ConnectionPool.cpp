@@ -2,6 +2,7 @@
 
 #include <ctime>
 #include <exception>
+#include <thread>
 
 #include "dtk/oracle/Reconnects.h"
 #include "dtk/oracle/_DTK_Connection.h"
@@ -21,6 +22,7 @@ int _DTK_ConnectionPool::m_poolCnt = 0;
 namespace {
 
 constexpr unsigned int credentialLimit_bytes = 64;
+constexpr int yieldsBeforeSleep = 8;
 
 /// A permit that goes back to the semaphore unless the hand-out that it was taken for succeeds.
 class Permit {
@@ -139,6 +141,11 @@ void _DTK_ConnectionPool::takePermit(bool timedWait) {
         constexpr timespec deadline{timeout_ms / 1000, timeout_ms % 1000 * 1000000};
         m_available.mb_timeWaitAcquire(&deadline);
         return;
+    }
+    // Whoever holds a permit may be waiting for this processor, and a thread that sleeps has to be woken by the system.
+    for (int i = 0; i < yieldsBeforeSleep; ++i) {
+        if (m_available.mb_tryAcquire()) return;
+        std::this_thread::yield();
     }
     while (!m_available.mb_acquire()) {
         // A signal has interrupted the wait.
