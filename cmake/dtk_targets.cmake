@@ -14,8 +14,10 @@ add_library(dtk_options INTERFACE)
 target_compile_features(dtk_options INTERFACE cxx_std_20)
 target_include_directories(dtk_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_link_libraries(dtk_options INTERFACE dtk_warnings Threads::Threads)
-# The libraries' own functions are not for others to replace: calls among them are direct and may be inlined.
-target_compile_options(dtk_options INTERFACE -fno-semantic-interposition)
+# The libraries' own functions are not for others to replace: calls among them are direct and may be
+# inlined.
+target_compile_options(dtk_options INTERFACE -fno-semantic-interposition -fno-plt)
+target_link_options(dtk_options INTERFACE -Wl,-Bsymbolic-functions)
 
 if(DTK_SANITIZE)
   target_compile_options(dtk_options INTERFACE -fsanitize=${DTK_SANITIZE} -fno-omit-frame-pointer

@@ -188,26 +188,28 @@ void fetch_real(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) 
     done(buffer, index, sizeof(T));
 }
 
-std::string_view column_text(sqlite3_stmt* row, int column) {
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
-    return text == nullptr ? std::string_view()
-                           : std::string_view(text, static_cast<std::size_t>(sqlite3_column_bytes(row, column)));
+/// Asked twice, a value answers sooner than its column. It is this statement's alone, so its unprotected state does no harm.
+inline std::string_view stored_text(sqlite3_stmt* row, int column) {
+    sqlite3_value* const value = sqlite3_column_value(row, column);
+    const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+    if (text == nullptr) return {};
+    return {text, static_cast<std::size_t>(sqlite3_value_bytes(value))};
 }
 
 /// The empty text is NULL.
 void fetch_text(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
-    const auto text = column_text(row, column);
+    const auto text = stored_text(row, column);
     if (text.empty()) return write_null(buffer, index);
     write_text(buffer, index, text);
 }
 
 void fetch_date(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
-    const auto text = column_text(row, column);
+    const auto text = stored_text(row, column);
     if (text.empty()) return write_null(buffer, index);
     write_date(buffer, index, text);
 }
 
-/// Any column to any buffer. The value is this statement's alone, so its unprotected state does no harm.
+/// Any column to any buffer.
 void fetch_any(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index) {
     write(buffer, index, Value::of(sqlite3_column_value(row, column)));
 }
@@ -347,17 +349,15 @@ inline bool Output::fetch_quickly(sqlite3_stmt* row, ub4 index) const {
         break;
     }
     case Way::text: {
-        const unsigned char* text = sqlite3_column_text(row, column);
-        const auto size = static_cast<std::size_t>(sqlite3_column_bytes(row, column));
-        if (size == 0 || size >= step) return false;
-        std::memcpy(element, text, size + 1);
+        const std::string_view text = stored_text(row, column);
+        if (text.empty() || text.size() >= step) return false;
+        std::memcpy(element, text.data(), text.size() + 1);
         break;
     }
     case Way::date: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
-        // Where the NUL of a stored date stands tells its length sooner than SQLite does.
-        if (text == nullptr || strnlen(text, iso_size + 1) != iso_size) return false;
-        if (!write_date_image(text, reinterpret_cast<unsigned char*>(element))) return false;
+        const std::string_view text = stored_text(row, column);
+        if (text.size() != iso_size) return false;
+        if (!write_date_image(text.data(), reinterpret_cast<unsigned char*>(element))) return false;
         break;
     }
     case Way::any: return false;
@@ -366,7 +366,7 @@ inline bool Output::fetch_quickly(sqlite3_stmt* row, ub4 index) const {
     return true;
 }
 
-void Output::write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 index) {
+void Output::write_row(const std::vector<Output>& outputs, sqlite3_stmt* row, ub4 index) {
     for (const Output& output : outputs) {
         if (!output.fetch_quickly(row, index)) [[unlikely]] output.fetch(*output.buffer, row, output.column, index);
     }

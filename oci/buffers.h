@@ -2,7 +2,7 @@
 
 #include "values.h"
 
-#include <span>
+#include <vector>
 
 struct sqlite3_stmt;
 struct OCILobLocator;
@@ -86,7 +86,7 @@ class Output {
     Output(const Buffer& define, const ColumnType& type, int at);
 
     /// Writes the columns of the current row into element `index` of their buffers.
-    static void write_row(std::span<const Output> outputs, sqlite3_stmt* row, ub4 index);
+    static void write_row(const std::vector<Output>& outputs, sqlite3_stmt* row, ub4 index);
 
   private:
     using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);

@@ -12,12 +12,7 @@ void stop_reading(OCIStmt& handle) {
     if (Session* session = std::exchange(handle.reading, nullptr)) --session->open_queries;
 }
 
-void step(OCIStmt& handle) {
-    const int status = sqlite3_step(handle.rows);
-    if (status == SQLITE_ROW) {
-        handle.cursor = OCIStmt::Cursor::row;
-        return;
-    }
+[[gnu::noinline]] void stop_stepping(OCIStmt& handle, int status) {
     handle.cursor = OCIStmt::Cursor::closed;
     stop_reading(handle);
     if (status != SQLITE_DONE) {
@@ -27,6 +22,15 @@ void step(OCIStmt& handle) {
         throw error;
     }
     sqlite3_reset(handle.rows);
+}
+
+void step(OCIStmt& handle) {
+    const int status = sqlite3_step(handle.rows);
+    if (status == SQLITE_ROW) [[likely]] {
+        handle.cursor = OCIStmt::Cursor::row;
+    } else {
+        stop_stepping(handle, status);
+    }
 }
 
 /// @return whether a column is of another type than before.
@@ -46,7 +50,7 @@ bool describe_by_value(OCIStmt& handle) {
     return true;
 }
 
-void make_outputs(OCIStmt& handle) {
+[[gnu::noinline]] void make_outputs(OCIStmt& handle) {
     const auto& columns = handle.statement->columns;
     if (handle.defines.size() > columns.size()) throw OracleError(1007);
     handle.outputs.clear();
@@ -84,6 +88,16 @@ void fetch_lob(OCIStmt& handle, ub4 column, ub4 row) {
     }
     write(define.buffer, row, Value::of(sqlite3_column_value(handle.rows, static_cast<int>(column))));
     attach_to_row(define.buffer, row, handle, handle.rows, static_cast<int>(column));
+}
+
+[[gnu::noinline]] void fetch_lobs(OCIStmt& handle, ub4 row) {
+    for (const ub4 column : handle.lobs) fetch_lob(handle, column, row);
+}
+
+[[gnu::noinline]] sword end_of_query(OCIStmt& handle) {
+    if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
+    handle.at_end = true;
+    return OCI_NO_DATA;
 }
 
 void check(int status, sqlite3* db) {
@@ -192,17 +206,12 @@ sword fetch(OCIStmt& handle, ub4 rows) {
     if (!handle.described) throw OracleError(24338);
     if (handle.at_end) throw OracleError(1002);
     if (!handle.outputs_ready) make_outputs(handle);
-    while (handle.rows_fetched < rows) {
+    for (ub4 row = 0; row < rows; handle.rows_fetched = ++row) {
         if (handle.cursor == OCIStmt::Cursor::open) step(handle);
-        if (handle.cursor == OCIStmt::Cursor::closed) {
-            if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
-            handle.at_end = true;
-            return OCI_NO_DATA;
-        }
+        if (handle.cursor == OCIStmt::Cursor::closed) return end_of_query(handle);
         handle.cursor = OCIStmt::Cursor::open;
-        Output::write_row(handle.outputs, handle.rows, handle.rows_fetched);
-        for (const ub4 column : handle.lobs) fetch_lob(handle, column, handle.rows_fetched);
-        ++handle.rows_fetched;
+        Output::write_row(handle.outputs, handle.rows, row);
+        if (!handle.lobs.empty()) fetch_lobs(handle, row);
     }
     return OCI_SUCCESS;
 }

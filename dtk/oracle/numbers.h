@@ -27,11 +27,9 @@ template <typename To, typename From> To convertNumber(From value) {
     }
 }
 
-/// Reads the number that a buffer holds as the type asked for.
-///
-/// @throws DTK_Exception `unreadable`: the buffer holds no number
-template <typename To> To readNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
-    if (buffer.m_type == OracleType<To>::code) return *static_cast<const To*>(buffer.m_value); // nearly always
+/// Reads a number of another type than the one asked for. Out of line, so that the usual case needs no stack frame.
+template <typename To>
+[[gnu::noinline]] To readOtherNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
     switch (buffer.m_type) {
     case DTK_INT: return convertNumber<To>(*static_cast<const int*>(buffer.m_value));
     case DTK_FLOAT: return convertNumber<To>(*static_cast<const float*>(buffer.m_value));
@@ -40,6 +38,14 @@ template <typename To> To readNumber(const columnBuffer& buffer, const error::De
     case DTK_INT64: return convertNumber<To>(*static_cast<const long long*>(buffer.m_value));
     default: throw DTK_Exception(unreadable);
     }
+}
+
+/// Reads the number that a buffer holds as the type asked for.
+///
+/// @throws DTK_Exception `unreadable`: the buffer holds no number
+template <typename To> To readNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
+    if (buffer.m_type == OracleType<To>::code) return *static_cast<const To*>(buffer.m_value); // nearly always
+    return readOtherNumber<To>(buffer, unreadable);
 }
 
 } // namespace dtk::oracle
