@@ -79,4 +79,10 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
     COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 
+# Who has only the packages reads the guide and copies the examples from here.
+set(guide_dir ${CMAKE_INSTALL_DATADIR}/doc/libdtk-dev)
+install(FILES README.md DESTINATION ${guide_dir} COMPONENT development EXCLUDE_FROM_ALL)
+install(DIRECTORY docs examples DESTINATION ${guide_dir} COMPONENT development EXCLUDE_FROM_ALL
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp" PATTERN "*.h")
+
 include(CPack)
