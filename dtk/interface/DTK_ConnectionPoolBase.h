@@ -7,7 +7,8 @@ class DTK_String;
 
 /// A set of logged-on database sessions that any number of threads borrow as connections. Made by gb_getConnectionPool.
 ///
-/// All pools of a process are made and deleted on one thread: they share an environment whose count is not locked.
+/// All pools of a process are made and deleted by one thread at a time: they share an environment whose count is not
+/// locked.
 class DTK_EXPORT DTK_ConnectionPoolBase {
   public:
     /// Logs every session off and, with the last pool of the process, frees the shared environment.
