@@ -1,6 +1,7 @@
 #include "block.h"
 
 #include "statement.h"
+#include "token_reader.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,8 +9,6 @@
 
 namespace oci {
 namespace {
-
-using Tokens = std::span<const Token>;
 
 constexpr int deepest_call = 50;
 
@@ -39,24 +38,10 @@ struct Variable {
 };
 
 /// Where a call stands in a text.
-class Reader {
+class Reader : public TokenReader {
   public:
-    explicit Reader(Tokens tokens) : m_tokens(tokens) {}
+    using TokenReader::TokenReader;
 
-    const Token& peek(std::size_t ahead = 0) const {
-        static constexpr Token end{Token::Kind::end, {}};
-        return m_at + ahead < m_tokens.size() ? m_tokens[m_at + ahead] : end;
-    }
-    const Token& take() {
-        const Token& token = peek();
-        ++m_at;
-        return token;
-    }
-    bool accept(std::string_view wanted) {
-        if (!peek().is(wanted)) return false;
-        ++m_at;
-        return true;
-    }
     void expect(std::string_view wanted) {
         if (accept(wanted)) return;
         refuse("PLS-00103: encountered \"" + std::string(peek().text) + "\" when expecting \"" + std::string(wanted) + "\"");
@@ -65,23 +50,16 @@ class Reader {
         if (!peek().is_name()) refuse("PLS-00103: encountered \"" + std::string(peek().text) + "\" when expecting a name");
         return upper(plain_name(take()));
     }
-    bool at_end() const { return peek().kind == Token::Kind::end; }
-
     /// The tokens up to one of the symbols outside of parentheses, which is passed if it is a semicolon or a comma.
     Tokens until(std::string_view first, std::string_view second = {}) {
         const std::size_t from = m_at;
         for (int depth = 0; !at_end(); take()) {
-            if (peek().kind == Token::Kind::unterminated) throw OracleError(1756);
             if (depth == 0 && (peek().is(first) || (!second.empty() && peek().is(second)))) break;
             if (peek().is("(")) ++depth;
             if (peek().is(")")) --depth;
         }
         return m_tokens.subspan(from, m_at - from);
     }
-
-  private:
-    Tokens m_tokens;
-    std::size_t m_at = 0;
 };
 
 /// The statements between BEGIN and END, behind which nothing but the name of the procedure stands.
@@ -91,7 +69,6 @@ Tokens body_of(Reader& reader) {
     std::size_t length = 0;
     for (int open_cases = 0;; ++length) {
         const Token& token = reader.take();
-        if (token.kind == Token::Kind::unterminated) throw OracleError(1756);
         if (token.kind == Token::Kind::end) refuse("PLS-00103: encountered the end of the text when expecting \"END\"");
         if (token.is("CASE")) ++open_cases;
         if (token.is("END") && open_cases-- == 0) break;

@@ -1,6 +1,7 @@
 #include "accounts.h"
 #include "block.h"
 #include "statement.h"
+#include "token_reader.h"
 
 #include <algorithm>
 #include <sqlite3.h>
@@ -8,12 +9,11 @@
 namespace oci {
 namespace {
 
-using Tokens = std::span<const Token>;
-
 /// Reads a statement that defines something and gives the SQLite statements that do it.
-class Definition {
+class Definition : TokenReader {
   public:
-    Definition(Session& session, const Statement& statement) : m_session(session), m_text(statement.text), m_tokens(statement.tokens) {
+    Definition(Session& session, const Statement& statement)
+        : TokenReader(statement.tokens), m_session(session), m_text(statement.text) {
         if (m_tokens.size() > 1 && m_tokens[m_tokens.size() - 2].is(";")) m_tokens = m_tokens.first(m_tokens.size() - 2);
     }
 
@@ -33,26 +33,6 @@ class Definition {
     }
 
   private:
-    const Token& peek(std::size_t ahead = 0) const {
-        static constexpr Token end{Token::Kind::end, {}};
-        if (m_at + ahead >= m_tokens.size()) return end;
-        const Token& token = m_tokens[m_at + ahead];
-        if (token.kind == Token::Kind::unterminated) throw OracleError(1756);
-        return token;
-    }
-    const Token& take() {
-        const Token& token = peek();
-        ++m_at;
-        return token;
-    }
-    bool accept(std::string_view wanted) {
-        if (!peek().is(wanted)) return false;
-        ++m_at;
-        return true;
-    }
-    void expect(std::string_view wanted, int code) {
-        if (!accept(wanted)) throw OracleError(code);
-    }
     void expect_end() {
         if (peek().kind != Token::Kind::end) throw OracleError(922, peek().text);
     }
@@ -317,8 +297,6 @@ class Definition {
 
     Session& m_session;
     const std::string& m_text;
-    Tokens m_tokens;
-    std::size_t m_at = 0;
 };
 
 /// COMMIT [WORK], ROLLBACK [WORK] [TO [SAVEPOINT] name] and SAVEPOINT name as statements.

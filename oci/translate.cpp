@@ -35,30 +35,6 @@ Translation Translator::statement() {
     return std::move(m_result);
 }
 
-const Token& Translator::peek(std::size_t ahead) const {
-    static constexpr Token end{Token::Kind::end, {}};
-    if (m_at + ahead >= m_tokens.size()) return end;
-    const Token& token = m_tokens[m_at + ahead];
-    if (token.kind == Token::Kind::unterminated) throw OracleError(1756);
-    return token;
-}
-
-const Token& Translator::take() {
-    const Token& token = peek();
-    ++m_at;
-    return token;
-}
-
-bool Translator::accept(std::string_view wanted) {
-    if (!peek().is(wanted)) return false;
-    ++m_at;
-    return true;
-}
-
-void Translator::expect(std::string_view wanted, int code) {
-    if (!accept(wanted)) throw OracleError(code);
-}
-
 const Token& Translator::name() {
     if (!peek().is_name()) throw OracleError(904, "\"" + std::string(peek().text) + "\"");
     return take();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "token_reader.h"
 #include "translate.h"
 
 #include <unordered_set>
@@ -20,10 +21,10 @@ ColumnType expression_type(Family family);
 void append(std::string& sql, std::string_view piece);
 
 /// Reads one statement and writes it in SQLite's SQL.
-class Translator {
+class Translator : TokenReader {
   public:
-    Translator(Session& session, std::span<const Token> tokens, const Positions& positions)
-        : m_session(session), m_tokens(tokens), m_positions(positions) {
+    Translator(Session& session, Tokens tokens, const Positions& positions)
+        : TokenReader(tokens), m_session(session), m_positions(positions) {
         session.forget_outdated_tables();
         collect_tables();
         collect_aliases();
@@ -36,11 +37,6 @@ class Translator {
   private:
     using Stops = std::initializer_list<std::string_view>;
 
-    const Token& peek(std::size_t ahead = 0) const;
-    bool at_end() const { return peek().kind == Token::Kind::end; }
-    const Token& take();
-    bool accept(std::string_view wanted);
-    void expect(std::string_view wanted, int code);
     const Token& name();
 
     /// The tables that the statement mentions, to look up what its columns are declared as.
@@ -128,9 +124,7 @@ class Translator {
     static ColumnType function_type(const std::string& function, const std::vector<ColumnType>& arguments);
 
     Session& m_session;
-    const std::span<const Token> m_tokens;
     const Positions& m_positions;
-    std::size_t m_at = 0;
     std::vector<const std::vector<Column>*> m_tables;
     std::unordered_set<std::string> m_aliases;
     Translation m_result;
