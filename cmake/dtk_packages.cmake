@@ -82,6 +82,7 @@ endforeach()
 # Who has only the packages reads the guide and copies the examples from here.
 set(guide_dir ${CMAKE_INSTALL_DATADIR}/doc/libdtk-dev)
 install(FILES README.md DESTINATION ${guide_dir} COMPONENT development EXCLUDE_FROM_ALL)
+install(FILES bench/README.md bench/ratios.svg DESTINATION ${guide_dir}/bench COMPONENT development EXCLUDE_FROM_ALL)
 install(DIRECTORY docs examples DESTINATION ${guide_dir} COMPONENT development EXCLUDE_FROM_ALL
   FILES_MATCHING PATTERN "*.md" PATTERN "*.cpp" PATTERN "*.h")
 
