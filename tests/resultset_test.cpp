@@ -246,6 +246,10 @@ TEST_F(ResultSets, GettersNeedARowFetchedAlone) {
     rows.mb_setBulkCount(1);
     EXPECT_TRUE(rows.mb_fetch());
     EXPECT_EQ(rows.mb_getInt(1), 3);
+    for (const unsigned int beyond : {0, 2}) {
+        EXPECT_EQ(readings(rows, beyond), refused);
+        EXPECT_FALSE(rows.mb_isNull(beyond) || rows.mb_isTruncated(beyond));
+    }
     rows.mb_setBulkCount(2);
     EXPECT_TRUE(rows.mb_fetch());
     EXPECT_EQ(rows.mb_getInt(1), 3) << "a batch leaves the row fetched alone";

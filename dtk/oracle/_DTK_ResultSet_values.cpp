@@ -54,13 +54,14 @@ DTK_String otherText(const columnBuffer& buffer) {
 
 } // namespace
 
-// Arrays have no columns of the result set's own, and before the first fetch there are none.
+// Arrays have no columns of the result set's own, and before the first fetch there are none. Position 0 wraps around to
+// one that never exists.
 bool _DTK_ResultSet::mb_isNull(unsigned int position) {
-    return position <= m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorNull;
+    return position - 1 < m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorNull;
 }
 
 bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
-    return position <= m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorTruncated;
+    return position - 1 < m_columns.size() && column(position).m_indicator == dtk::oracle::indicatorTruncated;
 }
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
@@ -139,7 +140,7 @@ DTK_ResultSetBase& _DTK_ResultSet::operator>>(unsigned int& value) {
 
 // Arrays of one element are fetched with a bulk count of 1 as well, and then there is no column to read.
 const columnBuffer& _DTK_ResultSet::fetchedColumn(unsigned int position) const {
-    if (!m_rowFetched || position > m_columns.size()) fail(error::row_not_fetched);
+    if (!m_rowFetched || position - 1 >= m_columns.size()) fail(error::row_not_fetched);
     return *m_columns[position - 1];
 }
 
