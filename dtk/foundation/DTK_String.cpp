@@ -5,7 +5,6 @@
 #include <ostream>
 
 DTK_String::DTK_String() = default;
-DTK_String::DTK_String(const char* text) : m_str(text) {}
 DTK_String::DTK_String(const std::string& text) : m_str(text) {}
 DTK_String::DTK_String(const DTK_String& other) = default;
 DTK_String::~DTK_String() = default;
@@ -33,14 +32,6 @@ DTK_String DTK_String::operator+(const char* text) {
     DTK_String joined(*this);
     joined.m_str.append(text);
     return joined;
-}
-
-unsigned int DTK_String::mb_length() const {
-    return static_cast<unsigned int>(m_str.size());
-}
-
-const char* DTK_String::c_str() const {
-    return m_str.c_str();
 }
 
 // std::to_string writes "%d", "%ld", "%lld" and "%f", and makes room for any magnitude.

@@ -16,7 +16,7 @@ class DTK_EXPORT DTK_String {
 
     /// Each holds a copy of the text that it is given, or the empty text; of a pointer, the bytes before the first NUL.
     DTK_String();
-    DTK_String(const char* text);
+    DTK_EXPORT_INLINE DTK_String(const char* text) : m_str(text) {}
     DTK_String(const std::string& text);
     DTK_String(const DTK_String& other);
     /// @}
@@ -39,10 +39,10 @@ class DTK_EXPORT DTK_String {
     /// @}
 
     /// The number of bytes.
-    unsigned int mb_length() const;
+    DTK_EXPORT_INLINE unsigned int mb_length() const { return static_cast<unsigned int>(m_str.size()); }
 
     /// The bytes with a NUL behind them; valid until this text is changed or destroyed.
-    const char* c_str() const;
+    DTK_EXPORT_INLINE const char* c_str() const { return m_str.c_str(); }
 
     /// @{
 
