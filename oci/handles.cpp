@@ -81,6 +81,14 @@ void record(OCIError* handle, const OracleError& error) noexcept {
     }
 }
 
+void record(OCIError* handle, int code, std::string_view detail) noexcept {
+    try {
+        record(handle, OracleError(code, detail));
+    } catch (const std::bad_alloc&) {
+        forget(handle);
+    }
+}
+
 void forget(OCIError* handle) noexcept {
     if (!is_live<OCIError>(handle)) return;
     const std::lock_guard lock(handle->mutex);

@@ -128,6 +128,7 @@ void release(OCISvcCtx& service);
 
 /// Keeps the diagnostic for OCIErrorGet. Nothing is kept when the handle is none.
 void record(OCIError* handle, const OracleError& error) noexcept;
+void record(OCIError* handle, int code, std::string_view detail) noexcept;
 void forget(OCIError* handle) noexcept;
 
 /// Runs an operation; what it throws becomes a status and a diagnostic.
@@ -142,10 +143,10 @@ sword guarded(OCIError* error, Operation&& operation) noexcept {
         forget(error);
         return OCI_INVALID_HANDLE;
     } catch (const std::bad_alloc&) {
-        record(error, OracleError(4030));
+        record(error, 4030, {});
         return OCI_ERROR;
     } catch (const std::exception& failure) {
-        record(error, OracleError(600, failure.what()));
+        record(error, 600, failure.what());
         return OCI_ERROR;
     }
 }

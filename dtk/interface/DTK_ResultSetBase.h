@@ -60,7 +60,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     ///
     /// The first fetch makes one buffer per column, unless arrays have been registered. With a bulk count above 1, the
     /// rows of columns without an array are fetched and dropped. On a statement that has been fetched from before,
-    /// register an array for every column: OCI goes on writing to where a column was fetched last.
+    /// register an array for every column: OCI goes on writing to where a column was fetched last, which may have been
+    /// freed since.
     ///
     /// @return true: a row, or at least one row of a batch, has arrived. false: the data has ended; further calls
     ///         return false again.
@@ -72,6 +73,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// @throws DTK_Exception 701 "error in getting Precision information" likewise
     /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" the BLOB
     ///         of a column could not be made
+    /// @throws DTK_Exception 0, with the reason as its message, when a batch could not be carried into the caller's
+    ///         arrays
     virtual bool mb_fetch() = 0;
 
     /// Tells how many elements of the registered arrays are filled.

@@ -92,6 +92,9 @@ class DTK_EXPORT DTK_StatementBase {
 
     /// Opens the rows of the executed statement.
     ///
+    /// All result sets of a statement read the same rows: where one fetches, OCI writes into its buffers and no longer
+    /// into those of the others, which must not fetch any more.
+    ///
     /// @return a further result set over the executed statement; the caller owns it: give it back with
     ///         mb_closeResultSet, then delete it
     /// @throws DTK_Exception 304 "statement handle not executed" the statement has not been executed

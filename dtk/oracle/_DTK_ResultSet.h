@@ -38,7 +38,8 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     /// @{
 
     /// Both share the other's handles and take its position and counts, but no buffers: a copy defines its own at its
-    /// first fetch, and from then on OCI fetches into those. An assigned result set keeps the buffers that it had.
+    /// first fetch, and from then on OCI fetches into those: the other must not fetch any more. An assigned result set
+    /// keeps the buffers that it had.
     _DTK_ResultSet(const _DTK_ResultSet& other);
     _DTK_ResultSet& operator=(const _DTK_ResultSet& other);
     /// @}

@@ -113,6 +113,8 @@ void _DTK_ResultSet::defineDroppedRows(DefinedColumn& column) {
 void _DTK_ResultSet::define(OCIDefine*& handle, unsigned int position, void* value, int size_bytes,
                             unsigned short external, void* indicators) {
     const bool again = handle != nullptr;
+    // What OCI has been told to write to must not be freed again for want of room to remember it.
+    if (!again) m_defines.reserve(m_defines.size() + 1);
     check(OCIDefineByPos(m_stmtHandle, &handle, m_errorHandle, position, value, size_bytes, external, indicators,
                          nullptr, nullptr, OCI_DEFAULT),
           m_errorHandle);
