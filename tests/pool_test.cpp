@@ -154,6 +154,18 @@ TEST_F(ConnectionPool, RefusedLazyLogonGivesThePermitBack) {
     EXPECT_TRUE(handOut(*pool)->mb_ping());
 }
 
+TEST_F(ConnectionPool, ReconnectDuringARefusedLazyLogonKeepsTheMaximum) {
+    const Pool pool = account.pool(0, 2);
+    interpose::on("OCILogon2", [&](const auto&) {
+        interpose::reset();
+        pool->mb_reConnect(0); // its thread waits for the queue that this hand-out has locked
+        return OCI_ERROR;
+    });
+    EXPECT_NE(thrown([&] { handOut(*pool); }), "");
+    const Connection first(pool->mb_getConnection(false)), second = handOut(*pool);
+    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+}
+
 class Sessionless : public ConnectionPool, public testing::WithParamInterface<bool> {};
 
 TEST_P(Sessionless, ConnectionRefusesWorkButMayBeReturnedAndDeleted) {

@@ -162,6 +162,23 @@ TEST_F(Statements, CopiesShareTheHandleButNotTheValues) {
     EXPECT_EQ(thrown([&] { alone.mb_setSQL("SELECT 1 FROM DUAL"); }), "DTK 300 Uninitialized _DTK_Statement Object");
 }
 
+TEST_F(Statements, AssignedOneLeavesItsOldValuesBehind) {
+    table("t", "a NUMBER(9), b NUMBER(9)");
+    const Statement one = prepare("INSERT INTO t VALUES (:1, :2)"), many = prepare("INSERT INTO t VALUES (:1, :2)");
+    int first[]{1, 2}, second[]{5, 6};
+    many->mb_setUpdateCount(2);
+    *many << first << second;
+    {
+        _DTK_Statement assigned(static_cast<_DTK_Statement&>(*one));
+        assigned.mb_setInt(1, 99);
+        assigned.mb_setInt(2, 99);
+        assigned = static_cast<_DTK_Statement&>(*many);
+        assigned.mb_execute();
+    }
+    many->mb_execute();
+    EXPECT_EQ(value("SELECT SUM(a) || ' ' || SUM(b) FROM t"), "6 22");
+}
+
 /// Values of a type that placeholders, output parameters, columns and arrays all have.
 template <typename... T> using AnyOf = std::variant<std::vector<T>...>;
 using Values = AnyOf<int, unsigned int, long long, float, double, DTK_DbDate, DTK_String>;

@@ -24,20 +24,26 @@ namespace {
 constexpr unsigned int credentialLimit_bytes = 64;
 constexpr int yieldsBeforeSleep = 8;
 
-/// A permit that goes back to the semaphore unless the hand-out that it was taken for succeeds.
+/// A permit that goes back to the semaphore unless the hand-out that it was taken for succeeds. A reconnect that began
+/// meanwhile gives out permits of its own, so that this one is void.
 class Permit {
   public:
-    explicit Permit(DTK_Semaphore& semaphore) : m_semaphore(&semaphore) {}
+    Permit(DTK_Semaphore& semaphore, const std::atomic<int>& generation)
+        : m_semaphore(&semaphore),
+          m_current(generation),
+          m_generation(generation) {}
     Permit(const Permit&) = delete;
     Permit& operator=(const Permit&) = delete;
     ~Permit() {
-        if (m_semaphore) m_semaphore->mb_release();
+        if (m_semaphore && m_generation == m_current) m_semaphore->mb_release();
     }
 
     void spend() { m_semaphore = nullptr; }
 
   private:
     DTK_Semaphore* m_semaphore;
+    const std::atomic<int>& m_current;
+    int m_generation;
 };
 
 } // namespace
@@ -69,13 +75,13 @@ void _DTK_ConnectionPool::mb_create(const DTK_String& user, const DTK_String& pa
                                     unsigned int initialSessions, unsigned int maximumSessions, DTK_String extraText,
                                     DTK_String, unsigned int) {
     const MutexGuard lock(m_queueMutex);
-    m_user = user;
-    m_password = password;
-    m_database = database;
-    m_sessionCount = static_cast<int>(initialSessions);
-    m_maxSessions = static_cast<int>(maximumSessions);
-    m_extraText = extraText;
     try {
+        m_user = user;
+        m_password = password;
+        m_database = database;
+        m_sessionCount = static_cast<int>(initialSessions);
+        m_maxSessions = static_cast<int>(maximumSessions);
+        m_extraText = extraText;
         for (int i = 0; i < m_sessionCount; ++i) {
             requireShortCredentials();
             pushNewSession();
@@ -91,9 +97,9 @@ void _DTK_ConnectionPool::mb_create(const DTK_String& user, const DTK_String& pa
 }
 
 DTK_ConnectionBase* _DTK_ConnectionPool::mb_getConnection(bool timedWait) {
-    takePermit(timedWait);
-    Permit permit(m_available);
     auto connection = std::make_unique<_DTK_Connection>();
+    takePermit(timedWait);
+    Permit permit(m_available, m_generation);
     const MutexGuard lock(m_queueMutex);
     connection->m_svcCtx = takeSession();
     connection->m_pool = this;

@@ -55,11 +55,14 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     /// @{
 
     /// The handles that the pools of the process share, for use while one of them lives.
-    static OCIError* mb_getErrorHandle() { return m_OCIError; }
-    static OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
+    OCIError* mb_getErrorHandle() { return m_OCIError; }
+    OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
     /// @}
 
   private:
+    // They use the shared handles also when their connection has gone back and knows no pool any more.
+    friend class _DTK_Connection;
+    friend class _DTK_Statement;
     friend void* gb_pthreadInitFunc(void* pool);
 
     void takePermit(bool timedWait);

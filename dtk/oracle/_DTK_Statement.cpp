@@ -35,6 +35,7 @@ _DTK_Statement::_DTK_Statement(const _DTK_Statement& other)
 // A statement assigned to itself has as many placeholders again: the count is taken before any is appended.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 _DTK_Statement& _DTK_Statement::operator=(const _DTK_Statement& other) {
+    if (m_stmtHandle != other.m_stmtHandle) forgetSingleValues();
     m_stmtHandle = other.m_stmtHandle;
     m_connection = other.m_connection;
     m_updateCount = other.m_updateCount;
@@ -161,7 +162,7 @@ void _DTK_Statement::mb_reinitializeObject() {
 // The error handle and the environment are the same for every pool, so that a statement whose connection was given back
 // early gets an error from OCI instead of following a pool that is not there.
 OCIError* _DTK_Statement::errorHandle() const {
-    return _DTK_ConnectionPool::mb_getErrorHandle();
+    return _DTK_ConnectionPool::m_OCIError;
 }
 
 OCISvcCtx* _DTK_Statement::serviceContext() const {

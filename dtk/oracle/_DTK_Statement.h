@@ -126,6 +126,7 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
     void repeatSingleValues(std::size_t iterations);
     void bindIterations(unsigned int position, std::size_t iterations);
     void takeFirstIteration();
+    void forgetSingleValues();
 
     unsigned int takeBindPosition();
     template <typename T> DTK_StatementBase& bindArray(T* values);

@@ -53,7 +53,7 @@ DTK_StatementBase& _DTK_Statement::operator<<(DTK_Blob* blobs) {
     const unsigned int position = takeBindPosition();
     const auto count = static_cast<std::size_t>(m_updateCount);
     for (std::size_t i = 0; i < count; ++i) {
-        dtk::oracle::attach(blobs[i], dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::mb_getEnvironmentHandle(),
+        dtk::oracle::attach(blobs[i], dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::m_environment,
                                                                      serviceContext(), errorHandle()));
     }
     Storage locators = makeStorage(count * sizeof(OCILobLocator*));

@@ -79,8 +79,8 @@ void _DTK_Statement::mb_setDate(unsigned int position, DTK_DbDate value) {
 
 void _DTK_Statement::mb_setDTK_Blob(unsigned int position, DTK_Blob& value) {
     if (!value.mb_get()) {
-        dtk::oracle::attach(value, dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::mb_getEnvironmentHandle(),
-                                                                  serviceContext(), errorHandle()));
+        dtk::oracle::attach(
+            value, dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::m_environment, serviceContext(), errorHandle()));
     }
     auto& blob = static_cast<_DTK_Blob&>(*value.mb_get());
     bind(position, &blob.m_locator, 0, OracleType<DTK_Blob>::external, nullFlagAsIndicator(blob.mb_isNull()));
@@ -188,7 +188,7 @@ void _DTK_Statement::registerText(unsigned int position, DTK_DATATYPES type, uns
 // makes, or stays with OCI.
 void _DTK_Statement::registerBlob(unsigned int position) {
     OCILobLocator* locator = nullptr;
-    if (!dtk::oracle::allocateLocator(_DTK_ConnectionPool::mb_getEnvironmentHandle(), locator)) {
+    if (!dtk::oracle::allocateLocator(_DTK_ConnectionPool::m_environment, locator)) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
     }
     std::unique_ptr<OCILobLocator, TemporaryBlobDeleter> owner(locator, {serviceContext(), errorHandle()});

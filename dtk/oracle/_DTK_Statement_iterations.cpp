@@ -45,9 +45,15 @@ void _DTK_Statement::bindIterations(unsigned int position, std::size_t iteration
 // What a single value's position puts out is what its first iteration put out.
 void _DTK_Statement::takeFirstIteration() {
     for (const auto& bound : m_paramBuffers) {
-        if (bound->iterations.count() == 0) continue;
+        if (!bound->single.value || bound->iterations.count() == 0) continue;
         const SingleValue& single = bound->single;
         std::memcpy(single.value, bound->iterations.values(), widthOf(single.size_bytes, single.external));
         *single.indicator = bound->iterations.indicators()[0];
     }
+}
+
+// Their binds are another handle's: an execution of this one must neither bind them again nor read them back.
+void _DTK_Statement::forgetSingleValues() {
+    for (const auto& bound : m_paramBuffers) bound->single = {};
+    m_valuesRepeated = false;
 }
