@@ -126,6 +126,8 @@ TEST_F(ResultSets, MetadataListsAppend) {
     copy = metadata;
     EXPECT_EQ(copy.mb_getNumberofBindColumns(), 4u);
     EXPECT_EQ(copy.mb_getType(4), DTK_INT);
+    for (const unsigned int beyond : {0, 5})
+        EXPECT_EQ(thrown([&] { copy.mb_getScale(beyond); }), "DTK 701 error in getting scale information");
     const auto call = interpose::calls("OCIParamGet").back();
     metadata.mb_initMetaData(call.argument<OCIStmt*>(0), call.argument<OCIError*>(2));
     EXPECT_EQ(metadata.mb_getNumberofBindColumns(), 4u);

@@ -152,7 +152,7 @@ TEST_F(Statements, CopiesShareTheHandleButNotTheValues) {
         copy = *&copy;
         copy = original;
         EXPECT_EQ(copy.mb_getInt(1), 8) << "what an assigned statement has bound stays";
-        EXPECT_FALSE(copy.mb_isNull(6)) << "placeholders are appended";
+        EXPECT_EQ(thrown([&] { copy.mb_getInt(6); }), unreadable) << "placeholders are appended";
         EXPECT_EQ(copy.mb_getStmtType(), unsigned{OCI_STMT_INSERT});
     }
     EXPECT_EQ(value("SELECT TO_CHAR(COUNT(*)) FROM t WHERE a = 8 AND b = 9"), "2");
@@ -160,6 +160,21 @@ TEST_F(Statements, CopiesShareTheHandleButNotTheValues) {
     original.mb_execute();
     _DTK_Statement alone;
     EXPECT_EQ(thrown([&] { alone.mb_setSQL("SELECT 1 FROM DUAL"); }), "DTK 300 Uninitialized _DTK_Statement Object");
+}
+
+TEST_F(Statements, PositionsOutsideTheTextAreRefused) {
+    const Statement statement = prepare("SELECT :1, :2 FROM DUAL");
+    DTK_Blob blob;
+    for (const unsigned int position : {0, 3}) {
+        const auto refusals = std::vector{thrown([&] { statement->mb_setInt(position, 1); }),
+                                          thrown([&] { statement->mb_setString(position, "a"); }),
+                                          thrown([&] { statement->mb_setDTK_Blob(position, blob); }),
+                                          thrown([&] { statement->mb_registerOutParam(position, DTK_BLOB, 0, ""); }),
+                                          thrown([&] { statement->mb_getString(position); })};
+        EXPECT_EQ(refusals, std::vector<std::string>(5, "ORCL ORA-01036"));
+        statement->mb_setErrorOnNull(position, true);
+        EXPECT_FALSE(statement->mb_isNull(position) || statement->mb_isTruncated(position));
+    }
 }
 
 TEST_F(Statements, AssignedOneLeavesItsOldValuesBehind) {

@@ -17,8 +17,8 @@ class DTK_stmtMetadataBase;
 /// operator>>. In bulk: mb_setBulkCount, one operator<< per column in column order, then mb_fetch while it returns
 /// true, reading mb_getNumArrayRows elements of the arrays each time.
 ///
-/// Columns count from 1 and are not checked: one outside the select list is the caller's error, with undefined
-/// behaviour.
+/// Columns count from 1. One outside the select list is the caller's error: its getter throws as if nothing had been
+/// fetched, mb_isNull and mb_isTruncated are false, and an array for it is refused by OCI.
 class DTK_EXPORT DTK_ResultSetBase {
   public:
     /// Releases the fetch buffers; the caller's arrays are not touched.

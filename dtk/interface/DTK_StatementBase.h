@@ -11,8 +11,9 @@ class DTK_String;
 /// A prepared SQL text or block with its parameters. Made by DTK_ConnectionBase::mb_createStatement; the caller gives
 /// it back with mb_terminateStatement and then deletes it. Used by one thread at a time.
 ///
-/// Positions count the placeholders from 1 and are not checked: one outside the text is the caller's error, with
-/// undefined behaviour. Bind after preparing and before executing; binds outlast executions.
+/// Positions count the placeholders from 1. One outside the text is the caller's error, which OCI refuses (ORA-01036);
+/// mb_isNull, mb_isTruncated and mb_setErrorOnNull say nothing of it. Bind after preparing and before executing; binds
+/// outlast executions.
 ///
 /// mb_executeQuery, mb_executeUpdate, mb_executeArrayUpdate and mb_executeProcedure report a failed OCI call as a plain
 /// DTK_Exception with code 0 and Oracle's number and text; every other operation as an ORCL_Exception.

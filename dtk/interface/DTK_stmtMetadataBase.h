@@ -5,8 +5,8 @@
 /// The description of a query's columns. Made by DTK_ResultSetBase::mb_getMetadata; the caller deletes it, and uses it
 /// only while the statement is prepared. Used by one thread at a time.
 ///
-/// Columns count from 1 and are not checked: one outside the select list is the caller's error, with undefined
-/// behaviour.
+/// Columns count from 1. One outside the select list is the caller's error, which OCI refuses: each operation throws
+/// what it throws when OCI does.
 class DTK_EXPORT DTK_stmtMetadataBase {
   public:
     /// The columns' descriptors stay with the statement.

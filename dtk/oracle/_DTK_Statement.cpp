@@ -129,15 +129,15 @@ int _DTK_Statement::mb_executeUpdate() {
 }
 
 bool _DTK_Statement::mb_isNull(unsigned int position) {
-    return parameter(position).m_indicator == dtk::oracle::indicatorNull;
+    return hasParameter(position) && parameter(position).m_indicator == dtk::oracle::indicatorNull;
 }
 
 bool _DTK_Statement::mb_isTruncated(unsigned int position) {
-    return parameter(position).m_indicator == dtk::oracle::indicatorTruncated;
+    return hasParameter(position) && parameter(position).m_indicator == dtk::oracle::indicatorTruncated;
 }
 
 void _DTK_Statement::mb_setErrorOnNull(unsigned int position, bool flag) {
-    parameter(position).m_errorOnNull = flag;
+    if (hasParameter(position)) parameter(position).m_errorOnNull = flag;
 }
 
 unsigned int _DTK_Statement::mb_getStmtType() {

@@ -104,7 +104,12 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
 
     OCIError* errorHandle() const;
     OCISvcCtx* serviceContext() const;
-    Parameter& parameter(unsigned int position) { return *m_paramBuffers[position - 1]; }
+    bool hasParameter(unsigned int position) const { return position - 1 < m_paramBuffers.size(); }
+    Parameter& parameter(unsigned int position) {
+        if (!hasParameter(position)) refusePosition(position);
+        return *m_paramBuffers[position - 1];
+    }
+    [[noreturn]] void refusePosition(unsigned int position);
 
     void prepare(const DTK_String& sql);
     void appendPlaceholders(std::size_t count);

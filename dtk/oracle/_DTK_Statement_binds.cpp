@@ -132,6 +132,16 @@ long long _DTK_Statement::mb_getInt64(unsigned int position) {
     return readNumber<long long>(parameter(position), error::column_conversion_unexpected);
 }
 
+// OCI has the words for a position that the text does not have.
+void _DTK_Statement::refusePosition(unsigned int position) {
+    static int unused = 0; // for good, should OCI take it all the same
+    OCIBind* handle = nullptr;
+    check(OCIBindByPos(m_stmtHandle, &handle, errorHandle(), position, &unused, sizeof unused, SQLT_INT, nullptr,
+                       nullptr, nullptr, 0, nullptr, OCI_DEFAULT),
+          errorHandle());
+    throw DTK_Exception(error::parameter_conversion_unexpected);
+}
+
 void _DTK_Statement::bind(unsigned int position, void* value, int size_bytes, unsigned short external,
                           void* indicators) {
     OCIBind* handle = nullptr;

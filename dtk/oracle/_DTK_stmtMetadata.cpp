@@ -113,5 +113,6 @@ void _DTK_stmtMetadata::mb_initMetaData(OCIStmt* statement, OCIError* errorHandl
 }
 
 int _DTK_stmtMetadata::readAttribute(unsigned int column, unsigned int attribute, unsigned short& value) {
-    return OCIAttrGet(m_params[column - 1], OCI_DTYPE_PARAM, &value, nullptr, attribute, m_errorHandle);
+    OCIParam* param = column - 1 < m_params.size() ? m_params[column - 1] : nullptr; // which OCI refuses
+    return OCIAttrGet(param, OCI_DTYPE_PARAM, &value, nullptr, attribute, m_errorHandle);
 }
