@@ -55,7 +55,9 @@ int main() try {
         std::cout << count << " rows stored with one call\n";
     }
 
-    // The rows before a bad one stay in the open transaction; the exception tells neither which nor how many.
+    // The rows before a bad one stay in the open transaction; the exception tells neither which nor how many. To keep
+    // the good rows: roll back (to a savepoint, if batches before are not committed) and execute them one by one with a
+    // second statement that binds single values; the rows that fail there are the bad ones.
     batch.fill(total + 1, batch_rows);
     batch.ids[300] = 1;
     insert->mb_setUpdateCount(batch_rows);
