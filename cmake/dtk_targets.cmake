@@ -14,8 +14,8 @@ add_library(dtk_options INTERFACE)
 target_compile_features(dtk_options INTERFACE cxx_std_20)
 target_include_directories(dtk_options INTERFACE ${PROJECT_SOURCE_DIR})
 target_link_libraries(dtk_options INTERFACE dtk_warnings Threads::Threads)
-# The libraries' own functions are not for others to replace: calls among them are direct and may be
-# inlined.
+# The libraries' own functions are not for others to replace: calls among them are direct and may be inlined.
+# Calls of other libraries' functions take no detour through a stub.
 target_compile_options(dtk_options INTERFACE -fno-semantic-interposition -fno-plt)
 target_link_options(dtk_options INTERFACE -Wl,-Bsymbolic-functions)
 
