@@ -50,8 +50,8 @@ class Application {
         const auto goes_on = [&] { return item < rows_per_worker || m_generation == 0; };
         while (goes_on()) {
             const int generation = m_generation; // read first: a number older than the connection does no harm
-            // No try here: the pool has all its sessions from the start. One with fewer initial than maximum sessions may
-            // log a further one on here, and throws while the database is away.
+            // No try here: the pool has all its sessions from the start. One with fewer initial than maximum sessions
+            // may log a further one on here, and throws while the database is away.
             const support::Connection connection(m_pool->mb_getConnection(false));
             try {
                 const auto insert = support::prepare(*connection, "INSERT INTO work VALUES (:1, :2)");
