@@ -208,6 +208,11 @@ OracleError statement_error(std::string_view message) {
     return OracleError(900, message);
 }
 
+std::string path_of(sqlite3* db) {
+    const char* path = sqlite3_db_filename(db, "main");
+    return path != nullptr ? path : "";
+}
+
 OracleError constraint_error(int extended, std::string_view message) {
     const auto subject = behind(message, "failed: ");
     switch (extended) {
@@ -256,15 +261,15 @@ OracleError sqlite_error(sqlite3* db) {
     case SQLITE_ABORT:
     case SQLITE_SCHEMA: return OracleError(1555);
     case SQLITE_FULL: return OracleError(1653);
-    case SQLITE_READONLY: return OracleError(16000);
+    case SQLITE_READONLY: return OracleError(16000, path_of(db));
     case SQLITE_INTERRUPT: return OracleError(1013);
     case SQLITE_TOOBIG: return OracleError(1461);
     case SQLITE_NOMEM: return OracleError(4030);
     case SQLITE_NOTADB:
-    case SQLITE_CORRUPT: return OracleError(1157, message);
+    case SQLITE_CORRUPT: return OracleError(1157, path_of(db) + ": " + std::string(message));
     case SQLITE_IOERR:
     case SQLITE_CANTOPEN:
-    case SQLITE_PROTOCOL: return OracleError(3113, message);
+    case SQLITE_PROTOCOL: return OracleError(3113, path_of(db) + ": " + std::string(message));
     default: return OracleError(600, message);
     }
 }

@@ -4,8 +4,12 @@
 #include "functions.h"
 #include "statement.h"
 
+#include <cerrno>
+#include <cstring>
 #include <ctime>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <unistd.h>
 #include <utility>
 
 namespace oci {
@@ -50,13 +54,19 @@ void Session::open() {
     const int status = sqlite3_open_v2(m_database->path().c_str(), &db, flags, nullptr);
     m_db.reset(db);
     if (status != SQLITE_OK) {
-        if (m_database->identity() == FileIdentity{}) throw OracleError(1034);
-        throw OracleError(1157, m_database->path());
+        check_place();
+        const std::string reason = m_database->path() + ": " + std::strerror(sqlite3_system_errno(db));
+        throw OracleError(m_database->identity() == FileIdentity{} ? 1034 : 1157, reason);
     }
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
     sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
     sqlite3_busy_timeout(db, static_cast<int>(default_patience.count()));
-    run(settings);
+    try {
+        run(settings);
+    } catch (const OracleError&) {
+        check_place();
+        throw;
+    }
     if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
     register_functions(db, m_user);
     m_begin = compile("BEGIN IMMEDIATE");
@@ -64,6 +74,15 @@ void Session::open() {
     m_rollback = compile("ROLLBACK");
     m_identity = m_database->identity();
     m_database->was_opened();
+}
+
+void Session::check_place() const {
+    const auto end_of_folder = m_database->path().rfind('/') + 1;
+    const std::string folder = m_database->path().substr(0, end_of_folder);
+    if (faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) == 0) return;
+    const int reason = errno;
+    if (reason != EROFS && reason != EACCES) return;
+    throw OracleError(16000, m_database->path() + ": " + std::strerror(reason));
 }
 
 Session::~Session() {

@@ -84,6 +84,8 @@ class Session {
     };
 
     void open();
+    /// ORA-16000 where the database's folder cannot be written to: SQLite needs files of its own beside the database.
+    void check_place() const;
     void lose();
     void end_transaction();
     int begin_immediate();

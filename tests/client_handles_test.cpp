@@ -4,6 +4,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <unistd.h>
 
 namespace {
 
@@ -22,6 +23,12 @@ struct ScratchFolder {
 
     fs::path path;
 };
+
+std::string errorText(const OciSession& session) {
+    char text[400] = "";
+    OCIErrorGet(session.error, 1, nullptr, nullptr, reinterpret_cast<OraText*>(text), sizeof text, OCI_HTYPE_ERROR);
+    return text;
+}
 
 TEST(ClientHandles, ofTheWrongKindFreedOrNullAreInvalid) {
     OciSession session("memory:handles");
@@ -120,7 +127,10 @@ TEST(ClientLogon, namesItsDatabaseAndNeedsItsAccount) {
         {folder.path / "folder.db", "scott", "x", 1157},
     };
     for (const auto& [database, user, password, code] : cases) {
-        EXPECT_EQ(OciSession(database, user, password).logonCode, code) << database << " " << user;
+        const OciSession session(database, user, password);
+        EXPECT_EQ(session.logonCode, code) << database << " " << user;
+        if (code != 12154 && code != 1157) continue;
+        EXPECT_NE(errorText(session).find(database.c_str()), std::string::npos) << errorText(session);
     }
     const OciSession session(file);
     EXPECT_EQ(session.run("CREATE USER bob IDENTIFIED BY \"pass word\""), "");
@@ -137,6 +147,24 @@ TEST(ClientLogon, namesItsDatabaseAndNeedsItsAccount) {
     EXPECT_EQ(OciSession(file, "bob", "pass word").logonCode, 1017);
     EXPECT_EQ(session.run("DROP USER bob"), "");
     EXPECT_EQ(OciSession(file, "bob", "new").logonCode, 1017);
+}
+
+// As on a file system that is read-only, SQLite can make no files beside the database.
+TEST(ClientLogon, needsAPlaceThatItMayWriteTo) {
+    const ScratchFolder folder;
+    const std::string file = folder.path / "a.db";
+    EXPECT_EQ(OciSession(file).logonCode, 0);
+    fs::permissions(folder.path, fs::perms(0555));
+    const bool root = geteuid() == 0; // whom no permission keeps out
+    constexpr uid_t nobody = 65534;
+    ASSERT_EQ(root ? seteuid(nobody) : 0, 0);
+    for (const std::string& database : {file, file + ".new"}) {
+        const OciSession session(database);
+        EXPECT_EQ(session.logonCode, 16000);
+        EXPECT_NE(errorText(session).find(database), std::string::npos) << errorText(session);
+    }
+    ASSERT_EQ(root ? seteuid(0) : 0, 0);
+    fs::permissions(folder.path, fs::perms(0755));
 }
 
 TEST(ClientLogon, leavesGarbageInTheHandleAlone) {
