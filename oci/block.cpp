@@ -62,24 +62,56 @@ class Reader : public TokenReader {
     }
 };
 
+/// COMMIT or ROLLBACK of the whole transaction.
+bool ends_transaction(Tokens statement) {
+    return statement.size() == 1 || (statement.size() == 2 && statement[1].is("WORK"));
+}
+
+/// Refuses what is no statement that a block can carry out, before any of its block runs.
+void check_statement(Tokens statement) {
+    static constexpr std::string_view refused[] = {
+        "<",    "BEGIN", "CASE", "CLOSE", "CONTINUE", "DECLARE", "EXCEPTION", "EXECUTE",   "EXIT",
+        "FOR",  "FETCH", "GOTO", "IF",    "FORALL",   "LOCK",    "LOOP",      "MERGE",     "OPEN",
+        "PIPE", "RAISE", "SET",  "WHILE", "PRAGMA",   "RETURN",  "SAVEPOINT", "RAISE_APPLICATION_ERROR"};
+    if (statement.empty()) refuse("PLS-00103: encountered \";\" when expecting a statement");
+    const Token& first = statement.front();
+    if (first.is("END")) refuse("PLS-00103: encountered \"END\" when expecting a statement");
+    if (statement.size() > 2 && statement[1].is(":=")) return;
+    for (const auto word : refused) {
+        if (!first.is(word)) continue;
+        const std::string name(word == "<" ? "a label" : word);
+        refuse("PLS-00103: " + name + " is not supported: blocks are straight-line here");
+    }
+    for (const std::string_view word : {"SELECT", "WITH", "INSERT", "UPDATE", "DELETE"}) {
+        if (first.is(word)) return;
+    }
+    if (first.is("NULL") && statement.size() == 1) return;
+    if ((first.is("COMMIT") || first.is("ROLLBACK")) && ends_transaction(statement)) return;
+    Reader call(statement);
+    call.name();
+    if (call.accept(".")) call.name();
+    if (call.accept("(")) {
+        call.until(")");
+        call.expect(")");
+    }
+    if (!call.at_end()) refuse("PLS-00103: encountered \"" + std::string(call.peek().text) + "\" when expecting \";\"");
+}
+
 /// The statements between BEGIN and END, behind which nothing but the name of the procedure stands.
 Tokens body_of(Reader& reader) {
     reader.expect("BEGIN");
     const Token* first = &reader.peek();
-    std::size_t length = 0;
-    for (int open_cases = 0;; ++length) {
-        const Token& token = reader.take();
-        if (token.kind == Token::Kind::end) refuse("PLS-00103: encountered the end of the text when expecting \"END\"");
-        if (token.is("CASE")) ++open_cases;
-        if (token.is("END") && open_cases-- == 0) break;
-    }
-    if (reader.peek().is("IF") || reader.peek().is("LOOP"))
-        refuse("PLS-00103: control flow is not supported: blocks are straight-line here");
+    do {
+        if (reader.at_end()) refuse("PLS-00103: encountered the end of the text when expecting \"END\"");
+        check_statement(reader.until(";"));
+        reader.expect(";");
+    } while (!reader.peek().is("END"));
+    const Tokens body(first, &reader.take());
     if (reader.peek().is_name()) reader.take();
     reader.accept(";");
     if (!reader.at_end())
         refuse("PLS-00103: encountered \"" + std::string(reader.peek().text) + "\" behind the end of the block");
-    return {first, length};
+    return body;
 }
 
 Procedure read_procedure(Tokens tokens) {
@@ -124,7 +156,6 @@ class Frame {
         while (!reader.at_end()) {
             const Tokens statement = reader.until(";");
             reader.expect(";");
-            if (statement.empty()) refuse("PLS-00103: encountered \";\"");
             run_statement(statement);
         }
     }
@@ -147,16 +178,10 @@ class Frame {
 
   private:
     void run_statement(Tokens statement) {
-        static constexpr std::string_view refused[] = {"IF",   "LOOP",   "FOR",  "WHILE",   "DECLARE", "EXCEPTION", "RAISE", "RETURN",
-                                                       "GOTO", "CASE",   "OPEN", "EXECUTE", "BEGIN",   "FETCH",     "CLOSE", "EXIT"};
         const Token& first = statement.front();
-        for (const auto word : refused) {
-            if (first.is(word)) refuse("PLS-00103: " + std::string(word) + " is not supported: blocks are straight-line here");
-        }
         if (first.is("NULL") && statement.size() == 1) return;
-        const bool whole = statement.size() == 1 || (statement.size() == 2 && statement[1].is("WORK"));
-        if (first.is("COMMIT") && whole) return m_session.commit();
-        if (first.is("ROLLBACK") && whole) return m_session.rollback();
+        if (first.is("COMMIT") && ends_transaction(statement)) return m_session.commit();
+        if (first.is("ROLLBACK") && ends_transaction(statement)) return m_session.rollback();
         if (first.is("SELECT") || first.is("WITH")) return run_sql(statement, true);
         if (first.is("INSERT") || first.is("UPDATE") || first.is("DELETE")) return run_sql(statement, false);
         if (statement.size() > 2 && statement[1].is(":=")) return assign(variable(first), evaluate(statement.subspan(2)).get());
