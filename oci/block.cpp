@@ -247,9 +247,7 @@ class Frame {
     }
 
     OwnedValue evaluate(Tokens expression) {
-        std::vector<Token> query{{Token::Kind::word, "SELECT"}};
-        query.insert(query.end(), expression.begin(), expression.end());
-        const Compiled compiled = m_session.compile(translate(m_session, query, positions()).sql);
+        const Compiled compiled = m_session.compile(translate_value(m_session, expression, positions()).sql);
         if (sqlite3_column_count(compiled.get()) != 1) refuse("PLS-00306: one value is expected");
         bind(compiled.get());
         step(compiled.get());

@@ -152,12 +152,20 @@ Expression Translator::additive() {
 
 Expression Translator::concatenation(Expression left) {
     constexpr int most_arguments = 100;
-    std::string sql = "ora_concat(" + left.sql;
+    std::string arguments = left.sql;
+    bool large = left.type.family == Family::clob;
     int count = 1;
     do {
-        sql += ", " + term().sql;
+        const Expression right = term();
+        arguments += ", " + right.sql;
+        large = large || right.type.family == Family::clob;
     } while (++count < most_arguments && accept("||"));
-    return {sql + ")", ColumnType::of_family(Family::text, 4000)};
+    return composed("ora_concat", arguments, large);
+}
+
+Expression Translator::composed(const std::string& function, const std::string& arguments, bool large) const {
+    if (large) return {function + "(" + arguments + ")", expression_type(Family::clob)};
+    return {function + "_to(" + std::to_string(m_longest_text) + ", " + arguments + ")", expression_type(Family::text)};
 }
 
 Expression Translator::term() {
@@ -378,6 +386,10 @@ Expression Translator::function(const Token& called) {
     }
     expect(")", 907);
     --m_depth;
+    for (const char* name : {"CONCAT", "REPLACE", "TRANSLATE"}) {
+        const auto is_large = [](const ColumnType& type) { return type.family == Family::clob; };
+        if (called.is(name)) return composed(name, arguments, std::any_of(types.begin(), types.end(), is_large));
+    }
     return {identifier(called) + "(" + arguments + ")", function_type(upper(called.text), types)};
 }
 

@@ -39,6 +39,20 @@ Value concatenate(Arguments& in) {
     return Value::of(in.scratch);
 }
 
+/// A function of texts, with before its arguments the most bytes that its result may have. Where an argument is longer
+/// than that, it is a large object whatever its type told, and so is the result.
+template <Function function> Value limited(Arguments& in) {
+    const auto limit = static_cast<std::size_t>(integer_of(in[0]));
+    ++in.values;
+    --in.count;
+    const Value result = function(in);
+    if (result.size <= limit) return result;
+    for (int i = 0; in.has(i); ++i) {
+        if (in[i].size > limit) return result;
+    }
+    throw limit == longest_text ? OracleError(1489) : OracleError(6502, "character string buffer too small");
+}
+
 std::int64_t bytes(std::string_view text) {
     return static_cast<std::int64_t>(text.size());
 }
@@ -95,12 +109,16 @@ template <Side side> Value padded(Arguments& in) {
     std::string scratch[2];
     const std::string_view text = text_of(in[0], scratch[0]);
     const std::string_view fill = in.has(2) ? text_of(in[2], scratch[1]) : " ";
-    constexpr std::int64_t longest = 4000; // as VARCHAR2
-    const std::int64_t width = std::min(integer_of(in[1]), longest);
+    const std::int64_t width = std::min<std::int64_t>(integer_of(in[1]), longest_text);
     const std::string_view kept = text.substr(0, offset_behind(text, width));
+    const std::size_t room = longest_text - std::min<std::size_t>(kept.size(), longest_text);
     std::int64_t missing = width - characters(kept);
     for (const std::int64_t step = std::max<std::int64_t>(characters(fill), 1); missing > 0; missing -= step) {
         in.scratch += fill.substr(0, offset_behind(fill, missing));
+    }
+    if (in.scratch.size() > room) {
+        in.scratch.resize(room + 1);
+        in.scratch.resize(in.scratch.size() - last_character(in.scratch).size());
     }
     in.scratch.insert(side == Side::left ? in.scratch.size() : 0, kept);
     return Value::of(in.scratch);
@@ -165,6 +183,7 @@ Value character_code(Arguments& in) {
 
 constexpr Entry entries[] = {
     {"ora_concat", -1, -1, call<concatenate>},
+    {"ora_concat_to", -1, -1, call<limited<concatenate>>},
     {"length", 1, 1, call<strict<length<characters>>>},
     {"lengthb", 1, 1, call<strict<length<bytes>>>},
     {"substr", 2, 3, call<strict<part_of_text>>},
@@ -176,8 +195,11 @@ constexpr Entry entries[] = {
     {"rtrim", 1, 2, call<strict<trimmed<Side::right>>>},
     {"trim", 1, 2, call<strict<trimmed<Side::both>>>},
     {"replace", 2, 3, call<replaced>},
+    {"replace_to", 3, 4, call<limited<replaced>>},
     {"translate", 3, 3, call<strict<translated>>},
+    {"translate_to", 4, 4, call<limited<strict<translated>>>},
     {"concat", 2, 2, call<concatenate>},
+    {"concat_to", 3, 3, call<limited<concatenate>>},
     {"chr", 1, 1, call<strict<character>>},
     {"ascii", 1, 1, call<strict<character_code>>},
 };

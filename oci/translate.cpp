@@ -389,6 +389,13 @@ Translation translate(Session& session, std::span<const Token> tokens, const Pos
     return Translator(session, tokens, positions).statement();
 }
 
+Translation translate_value(Session& session, std::span<const Token> expression, const Positions& positions) {
+    std::vector<Token> query{{Token::Kind::word, "SELECT"}};
+    query.insert(query.end(), expression.begin(), expression.end());
+    constexpr int longest_of_program = 32767;
+    return Translator(session, query, positions, longest_of_program).statement();
+}
+
 void check_targets(sqlite3_stmt* compiled, const Translation& translation) {
     const int values = sqlite3_column_count(compiled) - (translation.locked_table.empty() ? 0 : 1);
     const auto targets = static_cast<int>(translation.into.size());

@@ -27,6 +27,9 @@ using Positions = std::function<unsigned(const Token&)>;
 /// Translates one query or DML statement. Without `positions` every occurrence of a placeholder is the next position.
 Translation translate(Session& session, std::span<const Token> tokens, const Positions& positions = {});
 
+/// Translates an expression of a block into a query of its value.
+Translation translate_value(Session& session, std::span<const Token> expression, const Positions& positions);
+
 /// ORA-00913 or ORA-00947 when a statement gives other than one value for each target behind INTO.
 void check_targets(sqlite3_stmt* compiled, const Translation& translation);
 

@@ -23,8 +23,9 @@ void append(std::string& sql, std::string_view piece);
 /// Reads one statement and writes it in SQLite's SQL.
 class Translator : TokenReader {
   public:
-    Translator(Session& session, Tokens tokens, const Positions& positions)
-        : TokenReader(tokens), m_session(session), m_positions(positions) {
+    /// @param longest  bytes of a text that is put together
+    Translator(Session& session, Tokens tokens, const Positions& positions, int longest = longest_text)
+        : TokenReader(tokens), m_session(session), m_positions(positions), m_longest_text(longest) {
         session.forget_outdated_tables();
         collect_tables();
         collect_aliases();
@@ -101,6 +102,8 @@ class Translator : TokenReader {
     Expression additive();
     /// Terms side by side in one call: nested calls would soon be too deep for SQLite.
     Expression concatenation(Expression left);
+    /// The call of a function that puts texts together: of a large object the result is one, any other has a longest size.
+    Expression composed(const std::string& function, const std::string& arguments, bool large) const;
     Expression term();
     Expression factor();
     static bool both_numbers(const Expression& left, const Expression& right);
@@ -125,6 +128,7 @@ class Translator : TokenReader {
 
     Session& m_session;
     const Positions& m_positions;
+    const int m_longest_text;
     std::vector<const std::vector<Column>*> m_tables;
     std::unordered_set<std::string> m_aliases;
     Translation m_result;

@@ -60,6 +60,7 @@ class OwnedValue {
 enum class Family : std::uint8_t { unknown, number, text, fixed_text, date, raw, long_text, long_raw, rowid, blob, clob };
 
 constexpr sb1 any_scale = -127; ///< of a number with any digits behind the point
+constexpr int longest_text = 4000;     ///< bytes of a VARCHAR2
 constexpr double number_limit = 1e126; ///< numbers are below it
 
 /// What a column, a parameter or an expression is declared as.

@@ -89,7 +89,7 @@ const Fetched fetched[] = {
     {"VARCHAR2(9)", "''", SQLT_STR, 4, "-1", "ORA-1405"},
     {"CHAR(4)", "'a'", SQLT_STR, 9, "0 a   "},
     {"LONG",
-     "RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || "
+     "EMPTY_CLOB() || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || "
      "RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000) || RPAD('x', 4000)",
      SQLT_STR, 3, "-2 x ", "ORA-1406"},
     {"RAW(3)", "'0aff'", SQLT_STR, 9, "0 0AFF"},
