@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <limits>
 
 namespace oci {
 
@@ -64,6 +65,16 @@ Value Decimal::value() const {
         end = std::to_chars(end, text + sizeof text, exponent).ptr;
     }
     return number_of(std::string_view(text, static_cast<std::size_t>(end - text)));
+}
+
+double without_noise(double number, double magnitude) {
+    constexpr double greatest = 1e15; // has no fraction of 15 digits
+    constexpr double least = 1e-8;    // below it the power of ten is none that a double holds
+    if (!(magnitude < greatest && magnitude >= least)) return number;
+    const double power = power_of_ten(14 - static_cast<int>(std::floor(std::log10(magnitude))));
+    const double rounded = std::nearbyint(number * power) / power;
+    const double noise = magnitude * 2 * std::numeric_limits<double>::epsilon();
+    return std::fabs(rounded - number) <= noise ? rounded : number;
 }
 
 } // namespace oci

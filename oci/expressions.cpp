@@ -173,8 +173,8 @@ Expression Translator::term() {
     for (;;) {
         if (accept("*")) {
             const Expression right = factor();
-            left = both_numbers(left, right) ? joined(std::move(left), "*", right)
-                                             : call("ora_mul", left, right, ColumnType::number());
+            left = is_plain(left, right) ? joined(std::move(left), "*", right)
+                                         : call("ora_mul", left, right, ColumnType::number());
         } else if (accept("/")) {
             left = call("ora_div", left, factor(), ColumnType::number());
         } else {
@@ -195,24 +195,29 @@ Expression Translator::factor() {
     return operand;
 }
 
-bool Translator::both_numbers(const Expression& left, const Expression& right) {
-    return left.type.family == Family::number && right.type.family == Family::number;
+bool Translator::is_plain(const Expression& left, const Expression& right) {
+    constexpr int deepest_calls = 15;
+    if (left.type.family != Family::number || right.type.family != Family::number) return false;
+    return (left.whole && right.whole) || std::max(left.calls, right.calls) >= deepest_calls;
 }
 
 Expression Translator::joined(Expression left, const char* sign, const Expression& right) {
     left.sql.append(" ").append(sign).append(" ").append(right.sql);
-    return {std::move(left.sql), ColumnType::number()};
+    const int calls = std::max(left.calls, right.calls);
+    return {std::move(left.sql), ColumnType::number(), 0, false, left.whole && right.whole, calls};
 }
 
 Expression Translator::call(const char* function, const Expression& left, const Expression& right, ColumnType type) {
-    return {std::string(function) + "(" + left.sql + ", " + right.sql + ")", type};
+    const int calls = std::max(left.calls, right.calls) + 1;
+    return {std::string(function) + "(" + left.sql + ", " + right.sql + ")", type, 0, false, false, calls};
 }
 
 Expression Translator::sum(Expression left, const Expression& right, char sign) {
     const Family l = left.type.family;
     const Family r = right.type.family;
-    if (both_numbers(left, right)) return joined(std::move(left), sign == '+' ? "+" : "-", right);
+    if (is_plain(left, right)) return joined(std::move(left), sign == '+' ? "+" : "-", right);
     ColumnType type;
+    if (l == Family::number && r == Family::number) type = ColumnType::number();
     if (l == Family::date && r == Family::number) type = expression_type(Family::date);
     if (l == Family::number && r == Family::date) type = expression_type(Family::date);
     if (l == Family::date && r == Family::date) type = ColumnType::number();
@@ -224,7 +229,7 @@ Expression Translator::sum(Expression left, const Expression& right, char sign) 
 Expression Translator::primary() {
     const Token& token = peek();
     switch (token.kind) {
-    case Token::Kind::number: return {std::string(take().text), ColumnType::number()};
+    case Token::Kind::number: return number();
     case Token::Kind::string: return literal();
     case Token::Kind::placeholder: return placeholder();
     case Token::Kind::symbol:
@@ -241,6 +246,12 @@ Expression Translator::primary() {
     default: break;
     }
     throw OracleError(936);
+}
+
+Expression Translator::number() {
+    const auto text = take().text;
+    const bool whole = text.find_first_not_of("0123456789") == std::string_view::npos;
+    return {std::string(text), ColumnType::number(), 0, false, whole};
 }
 
 Expression Translator::literal() {
@@ -365,6 +376,7 @@ Expression Translator::column(const Token& first) {
     }
     if (peek().is("(") && peek(1).is("+") && peek(2).is(")")) throw OracleError(3001, "(+)");
     expression.type = type_of_column(plain_name(*last));
+    expression.whole = expression.type.scale == 0;
     if (last->is("ROWID")) expression.type = ColumnType::of_family(Family::rowid);
     return expression;
 }

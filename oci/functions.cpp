@@ -223,6 +223,7 @@ void register_functions(sqlite3* db, const std::string& user_name) {
             }
         }
     }
+    register_sums(db);
 }
 
 } // namespace oci

@@ -54,7 +54,9 @@ template <Operator op> Value arithmetic(Arguments& in) {
     if (integers && calculate<op>(x.integer, y.integer, exact)) return Value::of(exact);
     const double result = calculate<op>(as_double(x), as_double(y));
     if (!std::isfinite(result)) throw OracleError(1426);
-    return Value::of(result);
+    const bool sum = op == Operator::add || op == Operator::subtract;
+    const double operands = sum ? std::max(std::fabs(as_double(x)), std::fabs(as_double(y))) : 0;
+    return Value::of(without_noise(result, std::max(std::fabs(result), operands)));
 }
 
 template <double (*function)(double)> Value of_real(Arguments& in) {

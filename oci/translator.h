@@ -12,6 +12,8 @@ struct Expression {
     ColumnType type{};        ///< of unknown family where the text does not tell
     unsigned placeholder = 0; ///< its position when the expression is nothing but a placeholder
     bool star = false;        ///< table.*
+    bool whole = false;       ///< a number that never has a fraction
+    int calls = 0;            ///< of arithmetic functions, one within the other
 };
 
 /// An expression keeps the family of what it is made of, not its size: NUMBER alone, VARCHAR2(4000).
@@ -106,12 +108,14 @@ class Translator : TokenReader {
     Expression composed(const std::string& function, const std::string& arguments, bool large) const;
     Expression term();
     Expression factor();
-    static bool both_numbers(const Expression& left, const Expression& right);
+    /// Does SQLite's own arithmetic do? For whole numbers, and where nested calls would be too deep for SQLite.
+    static bool is_plain(const Expression& left, const Expression& right);
     static Expression joined(Expression left, const char* sign, const Expression& right);
     static Expression call(const char* function, const Expression& left, const Expression& right, ColumnType type);
-    /// Where an operand may be a date, a function finds out when it runs.
+    /// Where an operand may be a date, or have a fraction, a function finds out when it runs.
     static Expression sum(Expression left, const Expression& right, char sign);
     Expression primary();
+    Expression number();
     Expression literal();
     unsigned position_of(const Token& token) { return m_positions ? m_positions(token) : ++m_placeholders; }
     Expression placeholder();

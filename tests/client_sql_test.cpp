@@ -112,6 +112,27 @@ const Group groups[] = {
       {"SELECT * FROM emp e, dept d WHERE e.deptno = d.deptno(+)", "ORA-03001"},
       {"SELECT DISTINCT ename FROM emp FOR UPDATE", "ORA-01786"},
       {"SELECT MAX(MAX(sal)) FROM emp", "ORA-00934"}}},
+    {"sums",
+     {{"CREATE TABLE s (id NUMBER(2), x NUMBER(9,2), n NUMBER(18))", ""},
+      {"INSERT INTO s SELECT 1, 0.1, 900000000000000001 FROM DUAL UNION ALL SELECT 2, 0.2, 3 FROM DUAL UNION ALL "
+       "SELECT 3, -0.3, NULL FROM DUAL",
+       ""},
+      {"SELECT COUNT(*), SUM(n), AVG(n) FROM s HAVING SUM(x) = 0", "3,900000000000000004,450000000000000002"},
+      {"SELECT SUM(x), AVG(x) FROM s WHERE id < 3 HAVING SUM(x) = 0.3 AND AVG(x) = 0.15", ".3,.15"},
+      {"SELECT SUM(DISTINCT ABS(x)), SUM(x / 1e3) FROM s HAVING SUM(x * 1.1) = 0 AND SUM(DISTINCT ABS(x)) = 0.6",
+       ".6,0"},
+      {"SELECT AVG(id), SUM(id / 3), AVG(1 / 3) FROM s", "2,2,.333333333333333"},
+      {"SELECT id FROM (SELECT id, SUM(x) OVER (ORDER BY id ROWS 1 PRECEDING) t FROM s) WHERE t IN (0.3, -0.1)", "2;3"},
+      {"SELECT t FROM (SELECT id, SUM(DECODE(id, 1, 1e17, 2, 1e30, x)) OVER (ORDER BY id ROWS 1 PRECEDING) t FROM s "
+       "UNION ALL SELECT 4, 0 FROM DUAL) WHERE id = 4 OR t < 0",
+       "0"},
+      {"SELECT AVG(x) OVER (ORDER BY id ROWS BETWEEN CURRENT ROW AND CURRENT ROW) FROM s", ".1;.2;-.3"},
+      {"SELECT SUM(9223372036854775807), SUM(-9223372036854775807) / 3, SUM(id / 30000) FROM s",
+       "27670116110564327424,-9223372036854775808,.0002"},
+      {"SELECT SUM(POWER(10, 308)) FROM s", "ORA-01426"},
+      {"SELECT SUM(x), AVG(n) FROM s WHERE id > 9", ","},
+      {"SELECT SUM('5'), SUM(x || '') FROM s WHERE id = 1", "5,.1"},
+      {"SELECT SUM(SUBSTR('x', id)) FROM s", "ORA-01722"}}},
     {"changes",
      {{"INSERT INTO emp VALUES (1)", "ORA-00947"},
       {"INSERT INTO emp (empno, ename) SELECT 3 FROM DUAL", "ORA-00947"},
@@ -252,6 +273,7 @@ TEST(ClientSqlDepth, isRefusedBeforeTheStackEnds) {
     EXPECT_EQ(session.run("SELECT " + repeated("CASE WHEN 1 = 1 THEN ", deep) + "1 FROM DUAL"), "ORA-00900");
     EXPECT_EQ(session.run("SELECT " + repeated("- ", deep) + "1 FROM DUAL"), "1");
     EXPECT_EQ(session.run("SELECT LENGTH('x'" + repeated(" || 'y'", 400) + ") FROM DUAL"), "401");
+    EXPECT_EQ(session.run("SELECT 0.5" + repeated(" * 1 + 0.5", 400) + " FROM DUAL"), "200.5");
 }
 
 } // namespace
