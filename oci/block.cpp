@@ -32,7 +32,8 @@ struct Variable {
     std::string name;
     OwnedValue value;
     ColumnType type;             ///< of a parameter: what it is assigned is made to fit
-    OCIBind* unread = nullptr;   ///< the buffer, until the value is needed: that of an OUT parameter may hold nothing yet
+    OCIBind* bind = nullptr;     ///< of a placeholder: where what it is assigned has to find room
+    OCIBind* unread = nullptr;   ///< the same, until the value is needed: that of an OUT parameter may hold nothing yet
     bool assigned = false;
     bool writable = true;
 };
@@ -170,6 +171,8 @@ class Frame {
 
     void assign(Variable& variable, const Value& value) {
         if (!variable.writable) refuse("PLS-00363: expression '" + variable.name + "' cannot be used as an assignment target");
+        const bool too_long = variable.bind != nullptr && !has_room(variable.bind->buffer, value);
+        if (too_long) throw OracleError(6502, "character string buffer too small");
         std::string scratch;
         variable.value.assign(fit(value, variable.type, variable.name, scratch));
         variable.unread = nullptr;
@@ -332,20 +335,19 @@ void run_once(OCIStmt& handle, Tokens body, ub4 iteration) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         Variable variable;
         variable.name = names[i];
-        variable.unread = &bind_at(handle, static_cast<unsigned>(i + 1));
+        variable.bind = variable.unread = &bind_at(handle, static_cast<unsigned>(i + 1));
         frame.variables.push_back(std::move(variable));
     }
     Savepoint savepoint(session);
     try {
         frame.run(body);
+        for (const Variable& variable : frame.variables) {
+            if (variable.assigned) write(variable.bind->buffer, iteration, variable.value.get());
+        }
         savepoint.keep();
     } catch (...) {
         savepoint.undo();
         throw;
-    }
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        const Variable& variable = frame.variables[i];
-        if (variable.assigned) write(handle.binds[i]->buffer, iteration, variable.value.get());
     }
 }
 

@@ -77,10 +77,15 @@ void write_real(const Buffer& buffer, ub4 index, double number) {
     done(buffer, index, static_cast<std::size_t>(buffer.size));
 }
 
+/// The bytes of text that an element has room for.
+std::size_t text_capacity(const Buffer& buffer) {
+    return static_cast<std::size_t>(std::max(0, buffer.size - (buffer.type == SQLT_STR ? 1 : 0)));
+}
+
 /// Text with its NUL (SQLT_STR), padded with blanks (SQLT_CHR) or bare.
 void write_text(const Buffer& buffer, ub4 index, std::string_view text) {
     const bool terminated = buffer.type == SQLT_STR;
-    const auto capacity = static_cast<std::size_t>(std::max(0, buffer.size - (terminated ? 1 : 0)));
+    const std::size_t capacity = text_capacity(buffer);
     const std::size_t length = std::min(text.size(), capacity);
     char* element = buffer.element(index);
     std::memcpy(element, text.data(), length);
@@ -300,6 +305,12 @@ void write(const Buffer& buffer, ub4 index, const Value& value) {
         return write_date(buffer, index, value.text());
     default: return write_text(buffer, index, text_of(value, scratch));
     }
+}
+
+bool has_room(const Buffer& buffer, const Value& value) {
+    const bool text = buffer.type == SQLT_STR || buffer.type == SQLT_CHR || buffer.type == SQLT_LNG;
+    std::string scratch;
+    return !text || value.is_null() || text_of(value, scratch).size() <= text_capacity(buffer);
 }
 
 Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& column) {

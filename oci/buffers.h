@@ -80,6 +80,9 @@ class Input {
 /// @throws the ORA- number of a value that cannot be converted or does not fit
 void write(const Buffer& buffer, ub4 index, const Value& value);
 
+/// Would the value be written whole? Of what is written as text it may be too long for an element.
+bool has_room(const Buffer& buffer, const Value& value);
+
 /// A buffer of a define with the column that it is for and the way from the one to the other.
 class Output {
   public:

@@ -93,7 +93,9 @@ void run_iteration(OCIStmt& handle, ub4 iteration) {
         if (std::exchange(returned, true)) throw OracleError(24369);
         for (std::size_t i = 0; i < into.size(); ++i) {
             const Buffer& buffer = bind_at(handle, into[i]).buffer;
-            write(buffer, iteration, Value::of(sqlite3_column_value(compiled, static_cast<int>(i))));
+            const Value value = Value::of(sqlite3_column_value(compiled, static_cast<int>(i)));
+            if (!has_room(buffer, value)) throw OracleError(1406);
+            write(buffer, iteration, value);
             attach_to_row(buffer, iteration, handle, compiled, static_cast<int>(i));
         }
     }

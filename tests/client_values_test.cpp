@@ -298,6 +298,49 @@ TEST_F(ClientDescription, followsDefinitions) {
     EXPECT_EQ(session.count(query, OCI_ATTR_PARAM_COUNT), 3U);
 }
 
+struct TooLong {
+    const char* statement; ///< run twice on one row, into a text of three characters
+    const char* result;    ///< of both, the text, its indicator and what is left in the row
+};
+
+const TooLong tooLong[] = {
+    {"BEGIN UPDATE v SET c = 'new'; :1 := 'abc'; END;", "0 0 abc 0 new"},
+    {"BEGIN UPDATE v SET c = 'new'; :1 := 'abcd'; END;", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; :1 := 12345; END;", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; :1 := :1 || 'yz'; :1 := :1 || '!'; END;", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; SELECT c || c INTO :1 FROM v; END;", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; :1 := RPAD('x', 4000) || 'y'; END;", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; p(:1); END;", "6502 6502 x 7 old"},
+    {"CALL p(:1)", "6502 6502 x 7 old"},
+    {"BEGIN UPDATE v SET c = 'new'; :1 := NULL; END;", "0 1405 x -1 old"},
+    {"UPDATE v SET c = 'new' RETURNING c INTO :1", "0 0 new 0 new"},
+    {"UPDATE v SET c = 'new' RETURNING c || '!' INTO :1", "1406 1406 x 7 old"},
+};
+
+using ClientOutputs = Values;
+
+// A text that has no room in the caller's buffer is not cut, and what the statement did is undone.
+TEST_F(ClientOutputs, areNeverCut) {
+    declare("VARCHAR2(9)");
+    session.run("CREATE PROCEDURE p (a IN OUT VARCHAR2) IS BEGIN UPDATE v SET c = 'new'; a := RPAD(a, 4, '!'); END;");
+    for (const auto& [statement, expected] : tooLong) {
+        std::string result;
+        std::string seen;
+        for (const bool asked : {true, false}) {
+            session.run("DELETE FROM v");
+            session.run("INSERT INTO v VALUES ('old')");
+            char text[4] = "x";
+            sb2 indicator = 7;
+            OCIStmt* tested = session.prepare(statement);
+            session.bind(tested, 1, text, sizeof text, SQLT_STR, asked ? &indicator : nullptr);
+            result += std::to_string(session.execute(tested)) + " ";
+            if (asked) seen = text + (" " + std::to_string(indicator));
+            session.release(tested);
+        }
+        EXPECT_EQ(result + seen + " " + session.run("SELECT c FROM v"), expected) << statement;
+    }
+}
+
 struct ClientArrays : Values {
     ClientArrays() { session.run("CREATE TABLE t (id NUMBER(2) PRIMARY KEY, name VARCHAR2(5), d DATE)"); }
 };
@@ -356,12 +399,12 @@ TEST_F(ClientArrays, comeBackFromReturningAndBlocks) {
     EXPECT_EQ(std::string(names[0]) + names[2] + std::to_string(indicators[1]) + std::to_string(indicators[2]),
               "n1n3-10");
     OCIStmt* block = session.prepare(
-        "BEGIN DELETE FROM t WHERE id = :1; :2 := 'no ' || :1; SELECT 10 / (:1 - 3) INTO :1 FROM DUAL; END;");
+        "BEGIN DELETE FROM t WHERE id = :1; :2 := 'no' || :1; SELECT 10 / (:1 - 3) INTO :1 FROM DUAL; END;");
     session.bind(block, 1, ids, sizeof ids[0], SQLT_INT);
     session.bind(block, 2, names, sizeof names[0], SQLT_STR, indicators);
     EXPECT_EQ(session.execute(block, 3), 1476);
     EXPECT_EQ(std::to_string(ids[0]) + names[1] + std::to_string(indicators[1]) + " " + std::to_string(ids[2]),
-              "-5no 4 3");
+              "-5no20 3");
     EXPECT_EQ(session.run("SELECT id FROM t"), "3") << "the call that failed left its row";
 }
 
