@@ -464,7 +464,7 @@ INSTANTIATE_TEST_SUITE_P(
         OutputRow{"double_past_64_bits", DTK_DOUBLE, "-1e19",
                   " 0 0 -9223372036854775808 -9999999980506447872.000000 -10000000000000000000.000000 !303 !303 !303"},
         OutputRow{"text", DTK_STRING, "'42'", " !303 !303 !402 !303 !303 42 !303 !303"},
-        OutputRow{"text_that_is_cut", DTK_STRING, "'abcdefgh'", " !303 !303 !402 !303 !303 abcd !303 !303"},
+        OutputRow{"text_too_long", DTK_STRING, "'abcdefgh'", "DTK ORA-06502"},
         OutputRow{"unlisted_type", DTK_UNKNOWN, "'42'", " !303 !303 !402 !303 !303 !303 !303 !303"},
         OutputRow{"date", DTK_DBDATE, "DATE '2024-02-29'", " !303 !303 !402 !303 !303 !303 20240229000000 !303"},
         OutputRow{"blob", DTK_BLOB, "HEXTORAW('0102')", " !303 !303 !402 !303 !303 !303 !303 2 bytes"},
