@@ -56,7 +56,7 @@ template <Operator op> Value arithmetic(Arguments& in) {
     if (!std::isfinite(result)) throw OracleError(1426);
     const bool sum = op == Operator::add || op == Operator::subtract;
     const double operands = sum ? std::max(std::fabs(as_double(x)), std::fabs(as_double(y))) : 0;
-    return Value::of(without_noise(result, std::max(std::fabs(result), operands)));
+    return Value::of(without_noise(result, std::max(std::fabs(result), operands)) + 0.0); // zero has no sign
 }
 
 template <double (*function)(double)> Value of_real(Arguments& in) {
