@@ -38,7 +38,7 @@ struct Variable {
     bool writable = true;
 };
 
-/// Where a call stands in a text.
+/// Reads a block and refuses what it does not know in the server's words.
 class Reader : public TokenReader {
   public:
     using TokenReader::TokenReader;
@@ -51,7 +51,7 @@ class Reader : public TokenReader {
         if (!peek().is_name()) refuse("PLS-00103: encountered \"" + std::string(peek().text) + "\" when expecting a name");
         return upper(plain_name(take()));
     }
-    /// The tokens up to one of the symbols outside of parentheses, which is passed if it is a semicolon or a comma.
+    /// The tokens up to one of the symbols outside of parentheses, which is next then.
     Tokens until(std::string_view first, std::string_view second = {}) {
         const std::size_t from = m_at;
         for (int depth = 0; !at_end(); take()) {
