@@ -7,16 +7,23 @@
 /// The library's side of every comparison.
 namespace library {
 
+/// Reads the current row into an application's own variables.
+inline void add_row(DTK_ResultSetBase& row, dataset::Total& total) {
+    const long long id = row.mb_getInt64(1);
+    const DTK_String symbol = row.mb_getString(2);
+    const int quantity = row.mb_getInt(3);
+    const double price = row.mb_getDouble(4);
+    const DTK_DbDate date = row.mb_getDate(5);
+    total.add(id, symbol.mb_length(), quantity, price, dataset::day_of(date));
+}
+
 /// Reads all rows one by one through the typed getters.
 inline dataset::Total fetch_rows(DTK_ConnectionBase& connection) {
     dataset::Total total;
     const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_all));
     statement->mb_execute();
     const std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_getResultSet());
-    while (rows->mb_fetch()) {
-        total.add(rows->mb_getInt64(1), rows->mb_getString(2).mb_length(), rows->mb_getInt(3), rows->mb_getDouble(4),
-                  dataset::day_of(rows->mb_getDate(5)));
-    }
+    while (rows->mb_fetch()) add_row(*rows, total);
     statement->mb_closeResultSet(rows.get());
     connection.mb_terminateStatement(statement.get());
     return total;
@@ -51,8 +58,7 @@ inline dataset::Total query_points(DTK_ConnectionBase& connection, long long cou
         statement->mb_execute();
         if (!rows) rows.reset(statement->mb_getResultSet());
         rows->mb_fetch();
-        total.add(rows->mb_getInt64(1), rows->mb_getString(2).mb_length(), rows->mb_getInt(3), rows->mb_getDouble(4),
-                  dataset::day_of(rows->mb_getDate(5)));
+        add_row(*rows, total);
     }
     statement->mb_closeResultSet(rows.get());
     connection.mb_terminateStatement(statement.get());
