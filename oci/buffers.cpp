@@ -329,58 +329,56 @@ Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& c
 
 Output::Output(const Buffer& define, const ColumnType& type, int at)
     : buffer(&define), value(static_cast<char*>(define.value)), indicator(define.indicator), step(define.step),
-      fetch(choose_fetcher(define, type)), column(at) {
-    if (define.length != nullptr || define.return_code != nullptr) return;
-    if (fetch == fetch_integer<std::int64_t>) way = Way::int64;
-    if (fetch == fetch_integer<sb4>) way = Way::int32;
-    if (fetch == fetch_real<double>) way = Way::real64;
-    if (fetch == fetch_text && define.type == SQLT_STR) way = Way::text;
-    if (fetch == fetch_date) way = Way::date;
+      fetch(choose_fetcher(define, type)), column(at), write(choose_writer()) {}
+
+Output::Writer Output::choose_writer() const {
+    if (buffer->length != nullptr || buffer->return_code != nullptr) return write_rest<&Output::write_other>;
+    if (fetch == fetch_integer<std::int64_t>) return write_rest<&Output::write_integer<std::int64_t>>;
+    if (fetch == fetch_integer<sb4>) return write_rest<&Output::write_integer<sb4>>;
+    if (fetch == fetch_real<double>) return write_rest<&Output::write_real>;
+    if (fetch == fetch_text && buffer->type == SQLT_STR) return write_rest<&Output::write_text>;
+    if (fetch == fetch_date) return write_rest<&Output::write_date>;
+    return write_rest<&Output::write_other>;
 }
 
-inline bool Output::fetch_quickly(sqlite3_stmt* row, ub4 index) const {
-    char* const element = value + index * step;
-    switch (way) {
-    case Way::int32: {
-        const std::int64_t number = sqlite3_column_int64(row, column);
-        if (number == 0 || number != static_cast<sb4>(number)) return false;
-        store(element, static_cast<sb4>(number));
-        break;
+// Each output calls the next one last of all, which the compiler makes a jump: a loop would take two more for every value.
+template <bool (Output::*quickly)(sqlite3_stmt*, ub4) const>
+void Output::write_rest(const Output* output, sqlite3_stmt* row, ub4 index) {
+    if ((output->*quickly)(row, index)) [[likely]] {
+        if (output->indicator != nullptr) output->indicator[index] = 0;
+    } else {
+        output->fetch(*output->buffer, row, output->column, index);
     }
-    case Way::int64: {
-        const std::int64_t number = sqlite3_column_int64(row, column);
-        if (number == 0) return false;
-        store(element, number);
-        break;
-    }
-    case Way::real64: {
-        const double number = sqlite3_column_double(row, column);
-        if (number == 0) return false;
-        store(element, number);
-        break;
-    }
-    case Way::text: {
-        const std::string_view text = stored_text(row, column);
-        if (text.empty() || text.size() >= step) return false;
-        std::memcpy(element, text.data(), text.size() + 1);
-        break;
-    }
-    case Way::date: {
-        const std::string_view text = stored_text(row, column);
-        if (text.size() != iso_size) return false;
-        if (!write_date_image(text.data(), reinterpret_cast<unsigned char*>(element))) return false;
-        break;
-    }
-    case Way::any: return false;
-    }
-    if (indicator != nullptr) indicator[index] = 0;
+    ++output;
+    return output->write(output, row, index);
+}
+
+template <class T>
+inline bool Output::write_integer(sqlite3_stmt* row, ub4 index) const {
+    const std::int64_t number = sqlite3_column_int64(row, column);
+    if (number == 0 || number != static_cast<T>(number)) return false;
+    store(value + index * step, static_cast<T>(number));
     return true;
 }
 
-void Output::write_row(const std::vector<Output>& outputs, sqlite3_stmt* row, ub4 index) {
-    for (const Output& output : outputs) {
-        if (!output.fetch_quickly(row, index)) [[unlikely]] output.fetch(*output.buffer, row, output.column, index);
-    }
+inline bool Output::write_real(sqlite3_stmt* row, ub4 index) const {
+    const double number = sqlite3_column_double(row, column);
+    if (number == 0) return false;
+    store(value + index * step, number);
+    return true;
+}
+
+inline bool Output::write_text(sqlite3_stmt* row, ub4 index) const {
+    const std::string_view text = stored_text(row, column);
+    if (text.empty() || text.size() >= step) return false;
+    std::memcpy(value + index * step, text.data(), text.size() + 1);
+    return true;
+}
+
+inline bool Output::write_date(sqlite3_stmt* row, ub4 index) const {
+    const std::string_view text = stored_text(row, column);
+    auto* const image = reinterpret_cast<unsigned char*>(value + index * step);
+    return text.size() == iso_size && write_date_image(text.data(), image);
 }
 
 Input::Input(const Buffer& bind, const Target* stored_in, int at, Lifetime needed)

@@ -86,27 +86,41 @@ bool has_room(const Buffer& buffer, const Value& value);
 /// A buffer of a define with the column that it is for and the way from the one to the other.
 class Output {
   public:
+    /// Where a row ends: stands behind the outputs of all columns.
+    Output() = default;
     Output(const Buffer& define, const ColumnType& type, int at);
 
-    /// Writes the columns of the current row into element `index` of their buffers.
-    static void write_row(const std::vector<Output>& outputs, sqlite3_stmt* row, ub4 index);
+    /// Writes the column of the current row, and the columns of the outputs behind this one, into element `index` of
+    /// their buffers.
+    void write_row(sqlite3_stmt* row, ub4 index) const { write(this, row, index); }
 
   private:
     using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);
-    /// The pairs of column and buffer that nearly all columns are.
-    enum class Way : std::uint8_t { any, int32, int64, real64, text, date };
+    using Writer = void (*)(const Output* output, sqlite3_stmt* row, ub4 index);
 
     static Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column);
-    /// @return false when there is no quick way for the pair, or not for this value: NULL, 0, or one that does not fit.
-    bool fetch_quickly(sqlite3_stmt* row, ub4 index) const;
+    Writer choose_writer() const;
 
-    const Buffer* buffer;
-    char* value;
-    sb2* indicator;
-    std::size_t step;
-    Fetcher fetch;
-    int column;
-    Way way = Way::any;
+    static void end(const Output*, sqlite3_stmt*, ub4) {}
+    template <bool (Output::*quickly)(sqlite3_stmt*, ub4) const>
+    static void write_rest(const Output* output, sqlite3_stmt* row, ub4 index);
+
+    // The pairs of column and buffer that nearly all columns are. Each returns false when there is no quick way for the
+    // value: NULL, 0, or one that does not fit.
+    template <class T>
+    bool write_integer(sqlite3_stmt* row, ub4 index) const;
+    bool write_real(sqlite3_stmt* row, ub4 index) const;
+    bool write_text(sqlite3_stmt* row, ub4 index) const;
+    bool write_date(sqlite3_stmt* row, ub4 index) const;
+    bool write_other(sqlite3_stmt*, ub4) const { return false; }
+
+    const Buffer* buffer = nullptr;
+    char* value = nullptr;
+    sb2* indicator = nullptr;
+    std::size_t step = 0;
+    Fetcher fetch = nullptr;
+    int column = 0;
+    Writer write = end;
 };
 
 } // namespace oci

@@ -64,6 +64,7 @@ bool describe_by_value(OCIStmt& handle) {
             handle.outputs.emplace_back(buffer, columns[i], static_cast<int>(i));
         }
     }
+    handle.outputs.emplace_back();
     handle.outputs_ready = true;
 }
 
@@ -97,6 +98,7 @@ void fetch_lob(OCIStmt& handle, ub4 column, ub4 row) {
 [[gnu::noinline]] sword end_of_query(OCIStmt& handle) {
     if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
     handle.at_end = true;
+    handle.fetch_prepared = false;
     return OCI_NO_DATA;
 }
 
@@ -147,6 +149,24 @@ void move_rest(OCIStmt& handle) {
     handle.cursor = OCIStmt::Cursor::open;
 }
 
+[[gnu::noinline]] void prepare_fetch(OCIStmt& handle) {
+    if (!handle.described) throw OracleError(24338);
+    if (handle.at_end) throw OracleError(1002);
+    if (!handle.outputs_ready) make_outputs(handle);
+    handle.fetch_prepared = true;
+}
+
+/// @return whether there was a row left.
+inline bool fetch_row(OCIStmt& handle, ub4 index) {
+    if (handle.cursor == OCIStmt::Cursor::open) [[likely]] step(handle);
+    if (handle.cursor == OCIStmt::Cursor::closed) [[unlikely]] return false;
+    handle.cursor = OCIStmt::Cursor::open;
+    handle.outputs.front().write_row(handle.rows, index);
+    if (!handle.lobs.empty()) fetch_lobs(handle, index);
+    handle.rows_fetched = index + 1;
+    return true;
+}
+
 void detach(OCIStmt& handle) {
     if (handle.cursor == OCIStmt::Cursor::open) step_aside(handle);
     if (handle.cursor == OCIStmt::Cursor::closed) return;
@@ -178,7 +198,7 @@ void detach_queries(Session& session) {
 void execute_query(OCIStmt& handle) {
     Session& session = session_of(handle);
     Statement& statement = *handle.statement;
-    handle.described = false;
+    handle.described = handle.fetch_prepared = false;
     session.check_connected_lately();
     if (statement.compile(session)) handle.inputs_ready = handle.outputs_ready = false;
     bind_inputs(handle, 0);
@@ -203,15 +223,9 @@ void execute_query(OCIStmt& handle) {
 
 sword fetch(OCIStmt& handle, ub4 rows) {
     handle.rows_fetched = 0;
-    if (!handle.described) throw OracleError(24338);
-    if (handle.at_end) throw OracleError(1002);
-    if (!handle.outputs_ready) make_outputs(handle);
-    for (ub4 row = 0; row < rows; handle.rows_fetched = ++row) {
-        if (handle.cursor == OCIStmt::Cursor::open) step(handle);
-        if (handle.cursor == OCIStmt::Cursor::closed) return end_of_query(handle);
-        handle.cursor = OCIStmt::Cursor::open;
-        Output::write_row(handle.outputs, handle.rows, row);
-        if (!handle.lobs.empty()) fetch_lobs(handle, row);
+    if (!handle.fetch_prepared) prepare_fetch(handle);
+    for (ub4 row = 0; row < rows; ++row) {
+        if (!fetch_row(handle, row)) [[unlikely]] return end_of_query(handle);
     }
     return OCI_SUCCESS;
 }

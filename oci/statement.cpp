@@ -249,7 +249,7 @@ void abandon(OCIStmt& handle) {
     release_all(handle.defines);
     handle.inputs_ready = false;
     handle.outputs_ready = false;
-    handle.described = false;
+    handle.described = handle.fetch_prepared = false;
     handle.statement.reset();
     Slab<OCIStmt>::give_back(handle);
 }
@@ -312,7 +312,7 @@ sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 p
         const Buffer buffer(valuep, value_sz, dty, indp, rlenp, rcodep);
         OCIDefine& define = handle_at(handle.defines, position, handle.env);
         define.buffer = buffer;
-        handle.outputs_ready = false;
+        handle.outputs_ready = handle.fetch_prepared = false;
         *defnpp = &define;
         return OCI_SUCCESS;
     });

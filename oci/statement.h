@@ -85,6 +85,7 @@ struct OCIStmt : oci::Handle {
     Cursor cursor = Cursor::closed;
     bool described = false; ///< executed as a query
     bool at_end = false;    ///< the end of the query has been reported
+    bool fetch_prepared = false; ///< described, not at its end and its outputs ready: fetches need not look
     sqlite3_stmt* rows = nullptr;
     oci::Session* reading = nullptr; ///< the session that counts the cursor as an open query; null: none does
     std::unique_ptr<sqlite3, oci::ConnectionCloser> detached; ///< holds the rest of a query that was detached
