@@ -46,6 +46,8 @@ _DTK_ResultSet& _DTK_ResultSet::operator=(const _DTK_ResultSet& other) {
     m_columnCursor = other.m_columnCursor;
     m_rowFetched = other.m_rowFetched;
     m_bulkCountSet = other.m_bulkCountSet;
+    m_fetchPrepared = false;
+    noteReadableColumns();
     return *this;
 }
 
@@ -54,12 +56,11 @@ _DTK_ResultSet::~_DTK_ResultSet() {
 }
 
 bool _DTK_ResultSet::mb_fetch() {
-    if (m_bulkCount == 1) m_rowFetched = true;
     m_columnCursor = 0;
-    prepareDefines();
+    if (!m_fetchPrepared) prepareFetch();
     const sword status = OCIStmtFetch(m_stmtHandle, m_errorHandle, m_bulkCount, OCI_FETCH_NEXT, OCI_DEFAULT);
     if (status != OCI_SUCCESS && !partialBatchArrived(status)) return false;
-    if (!m_stringMappers.empty() || !m_int64Mappers.empty() || !m_blobMappers.empty()) mapBatch();
+    if (m_hasMappers) mapBatch();
     return true;
 }
 
@@ -92,10 +93,18 @@ bool _DTK_ResultSet::mb_reinitializeObject() {
     return true;
 }
 
-void _DTK_ResultSet::prepareDefines() {
+// A lent locator may be freed at any time, so that each fetch has to look.
+void _DTK_ResultSet::prepareFetch() {
+    if (m_bulkCount == 1) m_rowFetched = true;
+    noteReadableColumns();
     if (m_defines.empty()) mb_initializeFetchBuffer();
     if (m_definedRows != m_bulkCount && !m_definedColumns.empty()) redefineColumns();
     if (!m_lentLocators.empty()) replaceFreedLocators();
+    m_fetchPrepared = m_lentLocators.empty();
+}
+
+void _DTK_ResultSet::noteReadableColumns() {
+    m_readableColumns = m_rowFetched ? static_cast<unsigned int>(m_columns.size()) : 0;
 }
 
 bool _DTK_ResultSet::partialBatchArrived(int status) {
@@ -129,12 +138,15 @@ void _DTK_ResultSet::releaseBuffers() {
     for (auto& mapper : m_int64Mappers) mapper->mb_releaseBuffers();
     m_int64Mappers.clear();
     m_columns.clear();
+    m_readableColumns = 0;
     for (auto& mapper : m_blobMappers) mapper->mb_releaseBuffers();
     m_blobMappers.clear();
     m_definedColumns.clear();
     m_definedRows = 0;
     m_lentLocators.clear();
     m_defines.clear();
+    m_hasMappers = false;
+    m_fetchPrepared = false;
 }
 
 OCIEnv* _DTK_ResultSet::requireEnvironment() const {

@@ -110,7 +110,8 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     columnBuffer& column(unsigned int position) { return *m_columns[position - 1]; }
     const columnBuffer& fetchedColumn(unsigned int position) const;
 
-    void prepareDefines();
+    void prepareFetch();
+    void noteReadableColumns();
     bool partialBatchArrived(int status);
     void mapBatch();
     void releaseBuffers();
@@ -149,6 +150,9 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     std::vector<std::unique_ptr<DTK_Blob_mapper>> m_blobMappers;
     std::vector<std::unique_ptr<columnBuffer>> m_columns;
     std::vector<DefinedColumn> m_definedColumns;
-    unsigned int m_definedRows = 0; ///< rows that the columns' own buffers have room for; 0: there are none
+    unsigned int m_definedRows = 0;     ///< rows that the columns' own buffers have room for; 0: there are none
+    unsigned int m_readableColumns = 0; ///< columns that the getters may read: none before the first fetch of one row
+    bool m_fetchPrepared = false;       ///< nothing that a fetch depends on has changed since the last one
+    bool m_hasMappers = false;
     std::vector<dtk::oracle::LentLocator> m_lentLocators;
 };

@@ -71,6 +71,7 @@ columnBuffer& _DTK_ResultSet::appendColumn(Storage value, DTK_DATATYPES type) {
     columnBuffer& buffer = *m_columns.back();
     buffer.m_value = value.release();
     buffer.m_type = type;
+    noteReadableColumns();
     return buffer;
 }
 
@@ -126,6 +127,7 @@ dtk::oracle::LentLocator& _DTK_ResultSet::lend(_DTK_Blob& columnBlob) {
     for (auto& lent : m_lentLocators) {
         if (lent.column == &columnBlob) return lent;
     }
+    m_fetchPrepared = false;
     m_lentLocators.push_back({&columnBlob, std::make_shared<std::atomic<int>>(0)});
     return m_lentLocators.back();
 }

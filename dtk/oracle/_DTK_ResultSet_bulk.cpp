@@ -39,6 +39,7 @@ DTK_ResultSetBase& _DTK_ResultSet::operator<<(DTK_String* strings) {
     m_stringMappers.reserve(m_stringMappers.size() + 1);
     defineArray(position, slots.get(), width, OracleType<DTK_String>::external, nullptr);
     m_stringMappers.push_back(std::move(mapper));
+    m_hasMappers = true;
     static_cast<void>(slots.release());
     return *this;
 }
@@ -73,6 +74,7 @@ DTK_ResultSetBase& _DTK_ResultSet::operator<<(DTK_Blob* blobs) {
     m_blobMappers.reserve(m_blobMappers.size() + 1);
     defineArray(position, locators.get(), 0, OracleType<DTK_Blob>::external, indicators.get());
     m_blobMappers.push_back(std::move(mapper));
+    m_hasMappers = true;
     static_cast<void>(locators.release());
     static_cast<void>(indicators.release());
     return *this;
@@ -93,6 +95,7 @@ void _DTK_ResultSet::mb_setBulkCount(int count) {
     if (count <= 0) throw DTK_Exception(error::bulk_count_invalid);
     m_bulkCount = static_cast<unsigned int>(count);
     m_bulkCountSet = true;
+    m_fetchPrepared = false;
 }
 
 void _DTK_ResultSet::mb_setListCount(int count) {

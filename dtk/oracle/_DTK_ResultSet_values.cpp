@@ -33,7 +33,7 @@ DTK_DbDate copyOf(const unsigned char* image) {
 }
 
 /// A column that is no text as text.
-DTK_String otherText(const columnBuffer& buffer) {
+[[gnu::noinline]] DTK_String otherText(const columnBuffer& buffer) {
     if (buffer.m_type == DTK_DBDATE) {
         return static_cast<DTK_DbDate*>(buffer.m_value)->mb_toString(DTF_YYYYMMDDHH24MISS);
     }
@@ -66,7 +66,7 @@ bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
-    if (buffer.m_type == DTK_STRING) return DTK_String(static_cast<const char*>(buffer.m_value));
+    if (buffer.m_type == DTK_STRING) [[likely]] return DTK_String(static_cast<const char*>(buffer.m_value));
     return otherText(buffer);
 }
 
@@ -140,7 +140,7 @@ DTK_ResultSetBase& _DTK_ResultSet::operator>>(unsigned int& value) {
 
 // Arrays of one element are fetched with a bulk count of 1 as well, and then there is no column to read.
 const columnBuffer& _DTK_ResultSet::fetchedColumn(unsigned int position) const {
-    if (!m_rowFetched || position - 1 >= m_columns.size()) fail(error::row_not_fetched);
+    if (position - 1 >= m_readableColumns) fail(error::row_not_fetched);
     return *m_columns[position - 1];
 }
 
