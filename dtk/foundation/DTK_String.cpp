@@ -7,7 +7,6 @@
 DTK_String::DTK_String() = default;
 DTK_String::DTK_String(const std::string& text) : m_str(text) {}
 DTK_String::DTK_String(const DTK_String& other) = default;
-DTK_String::~DTK_String() = default;
 
 DTK_String& DTK_String::operator=(const DTK_String& other) = default;
 

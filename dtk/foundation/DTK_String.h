@@ -21,7 +21,7 @@ class DTK_EXPORT DTK_String {
     DTK_String(const DTK_String& other);
     /// @}
 
-    virtual ~DTK_String();
+    DTK_EXPORT_INLINE virtual ~DTK_String() = default;
 
     /// @{
 
