@@ -292,6 +292,25 @@ TEST_F(ResultSets, IndicatorsTellNullAndTheLongestCut) {
     }
 }
 
+TEST_F(ResultSets, TextsAreReadWholeAfterLongerOnes) {
+    table("t", "k NUMBER(9), narrow VARCHAR2(2), wide VARCHAR2(20)");
+    const Statement insert = prepare("INSERT INTO t VALUES (:1, :2, :3)");
+    const std::vector<std::string> texts = {std::string(20, 'a'), std::string(16, 'b'), std::string(15, 'c'),
+                                            std::string(14, 'd'), "ee", "f"};
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        insert->mb_setInt(1, static_cast<int>(i));
+        insert->mb_setString(2, texts[i].substr(0, 2));
+        insert->mb_setString(3, texts[i]);
+        insert->mb_executeUpdate();
+    }
+    DTK_ResultSetBase& rows = open("SELECT narrow, wide FROM t ORDER BY k");
+    for (const std::string& text : texts) {
+        ASSERT_TRUE(rows.mb_fetch());
+        EXPECT_EQ(shown(rows.mb_getString(1)), text.substr(0, 2));
+        EXPECT_EQ(shown(rows.mb_getString(2)), text);
+    }
+}
+
 TEST_F(ResultSets, ClosedOneStartsAnewWithTheNextExecution) {
     numberedRows(3);
     DTK_ResultSetBase& rows = open("SELECT n, v FROM t ORDER BY n");

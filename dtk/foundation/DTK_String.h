@@ -1,6 +1,7 @@
 /// @file
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <string>
 
@@ -69,6 +70,13 @@ class DTK_EXPORT DTK_String {
     unsigned int mb_hash();
 
   private:
+    friend class _DTK_ResultSet;
+
+    /// The first `length` of `readable` bytes. A constant number of bytes is copied without a call.
+    DTK_String(const char* text, std::size_t readable, std::size_t length) : m_str(text, readable) {
+        m_str.resize(length);
+    }
+
     std::string m_str;
 };
 

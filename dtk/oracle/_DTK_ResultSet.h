@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -106,6 +107,10 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
         dtk::oracle::OwnedLocator droppedLocator;
         dtk::oracle::Rows droppedRows; ///< where rows go while the bulk count is above 1
     };
+
+    /// Bytes that a string holds without memory of its own. The buffers of texts have room for as many, so that a text
+    /// that fits is copied together with what lies behind it.
+    static constexpr std::size_t shortText_bytes = 15;
 
     columnBuffer& column(unsigned int position) { return *m_columns[position - 1]; }
     const columnBuffer& fetchedColumn(unsigned int position) const;

@@ -42,7 +42,8 @@ void _DTK_ResultSet::initializeColumn(_DTK_stmtMetadata& metadata, unsigned int 
     }
     // Columns of other types are read as text too; clients know them as columns that are never NULL.
     const int size_bytes = metadata.mb_getSize(position);
-    columnBuffer& buffer = appendColumn(makeStorage(static_cast<std::size_t>(size_bytes)), DTK_STRING);
+    const auto room = std::max<std::size_t>(static_cast<std::size_t>(size_bytes), shortText_bytes);
+    columnBuffer& buffer = appendColumn(makeStorage(room), DTK_STRING);
     short* indicator = type == DTK_STRING ? &buffer.m_indicator : nullptr;
     defineColumn(
         {position, &buffer, buffer.m_value, size_bytes, OracleType<DTK_String>::external, indicator, {}, {}, {}});

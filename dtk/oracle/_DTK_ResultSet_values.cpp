@@ -66,8 +66,11 @@ bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
-    if (buffer.m_type == DTK_STRING) [[likely]] return DTK_String(static_cast<const char*>(buffer.m_value));
-    return otherText(buffer);
+    if (buffer.m_type != DTK_STRING) [[unlikely]] return otherText(buffer);
+    const auto* text = static_cast<const char*>(buffer.m_value);
+    const std::size_t length = std::strlen(text);
+    if (length > shortText_bytes) [[unlikely]] return DTK_String(text, length, length);
+    return DTK_String(text, shortText_bytes, length);
 }
 
 int _DTK_ResultSet::mb_getInt(unsigned int position) {
