@@ -381,8 +381,8 @@ inline bool Output::write_date(sqlite3_stmt* row, ub4 index) const {
     return text.size() == iso_size && write_date_image(text.data(), image);
 }
 
-Input::Input(const Buffer& bind, const Target* stored_in, int at, Lifetime needed)
-    : buffer(&bind),
+Input::Input(const Buffer& values, const Target* stored_in, int at, Lifetime needed)
+    : buffer(&values),
       target(stored_in),
       position(at),
       lifetime(needed) {
@@ -395,56 +395,72 @@ Input::Input(const Buffer& bind, const Target* stored_in, int at, Lifetime neede
     }
     const bool any_size = any_value || target->type.size == 0;
     text_limit = any_size ? std::numeric_limits<std::size_t>::max() : target->type.size;
-    if (bind.value == nullptr || bind.indicator == null_flag ||
-        (number && target->type.scale < 0 && target->type.scale != any_scale))
-        return;
-    if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(sb4)) way = Way::int32;
-    if (bind.type == SQLT_INT && (number || any_value) && bind.size == sizeof(std::int64_t)) way = Way::int64;
-    if (bind.type == SQLT_FLT && (number || any_value) && bind.size == sizeof(double)) way = Way::real64;
-    if (bind.type == SQLT_STR && (family == Family::text || any_value)) way = Way::text;
-    if (bind.type == SQLT_DAT && (family == Family::date || any_value)) way = Way::date;
+    bind = choose_binder();
 }
 
-inline bool Input::bind_integer(sqlite3_stmt* statement, std::int64_t number) const {
+Input::Binder Input::choose_binder() const {
+    const Family family = target != nullptr ? target->type.family : Family::unknown;
+    const bool any_value = family == Family::unknown;
+    const bool scaled_down = family == Family::number && target->type.scale < 0 && target->type.scale != any_scale;
+    if (buffer->value == nullptr || buffer->indicator == null_flag || scaled_down) return bind_rest<&Input::bind_other>;
+    const bool number = family == Family::number || any_value;
+    if (number && buffer->type == SQLT_INT && buffer->size == sizeof(sb4)) return bind_rest<&Input::bind_integer<sb4>>;
+    if (number && buffer->type == SQLT_INT && buffer->size == sizeof(std::int64_t))
+        return bind_rest<&Input::bind_integer<std::int64_t>>;
+    if (number && buffer->type == SQLT_FLT && buffer->size == sizeof(double)) return bind_rest<&Input::bind_real>;
+    if (buffer->type == SQLT_STR && (family == Family::text || any_value)) return bind_rest<&Input::bind_text>;
+    if (buffer->type == SQLT_DAT && (family == Family::date || any_value)) return bind_rest<&Input::bind_date>;
+    return bind_rest<&Input::bind_other>;
+}
+
+// Goes on as the outputs do.
+template <bool (Input::*quickly)(sqlite3_stmt*, ub4)>
+void Input::bind_rest(Input* input, sqlite3_stmt* statement, ub4 index) {
+    const Buffer& buffer = *input->buffer;
+    const bool null = buffer.indicator != nullptr && buffer.indicator != null_flag && buffer.indicator[index] == -1;
+    if (null || !(input->*quickly)(statement, index)) [[unlikely]] input->bind_any(statement, index);
+    ++input;
+    return input->bind(input, statement, index);
+}
+
+template <class T>
+inline bool Input::bind_integer(sqlite3_stmt* statement, ub4 index) {
+    const std::int64_t number = load<T>(buffer->element(index));
     if (power != 0 && !(std::fabs(static_cast<double>(number)) < limit)) return false;
     return sqlite3_bind_int64(statement, position, number) == SQLITE_OK;
 }
 
 /// SQLite itself stores a whole number as an integer.
-inline bool Input::bind_real(sqlite3_stmt* statement, double number) const {
+inline bool Input::bind_real(sqlite3_stmt* statement, ub4 index) {
+    auto number = load<double>(buffer->element(index));
     if (power != 0) {
         const double scaled = number * power;
-        const bool has_more_digits = std::nearbyint(scaled) / power != number;
-        if (has_more_digits || !(std::fabs(number) < limit)) return false;
+        const double whole = std::nearbyint(scaled);
+        const double rounded = whole / power;
+        const bool clear_of_a_tie = std::fabs(scaled - whole) < 0.49 && std::fabs(scaled) < 0x1p52;
+        if ((rounded != number && !clear_of_a_tie) || !(std::fabs(rounded) < limit)) return false;
+        number = rounded;
     } else if (!(std::fabs(number) < number_limit)) {
         return false;
     }
     return sqlite3_bind_double(statement, position, number) == SQLITE_OK;
 }
 
-inline const char* Input::lasting(const char* data, std::size_t size) {
-    return lifetime == Lifetime::cursor ? scratch.text.assign(data, size).data() : data;
+inline bool Input::bind_text(sqlite3_stmt* statement, ub4 index) {
+    const char* const element = buffer->element(index);
+    const std::size_t size = strnlen(element, static_cast<std::size_t>(buffer->size));
+    if (size == 0 || size > text_limit || size == buffer->step) return false;
+    return sqlite3_bind_text64(statement, position, lasting(element, size), size, SQLITE_STATIC, SQLITE_UTF8) == SQLITE_OK;
 }
 
-inline bool Input::bind_quickly(sqlite3_stmt* statement, ub4 index) {
-    if (buffer->indicator != nullptr && way != Way::any && buffer->indicator[index] == -1) return false;
-    const char* const element = buffer->element(index);
-    switch (way) {
-    case Way::int32: return bind_integer(statement, load<sb4>(element));
-    case Way::int64: return bind_integer(statement, load<std::int64_t>(element));
-    case Way::real64: return bind_real(statement, load<double>(element));
-    case Way::text: {
-        const std::size_t size = strnlen(element, static_cast<std::size_t>(buffer->size));
-        if (size == 0 || size > text_limit || size == buffer->step) return false;
-        return sqlite3_bind_text64(statement, position, lasting(element, size), size, SQLITE_STATIC, SQLITE_UTF8) ==
-               SQLITE_OK;
-    }
-    case Way::date:
-        if (!write_image_text(reinterpret_cast<const unsigned char*>(element), scratch.date)) return false;
-        return sqlite3_bind_text(statement, position, scratch.date, iso_size, SQLITE_STATIC) == SQLITE_OK;
-    case Way::any: break;
-    }
-    return false;
+inline bool Input::bind_date(sqlite3_stmt* statement, ub4 index) {
+    const auto* const image = reinterpret_cast<const unsigned char*>(buffer->element(index));
+    if (!write_image_text(image, scratch.date)) return false;
+    return sqlite3_bind_text(statement, position, scratch.date, iso_size, SQLITE_STATIC) == SQLITE_OK;
+}
+
+const char* Input::lasting(const char* data, std::size_t size) {
+    return lifetime == Lifetime::cursor ? scratch.text.assign(data, size).data() : data;
 }
 
 void Input::bind_any(sqlite3_stmt* statement, ub4 index) {
@@ -453,10 +469,6 @@ void Input::bind_any(sqlite3_stmt* statement, ub4 index) {
     if (bound.type == Value::Type::text || bound.type == Value::Type::blob)
         bound.data = lasting(bound.data, bound.size);
     bound.bind(statement, position);
-}
-
-void Input::bind(sqlite3_stmt* statement, ub4 index) {
-    if (!bind_quickly(statement, index)) [[unlikely]] bind_any(statement, index);
 }
 
 } // namespace oci

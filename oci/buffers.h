@@ -49,31 +49,43 @@ class Input {
     /// How long what is bound has to last: the caller may change its buffer when the call that read it has returned.
     enum class Lifetime : std::uint8_t { iteration, cursor };
 
+    /// Where the values of an iteration end: stands behind the inputs of all placeholders.
+    Input() = default;
     /// @param target  null: the value is used as it is
-    Input(const Buffer& bind, const Target* target, int position, Lifetime needed);
+    Input(const Buffer& values, const Target* target, int position, Lifetime needed);
 
-    /// Binds element `index`. What is bound may lie in the buffer or in this object.
-    void bind(sqlite3_stmt* statement, ub4 index);
+    /// Binds element `index` of the buffer, and of the inputs behind this one. What is bound may lie in the buffers or
+    /// in these objects.
+    void bind_values(sqlite3_stmt* statement, ub4 index) { bind(this, statement, index); }
 
   private:
-    /// The pairs of buffer and column that nearly all placeholders are.
-    enum class Way : std::uint8_t { any, int32, int64, real64, text, date };
+    using Binder = void (*)(Input* input, sqlite3_stmt* statement, ub4 index);
 
-    bool bind_quickly(sqlite3_stmt* statement, ub4 index);
-    bool bind_integer(sqlite3_stmt* statement, std::int64_t number) const;
-    bool bind_real(sqlite3_stmt* statement, double number) const;
+    Binder choose_binder() const;
+    static void end(Input*, sqlite3_stmt*, ub4) {}
+    template <bool (Input::*quickly)(sqlite3_stmt*, ub4)>
+    static void bind_rest(Input* input, sqlite3_stmt* statement, ub4 index);
+
+    // The pairs of buffer and column that nearly all placeholders are. Each returns false when there is no quick way for
+    // the value.
+    template <class T>
+    bool bind_integer(sqlite3_stmt* statement, ub4 index);
+    bool bind_real(sqlite3_stmt* statement, ub4 index);
+    bool bind_text(sqlite3_stmt* statement, ub4 index);
+    bool bind_date(sqlite3_stmt* statement, ub4 index);
+    bool bind_other(sqlite3_stmt*, ub4) { return false; }
     const char* lasting(const char* data, std::size_t size);
     void bind_any(sqlite3_stmt* statement, ub4 index);
 
-    const Buffer* buffer;
-    const Target* target;
-    Scratch scratch;
+    const Buffer* buffer = nullptr;
+    const Target* target = nullptr;
+    Scratch scratch{};
     double limit = 0;         ///< numbers are below it
     double power = 0;         ///< of ten: what makes a number of the column a whole one; 0: any number fits
     std::size_t text_limit = 0;
-    int position;
-    Way way = Way::any;
-    Lifetime lifetime;
+    int position = 0;
+    Lifetime lifetime = Lifetime::iteration;
+    Binder bind = end;
 };
 
 /// Writes a value into an element in the buffer's type, whatever the two are.

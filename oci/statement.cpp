@@ -198,9 +198,10 @@ void bind_inputs(OCIStmt& handle, ub4 iteration) {
             handle.inputs.emplace_back(bind_at(handle, position).buffer, target ? &*target : nullptr,
                                        static_cast<int>(position), needed);
         }
+        handle.inputs.emplace_back();
         handle.inputs_ready = true;
     }
-    for (Input& input : handle.inputs) input.bind(statement.compiled.get(), iteration);
+    handle.inputs.front().bind_values(statement.compiled.get(), iteration);
 }
 
 void execute_dml(OCIStmt& handle, ub4 iterations, ub4 first) {
