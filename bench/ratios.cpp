@@ -60,11 +60,13 @@ void print(const Reporter::Samples& samples, const char* baseline) {
 } // namespace
 
 int run_with_ratios(int argc, char** argv, const char* baseline) {
-    // Repetitions of all sides take turns, so that what else the machine does meets all of them alike.
+    // Repetitions of all sides take turns, so that what else the machine does meets all of them alike; many short ones,
+    // so that some are undisturbed.
     std::vector<char*> arguments(argv, argv + argc);
-    std::string repetitions = "--benchmark_repetitions=15";
+    std::string repetitions = "--benchmark_repetitions=40";
+    std::string shortest = "--benchmark_min_time=0.02";
     std::string interleaved = "--benchmark_enable_random_interleaving=true";
-    arguments.insert(arguments.begin() + 1, {repetitions.data(), interleaved.data()});
+    arguments.insert(arguments.begin() + 1, {repetitions.data(), shortest.data(), interleaved.data()});
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 1;
