@@ -331,6 +331,32 @@ TEST_F(ResultSets, ClosedOneStartsAnewWithTheNextExecution) {
     EXPECT_EQ(thrown([&] { rows.mb_getInt(1); }).substr(0, 7), "DTK 404");
 }
 
+TEST_F(ResultSets, ColumnsAreDefinedWhenTheStatementHasSome) {
+    numberedRows(1);
+    DTK_ResultSetBase& rows = open("SELECT n FROM t");
+    execute("DROP TABLE t");
+    EXPECT_EQ(thrown([&] { query->mb_execute(); }), "ORCL ORA-00942");
+    EXPECT_EQ(thrown([&] { rows.mb_fetch(); }), "ORCL ORA-24338");
+    numberedRows(1);
+    query->mb_execute();
+    ASSERT_TRUE(rows.mb_fetch());
+    EXPECT_EQ(rows.mb_getInt(1), 1);
+}
+
+TEST_F(ResultSets, AssignedOneTakesTheStateOfTheOther) {
+    numberedRows(5);
+    DTK_ResultSetBase& rows = open("SELECT n FROM t ORDER BY n");
+    auto& original = static_cast<_DTK_ResultSet&>(rows);
+    _DTK_ResultSet unread(original), assigned(original);
+    ASSERT_TRUE(assigned.mb_fetch());
+    assigned = unread;
+    EXPECT_EQ(thrown([&] { assigned.mb_getInt(1); }).substr(0, 7), "DTK 404");
+    original.mb_setBulkCount(3);
+    assigned = original;
+    ASSERT_TRUE(assigned.mb_fetch());
+    EXPECT_EQ(assigned.mb_getNumArrayRows(), 3);
+}
+
 TEST_F(ResultSets, CopiesFetchIntoBuffersOfTheirOwn) {
     numberedRows(4);
     DTK_ResultSetBase& rows = open("SELECT n, v FROM t ORDER BY n");

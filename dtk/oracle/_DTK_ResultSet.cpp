@@ -93,14 +93,15 @@ bool _DTK_ResultSet::mb_reinitializeObject() {
     return true;
 }
 
-// A lent locator may be freed at any time, so that each fetch has to look.
+// Each fetch has to look while a locator is lent, which may be freed at any time, and while there are no columns: the
+// statement may be executed as another one.
 void _DTK_ResultSet::prepareFetch() {
     if (m_bulkCount == 1) m_rowFetched = true;
     noteReadableColumns();
     if (m_defines.empty()) mb_initializeFetchBuffer();
     if (m_definedRows != m_bulkCount && !m_definedColumns.empty()) redefineColumns();
     if (!m_lentLocators.empty()) replaceFreedLocators();
-    m_fetchPrepared = m_lentLocators.empty();
+    m_fetchPrepared = m_lentLocators.empty() && !m_defines.empty();
 }
 
 void _DTK_ResultSet::noteReadableColumns() {

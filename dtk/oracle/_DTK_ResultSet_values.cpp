@@ -69,8 +69,9 @@ DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     if (buffer.m_type != DTK_STRING) [[unlikely]] return otherText(buffer);
     const auto* text = static_cast<const char*>(buffer.m_value);
     const std::size_t length = std::strlen(text);
-    if (length > shortText_bytes) [[unlikely]] return DTK_String(text, length, length);
-    return DTK_String(text, shortText_bytes, length);
+    constexpr DTK_String::Private own{};
+    if (length > shortText_bytes) [[unlikely]] return DTK_String(own, text, length, length);
+    return DTK_String(own, text, shortText_bytes, length);
 }
 
 int _DTK_ResultSet::mb_getInt(unsigned int position) {
