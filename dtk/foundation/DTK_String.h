@@ -72,8 +72,13 @@ class DTK_EXPORT DTK_String {
   private:
     friend class _DTK_ResultSet;
 
+    /// Keeps what is private here out of the choice between the constructors that are not.
+    struct Private {
+        explicit Private() = default;
+    };
+
     /// The first `length` of `readable` bytes. A constant number of bytes is copied without a call.
-    DTK_String(const char* text, std::size_t readable, std::size_t length) : m_str(text, readable) {
+    DTK_String(Private, const char* text, std::size_t readable, std::size_t length) : m_str(text, readable) {
         m_str.resize(length);
     }
 
