@@ -63,6 +63,17 @@ class Reader : public TokenReader {
     }
 };
 
+void check_call(Tokens statement) {
+    Reader call(statement);
+    call.name();
+    if (call.accept(".")) call.name();
+    if (call.accept("(")) {
+        call.until(")");
+        call.expect(")");
+    }
+    if (!call.at_end()) refuse("PLS-00103: encountered \"" + std::string(call.peek().text) + "\" when expecting \";\"");
+}
+
 /// COMMIT or ROLLBACK of the whole transaction.
 bool ends_transaction(Tokens statement) {
     return statement.size() == 1 || (statement.size() == 2 && statement[1].is("WORK"));
@@ -88,14 +99,7 @@ void check_statement(Tokens statement) {
     }
     if (first.is("NULL") && statement.size() == 1) return;
     if ((first.is("COMMIT") || first.is("ROLLBACK")) && ends_transaction(statement)) return;
-    Reader call(statement);
-    call.name();
-    if (call.accept(".")) call.name();
-    if (call.accept("(")) {
-        call.until(")");
-        call.expect(")");
-    }
-    if (!call.at_end()) refuse("PLS-00103: encountered \"" + std::string(call.peek().text) + "\" when expecting \";\"");
+    check_call(statement);
 }
 
 /// The statements between BEGIN and END, behind which nothing but the name of the procedure stands.
@@ -361,11 +365,17 @@ void execute_block(OCIStmt& handle, ub4 iterations, ub4 first) {
     std::vector<Token> body;
     if (reader.accept("CALL")) {
         const Tokens call = reader.until(";");
+        reader.accept(";");
+        check_call(call);
+        if (!call.back().is(")")) refuse("PLS-00103: encountered the end of the call when expecting \"(\"");
+        if (!reader.at_end()) refuse("PLS-00103: encountered \"" + std::string(reader.peek().text) + "\" behind the call");
         body.assign(call.begin(), call.end());
         body.push_back({Token::Kind::symbol, ";"});
     } else {
         if (reader.peek().is("DECLARE")) refuse("PLS-00103: DECLARE is not supported: blocks are straight-line here");
         const Tokens inner = body_of(reader);
+        const bool ended = statement.tokens[statement.tokens.size() - 2].is(";");
+        if (!ended) refuse("PLS-00103: encountered the end of the text when expecting \";\"");
         body.assign(inner.begin(), inner.end());
     }
     handle.row_count = 0;

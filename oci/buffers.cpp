@@ -260,14 +260,15 @@ auto integer_fetcher(const Buffer& buffer) -> void (*)(const Buffer&, sqlite3_st
 
 Buffer::Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators, ub2* lengths, ub2* return_codes)
     : value(values), size(size_bytes), type(external_type), indicator(static_cast<sb2*>(indicators)), length(lengths),
-      return_code(return_codes) {
+      return_code(return_codes), is_null(indicators == null_flag) {
+    if (indicator == null_flag) indicator = nullptr;
     step = is_lob() ? sizeof(void*) : static_cast<std::size_t>(size);
     if (!known_type(type)) throw OracleError(3115);
     if (!possible_size(type, size)) throw OracleError(1460);
 }
 
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
-    if (buffer.indicator == null_flag) return {};
+    if (buffer.is_null) return {};
     if (buffer.indicator != nullptr && buffer.indicator[index] == -1) return {};
     if (buffer.value == nullptr) throw OracleError(1084);
     const char* from = buffer.element(index);
@@ -289,6 +290,7 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
 }
 
 void write(const Buffer& buffer, ub4 index, const Value& value) {
+    if (buffer.value == nullptr) throw OracleError(1084);
     if (buffer.type == SQLT_BLOB || buffer.type == SQLT_CLOB) return write_lob(buffer, index, value);
     if (value.is_null() || (value.type == Value::Type::text && value.size == 0)) return write_null(buffer, index);
     std::string scratch;
@@ -313,7 +315,10 @@ bool has_room(const Buffer& buffer, const Value& value) {
     return !text || value.is_null() || text_of(value, scratch).size() <= text_capacity(buffer);
 }
 
-Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& column) {
+Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& column, bool stored) {
+    const bool as_text = buffer.type == SQLT_STR || buffer.type == SQLT_CHR || buffer.type == SQLT_LNG;
+    if (as_text && column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
+    if (!stored) return fetch_any;
     switch (buffer.type) {
     case SQLT_INT:
     case SQLT_UIN: return column.is_int64() ? integer_fetcher(buffer) : fetch_any;
@@ -323,13 +328,12 @@ Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const ColumnType& c
     case SQLT_DAT: return column.family == Family::date ? fetch_date : fetch_any;
     default: break;
     }
-    if (column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
     return column.family == Family::text || column.family == Family::date ? fetch_text : fetch_any;
 }
 
-Output::Output(const Buffer& define, const ColumnType& type, int at)
+Output::Output(const Buffer& define, const ColumnType& type, bool stored, int at)
     : buffer(&define), value(static_cast<char*>(define.value)), indicator(define.indicator), step(define.step),
-      fetch(choose_fetcher(define, type)), column(at), write(choose_writer()) {}
+      fetch(choose_fetcher(define, type, stored)), column(at), write(choose_writer()) {}
 
 Output::Writer Output::choose_writer() const {
     if (buffer->length != nullptr || buffer->return_code != nullptr) return write_rest<&Output::write_other>;
@@ -402,7 +406,7 @@ Input::Binder Input::choose_binder() const {
     const Family family = target != nullptr ? target->type.family : Family::unknown;
     const bool any_value = family == Family::unknown;
     const bool scaled_down = family == Family::number && target->type.scale < 0 && target->type.scale != any_scale;
-    if (buffer->value == nullptr || buffer->indicator == null_flag || scaled_down) return bind_rest<&Input::bind_other>;
+    if (buffer->value == nullptr || buffer->is_null || scaled_down) return bind_rest<&Input::bind_other>;
     const bool number = family == Family::number || any_value;
     if (number && buffer->type == SQLT_INT && buffer->size == sizeof(sb4)) return bind_rest<&Input::bind_integer<sb4>>;
     if (number && buffer->type == SQLT_INT && buffer->size == sizeof(std::int64_t))
@@ -417,7 +421,7 @@ Input::Binder Input::choose_binder() const {
 template <bool (Input::*quickly)(sqlite3_stmt*, ub4)>
 void Input::bind_rest(Input* input, sqlite3_stmt* statement, ub4 index) {
     const Buffer& buffer = *input->buffer;
-    const bool null = buffer.indicator != nullptr && buffer.indicator != null_flag && buffer.indicator[index] == -1;
+    const bool null = buffer.indicator != nullptr && buffer.indicator[index] == -1;
     if (null || !(input->*quickly)(statement, index)) [[unlikely]] input->bind_any(statement, index);
     ++input;
     return input->bind(input, statement, index);
@@ -437,7 +441,7 @@ inline bool Input::bind_real(sqlite3_stmt* statement, ub4 index) {
         const double scaled = number * power;
         const double whole = std::nearbyint(scaled);
         const double rounded = whole / power;
-        const bool clear_of_a_tie = std::fabs(scaled - whole) < 0.49 && std::fabs(scaled) < 0x1p52;
+        const bool clear_of_a_tie = std::fabs(scaled - whole) < 0.45 && std::fabs(scaled) < 0x1p52;
         if ((rounded != number && !clear_of_a_tie) || !(std::fabs(rounded) < limit)) return false;
         number = rounded;
     } else if (!(std::fabs(number) < number_limit)) {

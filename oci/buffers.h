@@ -26,6 +26,7 @@ struct Buffer {
     sb2* indicator = nullptr;
     ub2* length = nullptr;
     ub2* return_code = nullptr;
+    bool is_null = false; ///< of a bind: no element has a value to read
 };
 
 /// What a read of a buffer may need room for.
@@ -100,7 +101,8 @@ class Output {
   public:
     /// Where a row ends: stands behind the outputs of all columns.
     Output() = default;
-    Output(const Buffer& define, const ColumnType& type, int at);
+    /// @param stored  the column's values are what its type says: nothing else has to be looked for
+    Output(const Buffer& define, const ColumnType& type, bool stored, int at);
 
     /// Writes the column of the current row, and the columns of the outputs behind this one, into element `index` of
     /// their buffers.
@@ -110,7 +112,7 @@ class Output {
     using Fetcher = void (*)(const Buffer& buffer, sqlite3_stmt* row, int column, ub4 index);
     using Writer = void (*)(const Output* output, sqlite3_stmt* row, ub4 index);
 
-    static Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column);
+    static Fetcher choose_fetcher(const Buffer& buffer, const ColumnType& column, bool stored);
     Writer choose_writer() const;
 
     static void end(const Output*, sqlite3_stmt*, ub4) {}

@@ -79,6 +79,7 @@ constexpr Text texts[] = {
     {1722, "invalid number"},
     {1735, "invalid ALTER TABLE option"},
     {1756, "quoted string not properly terminated"},
+    {1790, "expression must have same datatype as corresponding expression"},
     {1786, "FOR UPDATE of this query expression is not allowed"},
     {1820, "format code cannot appear in date input format"},
     {1821, "date format not recognized"},

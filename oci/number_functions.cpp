@@ -83,7 +83,17 @@ Value modulo(Arguments& in) {
     if (a.type == Value::Type::integer && b.type == Value::Type::integer) {
         return Value::of(b.integer == -1 ? std::int64_t{0} : a.integer % b.integer);
     }
-    return number_result(std::fmod(as_double(a), as_double(b)));
+    // In units of the last decimal place both are whole numbers, of which the remainder is exact.
+    const double x = as_double(a);
+    const double y = as_double(b);
+    for (int places = 0; places <= 15; ++places) {
+        const double power = power_of_ten(places);
+        const double units = std::nearbyint(x * power);
+        const double divisor = std::nearbyint(y * power);
+        if (std::fabs(units) > 0x1p53 || std::fabs(divisor) > 0x1p53) break;
+        if (units / power == x && divisor / power == y) return number_result(std::fmod(units, divisor) / power);
+    }
+    return number_result(std::fmod(x, y));
 }
 
 /// A mathematical function of one or two numbers, whose NaN says that they are outside its domain.
@@ -134,7 +144,10 @@ constexpr Entry entries[] = {
     {"ceil", 1, 1, call<strict<of_real<[](double x) { return std::ceil(x); }>>>},
     {"floor", 1, 1, call<strict<of_real<[](double x) { return std::floor(x); }>>>},
     {"mod", 2, 2, call<strict<modulo>>},
-    {"power", 2, 2, call<strict<math<[](double x, double y) { return std::pow(x, y); }>>>},
+    {"power", 2, 2, call<strict<math<[](double x, double y) {
+         const double result = std::pow(x, y);
+         return without_noise(result, std::fabs(result));
+     }>>>},
     {"sqrt", 1, 1, call<strict<math<[](double x) { return std::sqrt(x); }>>>},
     {"exp", 1, 1, call<strict<math<[](double x) { return std::exp(x); }>>>},
     {"ln", 1, 1, call<strict<math<natural_log>>>},

@@ -61,7 +61,7 @@ bool describe_by_value(OCIStmt& handle) {
         if (buffer.is_lob()) {
             handle.lobs.push_back(static_cast<ub4>(i));
         } else {
-            handle.outputs.emplace_back(buffer, columns[i], static_cast<int>(i));
+            handle.outputs.emplace_back(buffer, columns[i], handle.statement->stored[i], static_cast<int>(i));
         }
     }
     handle.outputs.emplace_back();
@@ -95,10 +95,15 @@ void fetch_lob(OCIStmt& handle, ub4 column, ub4 row) {
     for (const ub4 column : handle.lobs) fetch_lob(handle, column, row);
 }
 
-[[gnu::noinline]] sword end_of_query(OCIStmt& handle) {
-    if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
+/// There is nothing behind the end, nor behind the row that failed.
+void close_fetch(OCIStmt& handle) {
     handle.at_end = true;
     handle.fetch_prepared = false;
+}
+
+[[gnu::noinline]] sword end_of_query(OCIStmt& handle) {
+    if (handle.failure) throw *std::exchange(handle.failure, std::nullopt);
+    close_fetch(handle);
     return OCI_NO_DATA;
 }
 
@@ -224,8 +229,13 @@ void execute_query(OCIStmt& handle) {
 sword fetch(OCIStmt& handle, ub4 rows) {
     handle.rows_fetched = 0;
     if (!handle.fetch_prepared) prepare_fetch(handle);
-    for (ub4 row = 0; row < rows; ++row) {
-        if (!fetch_row(handle, row)) [[unlikely]] return end_of_query(handle);
+    try {
+        for (ub4 row = 0; row < rows; ++row) {
+            if (!fetch_row(handle, row)) [[unlikely]] return end_of_query(handle);
+        }
+    } catch (...) {
+        if (handle.cursor == OCIStmt::Cursor::closed) close_fetch(handle);
+        throw;
     }
     return OCI_SUCCESS;
 }

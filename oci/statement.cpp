@@ -1,5 +1,7 @@
 #include "statement.h"
 
+#include "token_reader.h"
+
 #include <algorithm>
 #include <utility>
 #include <sqlite3.h>
@@ -64,6 +66,97 @@ std::optional<ColumnType> declared_type(Session& session, sqlite3_stmt* query, i
         if (candidate.name == upper(origin)) type->nullable = candidate.type.nullable;
     }
     return type;
+}
+
+bool is_set_operator(const Token& token) { return token.is("UNION") || token.is("INTERSECT") || token.is("MINUS"); }
+
+/// The queries that set operators combine, each behind the WITH clause of them all.
+std::vector<std::vector<Token>> combined_queries(const std::vector<Token>& tokens) {
+    std::vector<std::vector<Token>> queries(1);
+    std::vector<Token> with;
+    bool selected = false;
+    int depth = 0;
+    for (const Token& token : tokens) {
+        depth += token.is("(") ? 1 : token.is(")") ? -1 : 0;
+        const bool top = depth == 0;
+        selected = selected || (top && token.is("SELECT"));
+        if (!selected) {
+            with.push_back(token);
+        } else if (top && is_set_operator(token)) {
+            queries.emplace_back();
+        } else if (top && (token.is("ORDER") || token.is("OFFSET") || token.is("FETCH") || token.is(";"))) {
+            break;
+        } else if (!queries.back().empty() || !token.is("ALL")) {
+            queries.back().push_back(token);
+        }
+    }
+    for (auto& query : queries) query.insert(query.begin(), with.begin(), with.end());
+    return queries;
+}
+
+/// Is a column of the select list no more than the word NULL, which takes the type of what it is combined with?
+bool is_null_column(const std::vector<Token>& query, std::size_t column) {
+    std::size_t at = 0;
+    int depth = 0;
+    for (bool selected = false; at < query.size() && !(selected && column == 0); ++at) {
+        depth += query[at].is("(") ? 1 : query[at].is(")") ? -1 : 0;
+        if (selected && depth == 0 && query[at].is(",")) --column;
+        selected = selected || (depth == 0 && query[at].is("SELECT"));
+    }
+    TokenReader reader(Tokens(query).subspan(at));
+    if (!reader.accept("NULL")) return false;
+    reader.accept("AS");
+    if (reader.peek().is_name() && !is_keyword(reader.peek())) reader.take();
+    return reader.at_end() || reader.peek().is(",") || reader.peek().is("FROM");
+}
+
+/// What a query says of a column of its select list.
+struct Described {
+    ColumnType type; ///< unknown when only a value tells
+    bool stored = false;
+};
+
+Described describe_column(Session& session, sqlite3_stmt* query, const Translation& translation, std::size_t column) {
+    if (const auto declared = declared_type(session, query, static_cast<int>(column))) return {*declared, true};
+    return {column < translation.columns.size() ? translation.columns[column] : ColumnType(), false};
+}
+
+bool is_text(const ColumnType& type) { return type.family == Family::text || type.family == Family::fixed_text; }
+
+/// Makes the type of a column wide enough for that of a query that is combined with it.
+void widen(Described& column, const Described& other) {
+    ColumnType& type = column.type;
+    column.stored = column.stored && other.stored;
+    type.nullable = type.nullable || other.type.nullable;
+    if (type.family == Family::unknown || other.type.family == Family::unknown) {
+        type = {};
+    } else if (is_text(type) && is_text(other.type)) {
+        const bool alike = type.family == other.type.family && (type.family == Family::text || type.size == other.type.size);
+        if (!alike) type.family = Family::text;
+        type.size = std::max(type.size, other.type.size);
+    } else if (type.family != other.type.family) {
+        throw OracleError(1790);
+    } else if (type.precision != other.type.precision || type.scale != other.type.scale) {
+        type = ColumnType::number();
+    }
+}
+
+/// SQLite describes combined queries as the first of them; which one a column of a subquery is from it does not tell.
+void widen_all(Session& session, const std::vector<Token>& tokens, std::vector<Described>& columns) {
+    const auto queries = combined_queries(tokens);
+    const auto keep_type_of_null = [&](std::size_t query, std::size_t column, const Described& other) {
+        if (query == 1 && is_null_column(queries[0], column)) columns[column].type = other.type;
+        return is_null_column(queries[query], column);
+    };
+    for (std::size_t query = 1; query < queries.size(); ++query) {
+        const Translation translation = translate(session, queries[query]);
+        const Compiled compiled = session.compile(translation.sql);
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const Described other = describe_column(session, compiled.get(), translation, i);
+            if (!keep_type_of_null(query, i, other)) widen(columns[i], other);
+        }
+    }
+    for (Described& column : columns) column.stored = column.stored && queries.size() > 1;
 }
 
 /// A query that is still open neither sees what the session writes nor hides from it what others have committed.
@@ -159,17 +252,17 @@ bool Statement::compile(Session& session) {
 
 void Statement::describe(Session& session) {
     const int count = sqlite3_column_count(compiled.get()) - (translation.locked_table.empty() ? 0 : 1);
-    columns.assign(static_cast<std::size_t>(kind == Kind::query ? count : 0), {});
-    described_by_value.assign(columns.size(), false);
-    for (std::size_t i = 0; i < columns.size(); ++i) {
-        const bool text_tells = i < translation.columns.size() && translation.columns[i].family != Family::unknown;
-        if (const auto declared = declared_type(session, compiled.get(), static_cast<int>(i))) {
-            columns[i] = *declared;
-        } else if (text_tells) {
-            columns[i] = translation.columns[i];
-        } else {
-            described_by_value[i] = true;
-        }
+    std::vector<Described> described(static_cast<std::size_t>(kind == Kind::query ? count : 0));
+    for (std::size_t i = 0; i < described.size(); ++i)
+        described[i] = describe_column(session, compiled.get(), translation, i);
+    if (kind == Kind::query && std::any_of(tokens.begin(), tokens.end(), is_set_operator)) widen_all(session, tokens, described);
+    columns.clear();
+    described_by_value.clear();
+    stored.clear();
+    for (const Described& column : described) {
+        columns.push_back(column.type);
+        described_by_value.push_back(column.type.family == Family::unknown);
+        stored.push_back(column.stored);
     }
     const bool told = std::find(described_by_value.begin(), described_by_value.end(), true) == described_by_value.end();
     if (told) described_by_value.clear();

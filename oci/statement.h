@@ -51,6 +51,7 @@ struct Statement {
     std::vector<unsigned> inputs;    ///< the positions that SQLite binds
     std::vector<ColumnType> columns; ///< of a query's select list
     std::vector<bool> described_by_value; ///< by column; empty when the text tells all of them
+    std::vector<bool> stored; ///< by column: it comes from a table, so that its values are what its type says
     std::vector<OCIParam*> params; ///< descriptors that were handed out for the columns
     unsigned compiled_at = 0;      ///< the database's DDL count then
 

@@ -101,7 +101,7 @@ double round_to(double number, int digits) {
     const double scaled = number * power;
     if (!(std::fabs(scaled) < 0x1p52)) return number; // greater ones have no fraction
     const double rounded = std::nearbyint(scaled);
-    const double tolerance = std::min(std::fabs(scaled) * 4 * std::numeric_limits<double>::epsilon(), 0.01);
+    const double tolerance = std::min(std::fabs(scaled) * 4 * std::numeric_limits<double>::epsilon(), 0.05);
     const bool tie = std::fabs(std::fabs(scaled - rounded) - 0.5) <= tolerance;
     return (tie ? std::trunc(scaled + std::copysign(0.5 + tolerance, scaled)) : rounded) / power;
 }

@@ -209,6 +209,12 @@ TEST_F(ClientBoundValues, areRefusedInTypesAndSizesThatAreNone) {
     EXPECT_EQ(session.bind(insert, 1, nullptr, 4, SQLT_INT, reinterpret_cast<void*>(-1)), OCI_SUCCESS);
     EXPECT_EQ(session.execute(insert), OCI_SUCCESS) << "a null flag in the place of the indicator";
     EXPECT_EQ(session.run("SELECT COUNT(*), COUNT(c) FROM v"), "1,0");
+    OCIStmt* block = session.prepare("BEGIN :1 := 'x'; END;");
+    session.bind(block, 1, buffer, 8, SQLT_STR, reinterpret_cast<void*>(-1));
+    EXPECT_EQ(session.execute(block), OCI_SUCCESS);
+    EXPECT_STREQ(buffer, "x");
+    session.bind(block, 1, nullptr, 8, SQLT_STR);
+    EXPECT_EQ(session.execute(block), 1084);
 }
 
 // A caller may change its buffers as soon as the call that read them has returned.
@@ -388,6 +394,18 @@ TEST_F(ClientArrays, areFetchedInParts) {
     EXPECT_EQ(std::to_string(ids[1]) + std::to_string(ids[2]) + names[2] + std::to_string(indicators[2]), "29~7")
         << "untouched";
     EXPECT_EQ(session.fetch(query), 1002);
+}
+
+TEST_F(ClientArrays, endWithTheRowThatFails) {
+    session.run("INSERT INTO t (id) SELECT 1 FROM DUAL UNION ALL SELECT 2 FROM DUAL UNION ALL SELECT 3 FROM DUAL");
+    double value = 0;
+    OCIStmt* query = session.open("SELECT 1 / (2 - id) FROM t ORDER BY id");
+    session.define(query, 1, &value, sizeof value, SQLT_FLT);
+    for (const int code : std::vector{0, 1476, 1002}) EXPECT_EQ(session.fetch(query), code);
+    query = session.open("SELECT DECODE(id, 2, 'abc', id) FROM t ORDER BY id");
+    session.define(query, 1, &value, sizeof value, SQLT_FLT);
+    for (const int code : std::vector<int>{0, 1722, 0, OCI_NO_DATA}) EXPECT_EQ(session.fetch(query), code);
+    EXPECT_EQ(value, 3);
 }
 
 TEST_F(ClientArrays, comeBackFromReturningAndBlocks) {

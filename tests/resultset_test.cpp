@@ -114,6 +114,27 @@ INSTANTIATE_TEST_SUITE_P(
                   " !402 !402 !402 !402 !402 !402 !402 3 bytes"}),
     rowName);
 
+TEST_F(ResultSets, CombinedQueriesAreDescribedByTheWidest) {
+    table("t", "i NUMBER(3), n NUMBER(9,2), c CHAR(2), v VARCHAR2(20)");
+    const struct {
+        const char* first;
+        const char* second;
+        DTK_DATATYPES type;
+        int size, precision, scale;
+    } cases[] = {{"i", "i", DTK_INT, 22, 3, 0},        {"i", "n", DTK_FLOAT, 22, 0, anyScale},
+                 {"c", "v", DTK_STRING, 21, 0, 0},     {"v", "c", DTK_STRING, 21, 0, 0},
+                 {"c", "c", DTK_STRING, 3, 0, 0},      {"NULL", "n", DTK_DOUBLE, 22, 9, 2},
+                 {"n", "NULL x", DTK_DOUBLE, 22, 9, 2}};
+    for (const auto& [first, second, type, size, precision, scale] : cases) {
+        const std::string sql = std::string("SELECT ") + first + " FROM t UNION ALL SELECT " + second + " FROM t ORDER BY 1";
+        const std::unique_ptr<DTK_stmtMetadataBase> metadata(open(sql).mb_getMetadata());
+        EXPECT_EQ(std::tuple(metadata->mb_getType(1), metadata->mb_getSize(1), metadata->mb_getPrecision(1),
+                             metadata->mb_getScale(1)),
+                  std::tuple(type, size, precision, scale))
+            << sql;
+    }
+}
+
 TEST_F(ResultSets, MetadataListsAppend) {
     table("t", "n NUMBER(9)");
     const Statement insert = prepare("INSERT INTO t VALUES (1)");
