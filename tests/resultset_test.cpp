@@ -126,7 +126,8 @@ TEST_F(ResultSets, CombinedQueriesAreDescribedByTheWidest) {
                  {"c", "c", DTK_STRING, 3, 0, 0},      {"NULL", "n", DTK_DOUBLE, 22, 9, 2},
                  {"n", "NULL x", DTK_DOUBLE, 22, 9, 2}};
     for (const auto& [first, second, type, size, precision, scale] : cases) {
-        const std::string sql = std::string("SELECT ") + first + " FROM t UNION ALL SELECT " + second + " FROM t ORDER BY 1";
+        const std::string sql =
+            std::string("SELECT ") + first + " FROM t UNION ALL SELECT " + second + " FROM t ORDER BY 1";
         const std::unique_ptr<DTK_stmtMetadataBase> metadata(open(sql).mb_getMetadata());
         EXPECT_EQ(std::tuple(metadata->mb_getType(1), metadata->mb_getSize(1), metadata->mb_getPrecision(1),
                              metadata->mb_getScale(1)),
@@ -316,8 +317,8 @@ TEST_F(ResultSets, IndicatorsTellNullAndTheLongestCut) {
 TEST_F(ResultSets, TextsAreReadWholeAfterLongerOnes) {
     table("t", "k NUMBER(9), narrow VARCHAR2(2), wide VARCHAR2(20)");
     const Statement insert = prepare("INSERT INTO t VALUES (:1, :2, :3)");
-    const std::vector<std::string> texts = {std::string(20, 'a'), std::string(16, 'b'), std::string(15, 'c'),
-                                            std::string(14, 'd'), "ee", "f"};
+    const std::vector<std::string> texts = {
+        std::string(20, 'a'), std::string(16, 'b'), std::string(15, 'c'), std::string(14, 'd'), "ee", "f"};
     for (std::size_t i = 0; i < texts.size(); ++i) {
         insert->mb_setInt(1, static_cast<int>(i));
         insert->mb_setString(2, texts[i].substr(0, 2));

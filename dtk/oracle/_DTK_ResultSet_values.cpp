@@ -66,11 +66,13 @@ bool _DTK_ResultSet::mb_isTruncated(unsigned int position) {
 
 DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
-    if (buffer.m_type != DTK_STRING) [[unlikely]] return otherText(buffer);
+    if (buffer.m_type != DTK_STRING) [[unlikely]]
+        return otherText(buffer);
     const auto* text = static_cast<const char*>(buffer.m_value);
     const std::size_t length = std::strlen(text);
     constexpr DTK_String::Private own{};
-    if (length > shortText_bytes) [[unlikely]] return DTK_String(own, text, length, length);
+    if (length > shortText_bytes) [[unlikely]]
+        return DTK_String(own, text, length, length);
     return DTK_String(own, text, shortText_bytes, length);
 }
 

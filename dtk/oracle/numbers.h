@@ -44,7 +44,8 @@ template <typename To>
 ///
 /// @throws DTK_Exception `unreadable`: the buffer holds no number
 template <typename To> To readNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
-    if (buffer.m_type == OracleType<To>::code) [[likely]] return *static_cast<const To*>(buffer.m_value);
+    if (buffer.m_type == OracleType<To>::code) [[likely]]
+        return *static_cast<const To*>(buffer.m_value);
     return readOtherNumber<To>(buffer, unreadable);
 }
 
