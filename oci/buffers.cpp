@@ -417,7 +417,7 @@ Input::Binder Input::choose_binder() const {
     return bind_rest<&Input::bind_other>;
 }
 
-// Goes on as the outputs do.
+// Calls the next one last of all, as outputs do.
 template <bool (Input::*quickly)(sqlite3_stmt*, ub4)>
 void Input::bind_rest(Input* input, sqlite3_stmt* statement, ub4 index) {
     const Buffer& buffer = *input->buffer;

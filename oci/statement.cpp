@@ -1,6 +1,6 @@
 #include "statement.h"
 
-#include "token_reader.h"
+#include "select_list.h"
 
 #include <algorithm>
 #include <utility>
@@ -50,113 +50,6 @@ T& handle_at(std::vector<T*>& handles, ub4 position, OCIEnv* env) {
     T*& handle = handles[position - 1];
     if (handle == nullptr) handle = &Slab<T>::take(env);
     return *handle;
-}
-
-/// The type of a select-list column that is a column of a table; nothing for an expression.
-std::optional<ColumnType> declared_type(Session& session, sqlite3_stmt* query, int column) {
-    const char* declared = sqlite3_column_decltype(query, column);
-    auto type = declared != nullptr ? ColumnType::parse(declared) : std::nullopt;
-    const char* table = sqlite3_column_table_name(query, column);
-    const char* origin = sqlite3_column_origin_name(query, column);
-    if (!type || table == nullptr || origin == nullptr) return type;
-    if (upper(origin) == "ROWID") return ColumnType::of_family(Family::rowid);
-    const auto* known = session.columns_of(upper(table));
-    if (known == nullptr) return type;
-    for (const auto& candidate : *known) {
-        if (candidate.name == upper(origin)) type->nullable = candidate.type.nullable;
-    }
-    return type;
-}
-
-bool is_set_operator(const Token& token) { return token.is("UNION") || token.is("INTERSECT") || token.is("MINUS"); }
-
-/// The queries that set operators combine, each behind the WITH clause of them all.
-std::vector<std::vector<Token>> combined_queries(const std::vector<Token>& tokens) {
-    std::vector<std::vector<Token>> queries(1);
-    std::vector<Token> with;
-    bool selected = false;
-    int depth = 0;
-    for (const Token& token : tokens) {
-        depth += token.is("(") ? 1 : token.is(")") ? -1 : 0;
-        const bool top = depth == 0;
-        selected = selected || (top && token.is("SELECT"));
-        if (!selected) {
-            with.push_back(token);
-        } else if (top && is_set_operator(token)) {
-            queries.emplace_back();
-        } else if (top && (token.is("ORDER") || token.is("OFFSET") || token.is("FETCH") || token.is(";"))) {
-            break;
-        } else if (!queries.back().empty() || !token.is("ALL")) {
-            queries.back().push_back(token);
-        }
-    }
-    for (auto& query : queries) query.insert(query.begin(), with.begin(), with.end());
-    return queries;
-}
-
-/// Is a column of the select list no more than the word NULL, which takes the type of what it is combined with?
-bool is_null_column(const std::vector<Token>& query, std::size_t column) {
-    std::size_t at = 0;
-    int depth = 0;
-    for (bool selected = false; at < query.size() && !(selected && column == 0); ++at) {
-        depth += query[at].is("(") ? 1 : query[at].is(")") ? -1 : 0;
-        if (selected && depth == 0 && query[at].is(",")) --column;
-        selected = selected || (depth == 0 && query[at].is("SELECT"));
-    }
-    TokenReader reader(Tokens(query).subspan(at));
-    if (!reader.accept("NULL")) return false;
-    reader.accept("AS");
-    if (reader.peek().is_name() && !is_keyword(reader.peek())) reader.take();
-    return reader.at_end() || reader.peek().is(",") || reader.peek().is("FROM");
-}
-
-/// What a query says of a column of its select list.
-struct Described {
-    ColumnType type; ///< unknown when only a value tells
-    bool stored = false;
-};
-
-Described describe_column(Session& session, sqlite3_stmt* query, const Translation& translation, std::size_t column) {
-    if (const auto declared = declared_type(session, query, static_cast<int>(column))) return {*declared, true};
-    return {column < translation.columns.size() ? translation.columns[column] : ColumnType(), false};
-}
-
-bool is_text(const ColumnType& type) { return type.family == Family::text || type.family == Family::fixed_text; }
-
-/// Makes the type of a column wide enough for that of a query that is combined with it.
-void widen(Described& column, const Described& other) {
-    ColumnType& type = column.type;
-    column.stored = column.stored && other.stored;
-    type.nullable = type.nullable || other.type.nullable;
-    if (type.family == Family::unknown || other.type.family == Family::unknown) {
-        type = {};
-    } else if (is_text(type) && is_text(other.type)) {
-        const bool alike = type.family == other.type.family && (type.family == Family::text || type.size == other.type.size);
-        if (!alike) type.family = Family::text;
-        type.size = std::max(type.size, other.type.size);
-    } else if (type.family != other.type.family) {
-        throw OracleError(1790);
-    } else if (type.precision != other.type.precision || type.scale != other.type.scale) {
-        type = ColumnType::number();
-    }
-}
-
-/// SQLite describes combined queries as the first of them; which one a column of a subquery is from it does not tell.
-void widen_all(Session& session, const std::vector<Token>& tokens, std::vector<Described>& columns) {
-    const auto queries = combined_queries(tokens);
-    const auto keep_type_of_null = [&](std::size_t query, std::size_t column, const Described& other) {
-        if (query == 1 && is_null_column(queries[0], column)) columns[column].type = other.type;
-        return is_null_column(queries[query], column);
-    };
-    for (std::size_t query = 1; query < queries.size(); ++query) {
-        const Translation translation = translate(session, queries[query]);
-        const Compiled compiled = session.compile(translation.sql);
-        for (std::size_t i = 0; i < columns.size(); ++i) {
-            const Described other = describe_column(session, compiled.get(), translation, i);
-            if (!keep_type_of_null(query, i, other)) widen(columns[i], other);
-        }
-    }
-    for (Described& column : columns) column.stored = column.stored && queries.size() > 1;
 }
 
 /// A query that is still open neither sees what the session writes nor hides from it what others have committed.
@@ -251,15 +144,12 @@ bool Statement::compile(Session& session) {
 }
 
 void Statement::describe(Session& session) {
-    const int count = sqlite3_column_count(compiled.get()) - (translation.locked_table.empty() ? 0 : 1);
-    std::vector<Described> described(static_cast<std::size_t>(kind == Kind::query ? count : 0));
-    for (std::size_t i = 0; i < described.size(); ++i)
-        described[i] = describe_column(session, compiled.get(), translation, i);
-    if (kind == Kind::query && std::any_of(tokens.begin(), tokens.end(), is_set_operator)) widen_all(session, tokens, described);
     columns.clear();
     described_by_value.clear();
     stored.clear();
-    for (const Described& column : described) {
+    std::vector<SelectedColumn> selected;
+    if (kind == Kind::query) selected = describe_select_list(session, tokens, compiled.get(), translation);
+    for (const SelectedColumn& column : selected) {
         columns.push_back(column.type);
         described_by_value.push_back(column.type.family == Family::unknown);
         stored.push_back(column.stored);

@@ -110,6 +110,7 @@ const Group groups[] = {
       {"SELECT code FROM emp UNION SELECT 'longer' FROM DUAL UNION ALL SELECT NULL FROM DUAL", "05;longer;x;"},
       {"WITH x AS (SELECT code c FROM emp) SELECT NULL FROM DUAL UNION ALL SELECT c FROM x MINUS SELECT 'x' FROM DUAL",
        ";05"},
+      {"SELECT NULL FROM DUAL UNION ALL SELECT NULL FROM DUAL UNION ALL SELECT sal FROM emp", ";;800;1600.56"},
       {"SELECT empno FROM emp UNION ALL SELECT ename FROM emp", "ORA-01790"},
       {"SELECT e.ename, d.dname FROM emp e LEFT JOIN dept d ON e.deptno = d.deptno ORDER BY e.empno",
        "SMITH,SALES   ;ALLEN,"},
