@@ -1,0 +1,330 @@
+#include "oci/engine/session.h"
+
+#include "oci/engine/accounts.h"
+#include "oci/functions/functions.h"
+#include "oci/engine/statement.h"
+
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <unistd.h>
+#include <utility>
+
+namespace oci {
+namespace {
+
+constexpr auto look_every = std::chrono::milliseconds(20);
+constexpr std::size_t most_kept_statements = 100;
+
+constexpr auto settings = "PRAGMA journal_mode=WAL;"
+                          "PRAGMA synchronous=NORMAL;"
+                          "PRAGMA foreign_keys=ON;"
+                          "PRAGMA case_sensitive_like=ON;"
+                          "PRAGMA temp_store=MEMORY";
+
+/// The clock that costs next to nothing to read, as exact as the system's ticks.
+std::chrono::nanoseconds coarse_now() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+}
+
+unsigned long long next_transaction() {
+    static std::atomic<unsigned long long> last{0};
+    return ++last;
+}
+
+} // namespace
+
+void Finalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+void Session::Closer::operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+
+Session::Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password)
+    : m_database(std::move(database)), m_user(accounts::canonical(user)) {
+    open();
+    accounts::authenticate(*this, password);
+}
+
+void Session::open() {
+    const bool create = m_database->may_create();
+    sqlite3* db = nullptr;
+    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | (create ? SQLITE_OPEN_CREATE : 0);
+    const int status = sqlite3_open_v2(m_database->path().c_str(), &db, flags, nullptr);
+    m_db.reset(db);
+    if (status != SQLITE_OK) {
+        check_place();
+        const std::string reason = m_database->path() + ": " + std::strerror(sqlite3_system_errno(db));
+        throw OracleError(m_database->identity() == FileIdentity{} ? 1034 : 1157, reason);
+    }
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    sqlite3_busy_timeout(db, static_cast<int>(default_patience.count()));
+    try {
+        run(settings);
+    } catch (const OracleError&) {
+        check_place();
+        throw;
+    }
+    if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
+    register_functions(db, m_user);
+    m_begin = compile("BEGIN IMMEDIATE");
+    m_commit = compile("COMMIT");
+    m_rollback = compile("ROLLBACK");
+    m_identity = m_database->identity();
+    m_database->was_opened();
+}
+
+void Session::check_place() const {
+    const auto end_of_folder = m_database->path().rfind('/') + 1;
+    const std::string folder = m_database->path().substr(0, end_of_folder);
+    if (faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) == 0) return;
+    const int reason = errno;
+    if (reason != EROFS && reason != EACCES) return;
+    throw OracleError(16000, m_database->path() + ": " + std::strerror(reason));
+}
+
+Session::~Session() {
+    for (OCIStmt* handle : handles) abandon(*handle);
+    m_kept.clear();
+    if (m_transaction != 0) end_transaction(); // closing the connection rolls back
+}
+
+void Session::check_connected() {
+    if (!m_lost && m_database->identity() != m_identity) lose();
+    if (m_lost) throw OracleError(3114);
+    m_last_look = coarse_now();
+}
+
+void Session::check_connected_lately() {
+    if (m_lost || coarse_now() - m_last_look > look_every) check_connected();
+}
+
+void Session::lose() {
+    m_lost = true;
+    if (m_transaction != 0) rollback();
+}
+
+int Session::begin_immediate() {
+    const int status = sqlite3_step(m_begin.get());
+    sqlite3_reset(m_begin.get());
+    return status;
+}
+
+bool Session::begin(std::chrono::milliseconds patience) {
+    if (m_transaction != 0) return false;
+    check_connected();
+    if (!m_database->acquire_writer(patience)) throw OracleError(patience.count() == 0 ? 54 : 30006);
+    sqlite3_busy_timeout(db(), static_cast<int>(patience.count()));
+    int status = begin_immediate();
+    if (status == SQLITE_BUSY_SNAPSHOT) {
+        // A query that is still open sees an older state of the database than a writer has to start from.
+        try {
+            detach_queries(*this);
+            status = begin_immediate();
+        } catch (...) {
+            m_database->release_writer();
+            throw;
+        }
+    }
+    sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
+    if (status != SQLITE_DONE) {
+        m_database->release_writer();
+        throw (status & 0xFF) == SQLITE_BUSY && patience.count() == 0 ? OracleError(54) : sqlite_error(db());
+    }
+    m_transaction = next_transaction();
+    return true;
+}
+
+void Session::end_transaction() {
+    m_transaction = 0;
+    m_database->release_writer();
+}
+
+void Session::commit() {
+    check_connected();
+    if (m_transaction == 0) return;
+    const int status = sqlite3_step(m_commit.get());
+    if (status != SQLITE_DONE) {
+        const OracleError error = sqlite_error(db());
+        sqlite3_reset(m_commit.get());
+        rollback();
+        throw error;
+    }
+    sqlite3_reset(m_commit.get());
+    end_transaction();
+}
+
+void Session::rollback() {
+    if (m_transaction == 0) return;
+    sqlite3_step(m_rollback.get());
+    sqlite3_reset(m_rollback.get());
+    end_transaction();
+}
+
+void Session::failed() {
+    if (m_transaction != 0 && sqlite3_get_autocommit(db()) != 0) end_transaction();
+}
+
+void Session::change_password(std::string_view user, std::string_view old_password, std::string_view new_password) {
+    const bool began = begin();
+    try {
+        accounts::change_password(*this, user, old_password, new_password);
+    } catch (...) {
+        if (began) rollback();
+        throw;
+    }
+    commit();
+}
+
+Compiled Session::compile(std::string_view sql) const {
+    sqlite3_stmt* statement = nullptr;
+    const int status = sqlite3_prepare_v3(db(), sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
+                                          &statement, nullptr);
+    if (status != SQLITE_OK) throw sqlite_error(db());
+    return Compiled(statement);
+}
+
+void Session::run(const std::string& sql) const {
+    if (sqlite3_exec(db(), sql.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) throw sqlite_error(db());
+}
+
+void Session::forget_outdated_tables() {
+    const unsigned now = m_database->ddl_count;
+    if (std::exchange(m_tables_known_at, now) != now) m_tables.clear();
+}
+
+const std::vector<Column>* Session::columns_of(std::string_view table) {
+    auto known = m_tables.find(table);
+    if (known == m_tables.end()) {
+        std::vector<Column> columns;
+        const auto query = compile("SELECT name, type, \"notnull\" FROM pragma_table_info(?1)");
+        Value::of(table).bind(query.get(), 1);
+        while (sqlite3_step(query.get()) == SQLITE_ROW) {
+            const auto text = [&](int i) { return reinterpret_cast<const char*>(sqlite3_column_text(query.get(), i)); };
+            columns.push_back({upper(text(0)), ColumnType::parse(text(1)).value_or(ColumnType{})});
+            columns.back().type.nullable = sqlite3_column_int(query.get(), 2) == 0;
+        }
+        const bool found = !columns.empty();
+        known = m_tables.emplace(table, found ? std::optional(std::move(columns)) : std::nullopt).first;
+    }
+    return known->second ? &*known->second : nullptr;
+}
+
+void Session::schema_changed() {
+    ++m_database->ddl_count;
+    m_tables.clear();
+}
+
+std::unique_ptr<Statement> Session::take_statement(std::string_view text) {
+    if (const auto found = m_kept.find(text); found != m_kept.end()) {
+        auto statement = std::move(found->second);
+        m_kept.erase(found);
+        return statement;
+    }
+    return std::make_unique<Statement>(text);
+}
+
+void Session::keep_statement(std::unique_ptr<Statement> statement) {
+    if (m_kept.size() >= most_kept_statements) m_kept.erase(m_kept.begin());
+    const std::string_view text = statement->text;
+    m_kept.emplace(text, std::move(statement));
+}
+
+Savepoint::Savepoint(Session& session) : m_session(session), m_transaction(session.transaction()) {
+    if (m_transaction != 0) session.run("SAVEPOINT \"DTK$STATEMENT\"");
+}
+
+void Savepoint::keep() {
+    if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE \"DTK$STATEMENT\"");
+}
+
+void Savepoint::undo() {
+    m_session.failed();
+    if (m_session.transaction() == 0) return;
+    if (m_session.transaction() != m_transaction) return m_session.rollback();
+    m_session.run("ROLLBACK TO \"DTK$STATEMENT\"; RELEASE \"DTK$STATEMENT\"");
+}
+
+Session& session_of(OCISvcCtx* service) {
+    OCISvcCtx& context = live<OCISvcCtx>(service);
+    if (!context.session) throw OracleError(1012);
+    return *context.session;
+}
+
+} // namespace oci
+
+using namespace oci;
+
+namespace {
+
+std::string_view view(const OraText* text, std::size_t length) {
+    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text), length);
+}
+
+} // namespace
+
+sword OCILogon2(OCIEnv* envhp, OCIError* errhp, OCISvcCtx** svchp, const OraText* username, ub4 uname_len,
+                const OraText* password, ub4 passwd_len, const OraText* dbname, ub4 dbname_len, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        OCIEnv& env = live<OCIEnv>(envhp);
+        live<OCIError>(errhp);
+        const auto database = Database::find(view(dbname, dbname_len));
+        {
+            const std::lock_guard lock(env.mutex);
+            env.databases[database->path()] = database;
+        }
+        auto session =
+            std::make_unique<Session>(database, view(username, uname_len), view(password, passwd_len));
+        OCISvcCtx& service = owns(env, *svchp) && !(*svchp)->session ? **svchp : allocate<OCISvcCtx>(env);
+        service.session = std::move(session);
+        *svchp = &service;
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCILogoff(OCISvcCtx* svchp, OCIError* errhp) {
+    return guarded(errhp, [&]() -> sword {
+        Session& session = session_of(svchp);
+        try {
+            session.commit();
+        } catch (...) {
+            svchp->session.reset(); // the handle stays: only a successful call frees it
+            throw;
+        }
+        return OCIHandleFree(svchp, OCI_HTYPE_SVCCTX);
+    });
+}
+
+sword OCIPing(OCISvcCtx* svchp, OCIError* errhp, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        session_of(svchp).check_connected();
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCIPasswordChange(OCISvcCtx* svchp, OCIError* errhp, const OraText* user_name, ub4 usernm_len,
+                        const OraText* opasswd, ub4 opasswd_len, const OraText* npasswd, sb4 npasswd_len, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        session_of(svchp).change_password(view(user_name, usernm_len), view(opasswd, opasswd_len),
+                                          view(npasswd, npasswd_len > 0 ? static_cast<std::size_t>(npasswd_len) : 0));
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCITransCommit(OCISvcCtx* svchp, OCIError* errhp, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        session_of(svchp).commit();
+        return OCI_SUCCESS;
+    });
+}
+
+sword OCITransRollback(OCISvcCtx* svchp, OCIError* errhp, ub4) {
+    return guarded(errhp, [&]() -> sword {
+        Session& session = session_of(svchp);
+        session.rollback();
+        session.check_connected();
+        return OCI_SUCCESS;
+    });
+}

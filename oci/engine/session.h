@@ -1,0 +1,130 @@
+#pragma once
+
+#include "oci/engine/database.h"
+#include "oci/api/handles.h"
+#include "oci/values/values.h"
+
+#include <optional>
+#include <unordered_map>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace oci {
+
+struct Statement;
+
+struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const;
+};
+using Compiled = std::unique_ptr<sqlite3_stmt, Finalizer>;
+
+struct Column {
+    std::string name;
+    ColumnType type;
+};
+
+/// One logged-on session: one SQLite connection, its transaction and the statements it keeps. Used by one thread at a time.
+class Session {
+  public:
+    /// How long a writer waits for another one.
+    static constexpr std::chrono::milliseconds default_patience{10000};
+
+    /// Logs on; the first logon to a new database creates its account.
+    Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password);
+    /// A transaction that is still open is rolled back.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    sqlite3* db() const { return m_db.get(); }
+    const std::string& user() const { return m_user; }
+
+    /// ORA-03114 when the session is lost or its file is not at its place any more; then the session is lost for good.
+    void check_connected();
+    /// The same, looking at the file only now and then: for calls too short to look every time.
+    void check_connected_lately();
+
+    /// Begins a transaction with the write lock. @return false when one was open already.
+    /// @throws ORA-30006 (ORA-00054 without patience) when another session keeps the lock.
+    bool begin(std::chrono::milliseconds patience = default_patience);
+    void commit();
+    void rollback();
+    /// The number of the open transaction, unique in the process; 0 when none is open.
+    unsigned long long transaction() const { return m_transaction; }
+    /// After a failure: SQLite may have rolled the transaction back by itself.
+    void failed();
+
+    void change_password(std::string_view user, std::string_view old_password, std::string_view new_password);
+
+    Compiled compile(std::string_view sql) const;
+    void run(const std::string& sql) const;
+
+    /// To be called before columns are asked for, while nobody uses those asked for before: others may change tables at
+    /// any time.
+    void forget_outdated_tables();
+    /// The columns of a table or view; null when there is none of that name.
+    const std::vector<Column>* columns_of(std::string_view table);
+    /// To be called after DDL: what is known of tables may have changed.
+    void schema_changed();
+
+    /// A statement for this text: one that was kept, or a new one.
+    std::unique_ptr<Statement> take_statement(std::string_view text);
+    void keep_statement(std::unique_ptr<Statement> statement);
+
+    /// The statement handles that are in use on this session.
+    std::unordered_set<OCIStmt*> handles;
+    /// How many of their cursors hold on to the state of the database that they were opened with.
+    unsigned open_queries = 0;
+    Database& database() const { return *m_database; }
+
+  private:
+    struct Closer {
+        void operator()(sqlite3* db) const;
+    };
+
+    void open();
+    /// ORA-16000 where the database's folder cannot be written to: SQLite needs files of its own beside the database.
+    void check_place() const;
+    void lose();
+    void end_transaction();
+    int begin_immediate();
+
+    const std::shared_ptr<Database> m_database;
+    const std::string m_user;
+    std::unique_ptr<sqlite3, Closer> m_db;
+    Compiled m_begin;
+    Compiled m_commit;
+    Compiled m_rollback;
+    FileIdentity m_identity;
+    bool m_lost = false;
+    std::chrono::nanoseconds m_last_look{0};
+    unsigned long long m_transaction = 0;
+    std::map<std::string, std::optional<std::vector<Column>>, std::less<>> m_tables;
+    unsigned m_tables_known_at = 0;
+    std::unordered_multimap<std::string_view, std::unique_ptr<Statement>> m_kept;
+};
+
+/// The session of a service context; ORA-01012 when it is not logged on.
+Session& session_of(OCISvcCtx* service);
+
+/// Undoes what one statement or block did when it fails.
+class Savepoint {
+  public:
+    explicit Savepoint(Session& session);
+    void keep();
+    void undo();
+
+  private:
+    Session& m_session;
+    const unsigned long long m_transaction;
+};
+
+/// Leaves the rest of every open query of the session in a table of its own: it goes on with the rows it was opened
+/// with, whatever the session writes, and what comes next does not see the old state that an open query holds on to.
+void detach_queries(Session& session);
+
+/// Ends what a statement handle holds of a session that goes away.
+void abandon(OCIStmt& statement);
+
+} // namespace oci

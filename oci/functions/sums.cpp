@@ -1,0 +1,127 @@
+#include "oci/functions/function_table.h"
+
+#include "oci/values/decimal.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+#include <iterator>
+
+namespace oci {
+namespace {
+
+// SQLite gives the state of an aggregate an address that is a multiple of 8 only.
+__extension__ typedef __int128 Int128 __attribute__((aligned(8)));
+
+constexpr int places = 18;
+constexpr std::int64_t one = 1'000'000'000'000'000'000; ///< 10^places
+
+/// What SUM and AVG know of the values so far. SQLite sets it to zero.
+struct Sum {
+    std::int64_t count; ///< of values that are not NULL
+    Int128 parts;       ///< their sum in units of 10^-places, which is exact
+    double rest;        ///< the sum of those that are too great for it or have more digits
+    std::int64_t count_of_rest;
+};
+
+/// @return false when the number has no place in units of 10^-places.
+bool parts_of(const Value& number, Int128& parts) {
+    if (number.type == Value::Type::integer) {
+        parts = Int128{number.integer} * one;
+        return true;
+    }
+    constexpr int millionth = 1'000'000; // the quotient is the number: then it is the decimal of so few digits
+    const double millionths = std::nearbyint(number.real * millionth);
+    if (std::fabs(millionths) < 1e15 && millionths / millionth == number.real) {
+        parts = Int128{static_cast<std::int64_t>(millionths)} * (one / millionth);
+        return true;
+    }
+    const Decimal decimal(Value::of(without_noise(number.real, std::fabs(number.real))));
+    if (decimal.whole_digits() > 19 || decimal.decimal_places() > places) return false;
+    parts = 0;
+    for (int power = decimal.whole_digits() - 1; power >= -places; --power) {
+        parts = parts * 10 + (decimal.digit(power) - '0');
+    }
+    if (decimal.is_negative()) parts = -parts;
+    return true;
+}
+
+/// @param sign  -1: the value leaves the sum again, for a window that moves on
+void add(Sum& sum, const Value& number, int sign) {
+    sum.count += sign;
+    Int128 parts = 0;
+    const bool exact = parts_of(number, parts);
+    Int128 together = 0;
+    if (exact && !__builtin_add_overflow(sum.parts, parts * sign, &together)) {
+        sum.parts = together;
+        return;
+    }
+    sum.count_of_rest += exact ? 1 : sign; // what overflows once may not do so when it leaves
+    sum.rest = sum.count_of_rest == 0 ? 0 : sum.rest + sign * as_double(number);
+}
+
+/// An integer when it is whole and fits; otherwise the nearest double.
+Value number_of_parts(Int128 parts) {
+    const Int128 whole = parts / one;
+    const auto integer = static_cast<std::int64_t>(whole);
+    if (whole * one == parts && whole == integer) return Value::of(integer);
+    char text[] = "-0123456789012345678901234567890123456789e-18";
+    char* const end = std::end(text) - 1;
+    char* first = end - 4;
+    const bool negative = parts < 0;
+    for (; parts != 0; parts /= 10) *--first = static_cast<char>('0' + std::abs(static_cast<int>(parts % 10)));
+    if (negative) *--first = '-';
+    double real = 0;
+    std::from_chars(first, end, real);
+    return Value::of(real);
+}
+
+Value total(const Sum& sum) {
+    const Value exact = number_of_parts(sum.parts);
+    return sum.rest == 0 ? exact : number_result(as_double(exact) + sum.rest);
+}
+
+Value average(const Sum& sum) {
+    if (sum.rest == 0 && sum.parts % sum.count == 0) return number_of_parts(sum.parts / sum.count);
+    const double quotient = as_double(total(sum)) / static_cast<double>(sum.count);
+    return number_result(without_noise(quotient, std::fabs(quotient)));
+}
+
+template <int sign> void step(sqlite3_context* context, int, sqlite3_value** values) noexcept {
+    try {
+        const Value number = number_of(Value::of(values[0]));
+        if (number.is_null()) return;
+        auto* sum = static_cast<Sum*>(sqlite3_aggregate_context(context, sizeof(Sum)));
+        if (sum == nullptr) throw std::bad_alloc();
+        add(*sum, number, sign);
+    } catch (const OracleError& error) {
+        sqlite3_result_error(context, error.text().c_str(), -1);
+    } catch (const std::bad_alloc&) {
+        sqlite3_result_error_nomem(context);
+    }
+}
+
+template <Value (*result)(const Sum&)> void report(sqlite3_context* context) noexcept {
+    const auto* sum = static_cast<const Sum*>(sqlite3_aggregate_context(context, 0));
+    if (sum == nullptr || sum->count == 0) return sqlite3_result_null(context);
+    try {
+        result(*sum).result(context);
+    } catch (const OracleError& error) {
+        sqlite3_result_error(context, error.text().c_str(), -1);
+    }
+}
+
+} // namespace
+
+void register_sums(sqlite3* db) {
+    constexpr int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
+    const auto known = [db](const char* name, auto* result) {
+        const int status = sqlite3_create_window_function(db, name, 1, flags, nullptr, step<1>, result, result,
+                                                          step<-1>, nullptr);
+        if (status != SQLITE_OK) throw sqlite_error(db);
+    };
+    known("sum", report<total>);
+    known("avg", report<average>);
+}
+
+} // namespace oci

@@ -1,0 +1,251 @@
+#include "oci/values/values.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <sqlite3.h>
+
+namespace oci {
+
+Value Value::of(std::int64_t number) {
+    Value value;
+    value.type = Type::integer;
+    value.integer = number;
+    return value;
+}
+
+Value Value::of(double number) {
+    Value value;
+    value.type = Type::real;
+    value.real = number;
+    return value;
+}
+
+Value Value::of(std::string_view text) {
+    Value value;
+    if (text.empty()) return value;
+    value.type = Type::text;
+    value.data = text.data();
+    value.size = text.size();
+    return value;
+}
+
+Value Value::of_bytes(const void* bytes, std::size_t size) {
+    Value value;
+    value.type = Type::blob;
+    value.data = size != 0 ? static_cast<const char*>(bytes) : "";
+    value.size = size;
+    return value;
+}
+
+Value Value::of(sqlite3_value* source) {
+    switch (sqlite3_value_type(source)) {
+    case SQLITE_INTEGER: return of(static_cast<std::int64_t>(sqlite3_value_int64(source)));
+    case SQLITE_FLOAT: return of(sqlite3_value_double(source));
+    case SQLITE_TEXT: {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(source));
+        Value value = of_bytes(text, static_cast<std::size_t>(sqlite3_value_bytes(source)));
+        value.type = Type::text;
+        return value;
+    }
+    case SQLITE_BLOB: {
+        const void* bytes = sqlite3_value_blob(source);
+        return of_bytes(bytes, static_cast<std::size_t>(sqlite3_value_bytes(source)));
+    }
+    default: return {};
+    }
+}
+
+void Value::bind(sqlite3_stmt* statement, int position) const {
+    int status = SQLITE_OK;
+    switch (type) {
+    case Type::null: status = sqlite3_bind_null(statement, position); break;
+    case Type::integer: status = sqlite3_bind_int64(statement, position, integer); break;
+    case Type::real: status = sqlite3_bind_double(statement, position, real); break;
+    case Type::text:
+        status = sqlite3_bind_text64(statement, position, data, size, SQLITE_STATIC, SQLITE_UTF8);
+        break;
+    case Type::blob: status = sqlite3_bind_blob64(statement, position, data, size, SQLITE_STATIC); break;
+    }
+    if (status != SQLITE_OK) throw sqlite_error(sqlite3_db_handle(statement));
+}
+
+void Value::result(sqlite3_context* context) const {
+    switch (type) {
+    case Type::null: return sqlite3_result_null(context);
+    case Type::integer: return sqlite3_result_int64(context, integer);
+    case Type::real: return sqlite3_result_double(context, real);
+    case Type::text: return sqlite3_result_text64(context, data, size, SQLITE_TRANSIENT, SQLITE_UTF8);
+    case Type::blob: return sqlite3_result_blob64(context, data, size, SQLITE_TRANSIENT);
+    }
+}
+
+void OwnedValue::assign(const Value& value) {
+    m_value = value;
+    if (value.type == Value::Type::text || value.type == Value::Type::blob) m_storage.assign(value.data, value.size);
+}
+
+Value OwnedValue::get() const {
+    Value value = m_value;
+    if (value.type == Value::Type::text || value.type == Value::Type::blob) value.data = m_storage.data();
+    return value;
+}
+
+std::string upper(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    return result;
+}
+
+namespace {
+
+/// Two digits at a fixed place; negative when they are none.
+int two_digits(const char* text) {
+    const unsigned tens = static_cast<unsigned char>(text[0]) - unsigned{'0'};
+    const unsigned ones = static_cast<unsigned char>(text[1]) - unsigned{'0'};
+    return tens <= 9 && ones <= 9 ? static_cast<int>(tens * 10 + ones) : -10000;
+}
+
+void put_two(char* text, int number) {
+    text[0] = static_cast<char>('0' + number / 10);
+    text[1] = static_cast<char>('0' + number % 10);
+}
+
+constexpr int month_days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+
+} // namespace
+
+bool parse_iso(std::string_view text, Civil& civil) {
+    if (text.size() != iso_size) return false;
+    const char* p = text.data();
+    if (p[4] != '-' || p[7] != '-' || p[10] != ' ' || p[13] != ':' || p[16] != ':') return false;
+    civil.year = two_digits(p) * 100 + two_digits(p + 2);
+    civil.month = two_digits(p + 5);
+    civil.day = two_digits(p + 8);
+    civil.hour = two_digits(p + 11);
+    civil.minute = two_digits(p + 14);
+    civil.second = two_digits(p + 17);
+    return (civil.year | civil.month | civil.day | civil.hour | civil.minute | civil.second) >= 0;
+}
+
+void write_iso(const Civil& civil, char* text) {
+    std::memcpy(text, "0000-00-00 00:00:00", iso_size);
+    put_two(text, civil.year / 100);
+    put_two(text + 2, civil.year % 100);
+    put_two(text + 5, civil.month);
+    put_two(text + 8, civil.day);
+    put_two(text + 11, civil.hour);
+    put_two(text + 14, civil.minute);
+    put_two(text + 17, civil.second);
+}
+
+void check_civil(const Civil& civil) {
+    if (civil.year < 1 || civil.year > 9999) throw OracleError(1841);
+    if (civil.month < 1 || civil.month > 12) throw OracleError(1843);
+    if (civil.day < 1 || civil.day > 31) throw OracleError(1847);
+    if (civil.day > days_in_month(civil.year, civil.month)) throw OracleError(1839);
+    if (civil.hour < 0 || civil.hour > 23) throw OracleError(1850);
+    if (civil.minute < 0 || civil.minute > 59) throw OracleError(1851);
+    if (civil.second < 0 || civil.second > 59) throw OracleError(1852);
+}
+
+int days_in_month(int year, int month) {
+    const bool leap = year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
+    return month == 2 && leap ? 29 : month_days[month - 1];
+}
+
+std::int64_t days_from_civil(int year, int month, int day) {
+    // Years that begin in March put the leap day last, so that the days before a month are a linear formula.
+    const std::int64_t y = month <= 2 ? year - 1 : year;
+    const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
+    const std::int64_t year_of_era = y - era * 400;
+    const std::int64_t day_of_year = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    return era * 146097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year - 719468;
+}
+
+void civil_from_days(std::int64_t days, Civil& civil) {
+    days += 719468;
+    const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
+    const std::int64_t day_of_era = days - era * 146097;
+    const std::int64_t year_of_era =
+        (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+    const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
+    const std::int64_t month_from_march = (5 * day_of_year + 2) / 153;
+    civil.day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
+    civil.month = static_cast<int>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+    civil.year = static_cast<int>(year_of_era + era * 400 + (civil.month <= 2 ? 1 : 0));
+}
+
+std::string_view number_text(const Value& number, std::string& scratch) {
+    char digits[512];
+    if (number.type == Value::Type::integer) {
+        const auto end = std::to_chars(digits, digits + sizeof digits, number.integer).ptr;
+        return scratch.assign(digits, end);
+    }
+    double decimal = number.real;
+    if (std::fabs(decimal) < 1e15 && std::trunc(decimal) != decimal) {
+        // The digits behind the fifteenth are those of the binary fraction, not of the decimal number that was meant.
+        const auto end = std::to_chars(digits, digits + sizeof digits, decimal, std::chars_format::scientific, 14).ptr;
+        std::from_chars(digits, end, decimal);
+    }
+    const double magnitude = std::fabs(decimal);
+    const bool plain = magnitude == 0 || (magnitude < 1e40 && magnitude >= 1e-40);
+    const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
+    const auto end = std::to_chars(digits, digits + sizeof digits, decimal, format).ptr;
+    scratch.assign(digits, end);
+    if (const auto zero = scratch.find("0."); plain && zero <= 1 && (zero == 0 || scratch[0] == '-')) scratch.erase(zero, 1);
+    if (scratch == "-0") scratch = "0";
+    return scratch;
+}
+
+Value number_of(std::string_view text) {
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())) != 0) text.remove_prefix(1);
+    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) text.remove_suffix(1);
+    if (text.starts_with('+') && text.size() > 1 && text[1] != '-') text.remove_prefix(1);
+    const char* end = text.data() + text.size();
+    std::int64_t integer = 0;
+    if (const auto whole = std::from_chars(text.data(), end, integer); whole.ec == std::errc{} && whole.ptr == end) {
+        return Value::of(integer);
+    }
+    double real = 0;
+    const auto parsed = std::from_chars(text.data(), end, real);
+    if (parsed.ec != std::errc{} || parsed.ptr != end || !std::isfinite(real)) throw OracleError(1722);
+    if (std::trunc(real) == real && std::fabs(real) < 9e18) return Value::of(static_cast<std::int64_t>(real));
+    return Value::of(real);
+}
+
+Value number_of(const Value& value) {
+    if (value.type == Value::Type::text) return number_of(value.text());
+    if (value.type == Value::Type::blob) throw OracleError(932, "expected NUMBER got BINARY");
+    return value;
+}
+
+std::string bytes_of_hex(std::string_view hex) {
+    const bool odd = hex.size() % 2 != 0;
+    std::string bytes;
+    bytes.reserve(hex.size() / 2 + 1);
+    unsigned byte = 0;
+    for (std::size_t i = 0; i < hex.size(); ++i) {
+        const char c = hex[i];
+        if (std::isxdigit(static_cast<unsigned char>(c)) == 0) throw OracleError(1465);
+        const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
+        byte = (byte << 4 | static_cast<unsigned>(digit)) & 0xFFU;
+        if ((i % 2 == 0) == odd) bytes.push_back(static_cast<char>(byte));
+    }
+    return bytes;
+}
+
+std::string hex_of(std::string_view bytes) {
+    std::string hex;
+    hex.reserve(bytes.size() * 2);
+    for (const unsigned char byte : bytes) {
+        hex.push_back("0123456789ABCDEF"[byte >> 4]);
+        hex.push_back("0123456789ABCDEF"[byte & 15]);
+    }
+    return hex;
+}
+
+} // namespace oci
