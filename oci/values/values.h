@@ -57,7 +57,27 @@ class OwnedValue {
     std::string m_storage;
 };
 
-enum class Family : std::uint8_t { unknown, number, text, fixed_text, date, raw, long_text, long_raw, rowid, blob, clob };
+enum class Family : std::uint8_t {
+    unknown,
+    number,
+    text,
+    fixed_text,
+    date,
+    raw,
+    long_text,
+    long_raw,
+    rowid,
+    blob,
+    clob,
+    binary_float,
+    binary_double,
+    timestamp,    ///< scale: digits of the fraction of a second
+    timestamp_tz, ///< with the offset or region it was written in
+    timestamp_ltz,
+    interval_ym, ///< precision: digits of the years
+    interval_ds, ///< precision: digits of the days, scale: of the fraction of a second
+    boolean      ///< of a block only
+};
 
 constexpr sb1 any_scale = -127; ///< of a number with any digits behind the point
 constexpr int longest_text = 4000;     ///< bytes of a VARCHAR2
