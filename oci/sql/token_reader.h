@@ -1,7 +1,7 @@
 #pragma once
 
-#include "oci/values/errors.h"
 #include "oci/sql/tokens.h"
+#include "oci/values/errors.h"
 
 #include <span>
 

@@ -2,6 +2,7 @@
 
 #include "oci/values/values.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,10 +22,19 @@ struct ResultColumn {
     bool stored = false; ///< it comes from a table, so that its values are what its type says
 };
 
-/// One of the several statements that a statement may become: run in order, as one.
-struct Step {
-    std::string sql;              ///< in SQLite's SQL, placeholders as ?1, ?2 ...
-    std::vector<unsigned> inputs; ///< the placeholders' positions that it reads
+/// What happens to one row of a driving query: MERGE, INSERT ALL, changes through views and changes of tables with row
+/// triggers are carried out row by row.
+struct RowAction {
+    enum class Event : std::uint8_t { insert, update, remove };
+
+    Event event{};
+    std::string table;           ///< stored name
+    int condition = -1;          ///< the driving query's column that has to be 1; -1: always
+    std::string sql;             ///< with ?1, ?2 ... for `values`
+    std::vector<int> values;     ///< the driving query's columns that it binds
+    int row = -1;                ///< the column with the row's number, of an update or removal
+    std::vector<int> old_values; ///< for triggers: the driving query's column of each column of the table
+    std::vector<int> new_values; ///< likewise; -1 where the statement does not set it
 };
 
 /// A statement in SQLite's SQL, with what the engine has to know beside it.
@@ -38,8 +48,9 @@ struct Translation {
     bool for_update = false;
     int wait_seconds = -1; ///< of FOR UPDATE: 0 NOWAIT, -1 as long as a session waits
     bool skip_locked = false;
-    std::string locked_table;   ///< stored name: its row numbers are the last column, which is not described
-    std::string modified_table; ///< stored name of what DML changes
+    std::string locked_table;       ///< stored name: its row numbers are the last column, which is not described
+    std::vector<RowAction> actions; ///< then `sql` is the driving query: read to its end, then each row is acted on
+    std::string modified_table;     ///< stored name of what DML changes
 };
 
 } // namespace oci::sql

@@ -6,6 +6,10 @@
 #include <span>
 #include <string_view>
 
+namespace oci {
+struct FunctionEntry;
+}
+
 namespace oci::sql {
 
 struct Query;
@@ -136,8 +140,6 @@ struct Window {
     Bound from{};
     Bound to{};
 };
-
-struct FunctionEntry;
 
 struct Call : Expression {
     Name schema;  ///< or package's schema

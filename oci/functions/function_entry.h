@@ -1,0 +1,64 @@
+#pragma once
+
+#include "oci/values/values.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+
+namespace oci {
+
+/// What an argument is converted to before the function sees it.
+enum class ArgumentRule : std::uint8_t {
+    any, ///< handed on as it is
+    number,
+    text, ///< a date in the session's format, a number in its plain form
+    date, ///< a date or timestamp as it is, a text read in the session's format
+    timestamp,
+    interval,
+    raw,
+    like_first, ///< the type of the first argument whose type is known
+};
+
+/// The type of a function's result.
+enum class ResultRule : std::uint8_t {
+    number,
+    text, ///< VARCHAR2(4000)
+    date,
+    timestamp,
+    timestamp_tz,
+    timestamp_ltz,
+    interval_ym,
+    interval_ds,
+    raw,
+    clob,
+    blob,
+    binary_double,
+    rowid,
+    like_argument, ///< of FunctionEntry::result_argument and those behind it, the first whose type is known
+    text_or_clob,  ///< a CLOB when an argument is one
+    unknown        ///< only the value tells
+};
+
+enum class FunctionRole : std::uint8_t { scalar, aggregate, aggregate_or_window, window };
+
+/// One function of the dialect: all that any layer knows of it.
+struct FunctionEntry {
+    static constexpr std::uint8_t any_number = 255;
+
+    std::string_view name; ///< in capitals; of a package's function PACKAGE.NAME
+    std::uint8_t least;    ///< arguments: fewer are ORA-00938, more ORA-00939
+    std::uint8_t most;
+    std::array<ArgumentRule, 4> arguments; ///< the last one counts for all that follow
+    ResultRule result;
+    std::uint8_t result_argument = 0; ///< of like_argument, from 0
+    FunctionRole role = FunctionRole::scalar;
+    const char* sqlite_name = nullptr; ///< what the printer calls
+    bool bare = false;                 ///< written without parentheses: SYSDATE, USER
+    bool null_from_null = true;        ///< NULL where any argument is: it need not be called then
+};
+
+/// @param name  in capitals. Null when there is no such function.
+const FunctionEntry* find_function(std::string_view name);
+
+} // namespace oci
