@@ -1,8 +1,10 @@
 #pragma once
 
+#include <memory>
 #include <memory_resource>
 #include <span>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -25,11 +27,14 @@ class Arena {
         return {copy, items.size()};
     }
 
-    std::string_view text(std::string_view characters) {
-        if (characters.empty()) return {};
-        auto* copy = static_cast<char*>(m_memory.allocate(characters.size(), 1));
-        characters.copy(copy, characters.size());
-        return {copy, characters.size()};
+    /// Room for a text to be written into.
+    char* characters(std::size_t size) { return static_cast<char*>(m_memory.allocate(size, 1)); }
+
+    std::string_view text(std::string_view text) {
+        if (text.empty()) return {};
+        char* const copy = characters(text.size());
+        text.copy(copy, text.size());
+        return {copy, text.size()};
     }
 
   private:

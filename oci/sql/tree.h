@@ -1,5 +1,6 @@
 #pragma once
 
+#include "oci/sql/token.h"
 #include "oci/values/values.h"
 
 #include <cstdint>
@@ -15,9 +16,6 @@ namespace oci::sql {
 struct Query;
 struct Source;
 struct Relation;
-
-/// Where something begins: bytes from the start of the text.
-using Offset = std::uint32_t;
 
 /// A name as the catalogue knows it: in capitals, or what stands between quotes.
 struct Name {
@@ -58,9 +56,13 @@ enum class ExpressionKind : std::uint8_t {
     cast,
     extract,
     subquery,
-    list,   ///< (a, b)
-    cursor, ///< CURSOR(query)
-    prior,  ///< PRIOR x, CONNECT_BY_ROOT x
+    list,      ///< (a, b)
+    cursor,    ///< CURSOR(query)
+    prior,     ///< PRIOR x, CONNECT_BY_ROOT x
+    time_zone, ///< x AT TIME ZONE z
+    boolean,   ///< TRUE and FALSE, of a block
+    attribute, ///< cursor%FOUND ..., of a block
+    member,    ///< x.y and x(i) behind a call: a(1).b, of a block
 };
 
 struct Expression {
@@ -74,19 +76,27 @@ struct Expression {
 using Expressions = std::span<Expression*>;
 
 /// NULL, and '' too.
-struct NullLiteral : Expression {};
+struct NullLiteral : Expression {
+    static constexpr auto own_kind = ExpressionKind::null;
+};
 
 struct NumberLiteral : Expression {
+    static constexpr auto own_kind = ExpressionKind::number;
+
     std::string_view text; ///< as written, without a suffix
     char suffix = 0;       ///< 'F' of a BINARY_FLOAT, 'D' of a BINARY_DOUBLE
 };
 
 struct StringLiteral : Expression {
+    static constexpr auto own_kind = ExpressionKind::string;
+
     std::string_view text; ///< quotes resolved
     bool national = false; ///< N'...'
 };
 
 struct DatetimeLiteral : Expression {
+    static constexpr auto own_kind = ExpressionKind::datetime;
+
     enum class Kind : std::uint8_t { date, timestamp, interval_year, interval_day };
     Kind literal;
     std::string_view text;
@@ -98,12 +108,16 @@ struct DatetimeLiteral : Expression {
 };
 
 struct Placeholder : Expression {
+    static constexpr auto own_kind = ExpressionKind::placeholder;
+
     std::string_view name;      ///< without the colon
     unsigned position = 0;      ///< from 1
     std::string_view indicator; ///< :value:indicator is refused; kept for its error
 };
 
 struct ColumnReference : Expression {
+    static constexpr auto own_kind = ExpressionKind::column;
+
     Name schema;
     Name table; ///< empty without a qualifier
     Name column;
@@ -114,6 +128,8 @@ struct ColumnReference : Expression {
 };
 
 struct Star : Expression {
+    static constexpr auto own_kind = ExpressionKind::star;
+
     Name schema;
     Name table; ///< of table.*
 };
@@ -142,6 +158,8 @@ struct Window {
 };
 
 struct Call : Expression {
+    static constexpr auto own_kind = ExpressionKind::call;
+
     Name schema;  ///< or package's schema
     Name package; ///< DBMS_LOB of DBMS_LOB.SUBSTR
     Name name;
@@ -161,12 +179,16 @@ struct Call : Expression {
 
 enum class UnaryOperator : std::uint8_t { minus, plus };
 struct Unary : Expression {
+    static constexpr auto own_kind = ExpressionKind::unary;
+
     UnaryOperator op;
     Expression* operand;
 };
 
-enum class BinaryOperator : std::uint8_t { add, subtract, multiply, divide, concatenate };
+enum class BinaryOperator : std::uint8_t { add, subtract, multiply, divide, concatenate, power };
 struct Binary : Expression {
+    static constexpr auto own_kind = ExpressionKind::binary;
+
     BinaryOperator op;
     Expression* left;
     Expression* right;
@@ -175,6 +197,8 @@ struct Binary : Expression {
 enum class Quantifier : std::uint8_t { none, any, all };
 enum class ComparisonOperator : std::uint8_t { equal, unequal, less, less_equal, greater, greater_equal };
 struct Comparison : Expression {
+    static constexpr auto own_kind = ExpressionKind::comparison;
+
     ComparisonOperator op;
     Quantifier quantifier = Quantifier::none; ///< then `right` is a list or a subquery
     Expression* left;
@@ -183,15 +207,21 @@ struct Comparison : Expression {
 
 /// AND or OR of two or more: a long chain is one node, so that depth stays small.
 struct Logical : Expression {
+    static constexpr auto own_kind = ExpressionKind::logical;
+
     bool disjunction; ///< OR
     Expressions operands;
 };
 
 struct Negation : Expression {
+    static constexpr auto own_kind = ExpressionKind::negation;
+
     Expression* operand;
 };
 
 struct Between : Expression {
+    static constexpr auto own_kind = ExpressionKind::between;
+
     bool negated;
     Expression* operand;
     Expression* low;
@@ -200,6 +230,8 @@ struct Between : Expression {
 
 /// x IN (a, b) or (x, y) IN ((a, b)) or x IN (SELECT ...)
 struct In : Expression {
+    static constexpr auto own_kind = ExpressionKind::in;
+
     bool negated;
     Expression* operand;
     Expressions values;
@@ -207,6 +239,8 @@ struct In : Expression {
 };
 
 struct Like : Expression {
+    static constexpr auto own_kind = ExpressionKind::like;
+
     bool negated;
     Expression* operand;
     Expression* pattern;
@@ -214,6 +248,8 @@ struct Like : Expression {
 };
 
 struct IsNull : Expression {
+    static constexpr auto own_kind = ExpressionKind::is_null;
+
     enum class Test : std::uint8_t { null, nan, infinite };
     Test test = Test::null;
     bool negated;
@@ -221,10 +257,14 @@ struct IsNull : Expression {
 };
 
 struct Exists : Expression {
+    static constexpr auto own_kind = ExpressionKind::exists;
+
     Query* query;
 };
 
 struct Conditional : Expression {
+    static constexpr auto own_kind = ExpressionKind::conditional;
+
     struct Branch {
         Expression* when;
         Expression* then;
@@ -235,31 +275,76 @@ struct Conditional : Expression {
 };
 
 struct Cast : Expression {
+    static constexpr auto own_kind = ExpressionKind::cast;
+
     Expression* operand;
     ColumnType target;
 };
 
 struct Extract : Expression {
+    static constexpr auto own_kind = ExpressionKind::extract;
+
     std::string_view field; ///< YEAR ... SECOND, TIMEZONE_HOUR, TIMEZONE_MINUTE, TIMEZONE_REGION, TIMEZONE_ABBR
     Expression* operand;
 };
 
 /// A query for its one value, or for its rows where it stands behind IN or a quantifier.
 struct Subquery : Expression {
+    static constexpr auto own_kind = ExpressionKind::subquery;
+
     Query* query;
 };
 
 struct ExpressionList : Expression {
+    static constexpr auto own_kind = ExpressionKind::list;
+
     Expressions items;
 };
 
 struct CursorExpression : Expression {
+    static constexpr auto own_kind = ExpressionKind::cursor;
+
     Query* query;
 };
 
 struct Prior : Expression {
+    static constexpr auto own_kind = ExpressionKind::prior;
+
     bool root; ///< CONNECT_BY_ROOT
     Expression* operand;
+};
+
+/// x AT TIME ZONE z, x AT LOCAL
+struct AtTimeZone : Expression {
+    static constexpr auto own_kind = ExpressionKind::time_zone;
+
+    Expression* operand;
+    Expression* zone = nullptr; ///< null: LOCAL
+};
+
+struct BooleanLiteral : Expression {
+    static constexpr auto own_kind = ExpressionKind::boolean;
+
+    bool value;
+};
+
+/// cursor%FOUND, SQL%ROWCOUNT, SQL%BULK_ROWCOUNT(i)
+struct Attribute : Expression {
+    static constexpr auto own_kind = ExpressionKind::attribute;
+
+    Expression* cursor;         ///< a column reference or a placeholder
+    std::string_view attribute; ///< FOUND, NOTFOUND, ROWCOUNT, ISOPEN ...
+    Expression* index = nullptr;
+};
+
+/// What stands behind a call in a block: a field, a method, a further index.
+struct Member : Expression {
+    static constexpr auto own_kind = ExpressionKind::member;
+
+    Expression* object;
+    Name member; ///< empty: object(arguments)
+    Expressions arguments;
+    bool called = false; ///< there are parentheses
 };
 
 // ---- queries
@@ -377,6 +462,8 @@ struct Statement {
 };
 
 struct QueryStatement : Statement {
+    static constexpr auto own_kind = StatementKind::query;
+
     Query* query;
 };
 
@@ -405,6 +492,8 @@ struct InsertTarget {
 };
 
 struct Insert : Statement {
+    static constexpr auto own_kind = StatementKind::insert;
+
     std::span<InsertTarget> targets; ///< one, but of INSERT ALL and INSERT FIRST
     bool multiple = false;           ///< INSERT ALL or FIRST
     bool first_match = false;        ///< INSERT FIRST
@@ -418,6 +507,8 @@ struct Assignment {
 };
 
 struct Update : Statement {
+    static constexpr auto own_kind = StatementKind::update;
+
     ModifiedTable table;
     std::span<Assignment> assignments;
     Expression* row = nullptr; ///< SET ROW = record, in a block
@@ -427,6 +518,8 @@ struct Update : Statement {
 };
 
 struct Remove : Statement {
+    static constexpr auto own_kind = StatementKind::remove;
+
     ModifiedTable table;
     Expression* where = nullptr;
     Name current_of;
@@ -434,6 +527,8 @@ struct Remove : Statement {
 };
 
 struct Merge : Statement {
+    static constexpr auto own_kind = StatementKind::merge;
+
     ModifiedTable table;
     Source* source;
     Expression* condition;
@@ -449,8 +544,41 @@ struct Merge : Statement {
 
 /// CALL name(...) [INTO :x]
 struct CallStatement : Statement {
+    static constexpr auto own_kind = StatementKind::call;
+
     Call* call;
     Expression* into = nullptr;
+};
+
+/// EXPLAIN PLAN FOR statement
+struct Explain : Statement {
+    static constexpr auto own_kind = StatementKind::explain;
+
+    Statement* explained;
+};
+
+struct Transaction : Statement {
+    static constexpr auto own_kind = StatementKind::transaction;
+
+    enum class Action : std::uint8_t {
+        commit,
+        rollback,
+        savepoint,
+        rollback_to,
+        read_only, ///< SET TRANSACTION READ ONLY
+        read_write,
+        serializable, ///< SET TRANSACTION ISOLATION LEVEL SERIALIZABLE
+        read_committed,
+        named, ///< SET TRANSACTION NAME
+        lock,
+    };
+
+    Action action;
+    Name savepoint;
+    std::span<ObjectName> tables; ///< of LOCK TABLE
+    bool exclusive = false;       ///< LOCK TABLE in a mode in which no other session writes
+    RowLock::Wait wait = RowLock::Wait::forever;
+    int seconds = 0;
 };
 
 } // namespace oci::sql
