@@ -233,7 +233,7 @@ std::string ColumnType::declaration() const {
     case Family::rowid: return "ROWID";
     case Family::blob: return "BLOB";
     case Family::clob: return "CLOB";
-    case Family::unknown: break;
+    default: break;
     }
     return {};
 }
@@ -249,8 +249,7 @@ ub2 ColumnType::external() const {
     case Family::rowid: return SQLT_RDD;
     case Family::blob: return SQLT_BLOB;
     case Family::clob: return SQLT_CLOB;
-    case Family::text:
-    case Family::unknown: break;
+    default: break;
     }
     return SQLT_CHR;
 }
@@ -279,7 +278,7 @@ Value fit(const Value& value, const ColumnType& type, std::string_view column, s
     case Family::raw:
     case Family::long_raw:
     case Family::blob: return fit_bytes(value, type, column, scratch);
-    case Family::unknown: break;
+    default: break;
     }
     return value;
 }
