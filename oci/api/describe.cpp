@@ -1,26 +1,33 @@
-#include "oci/engine/statement.h"
+#include "oci/api/describe.h"
+
+#include "oci/api/statement.h"
+
+#include <algorithm>
 
 namespace oci {
 namespace {
 
 /// The widths are those of the published describe interface.
-template <class T, class V>
-void answer(void* attribute, ub4* size, V value) {
+template <class T, class V> void answer(void* attribute, ub4* size, V value) {
     *static_cast<T*>(attribute) = static_cast<T>(value);
     if (size != nullptr) *size = sizeof(T);
 }
 
-sword unknown_attribute(ub4 attribute) { throw OracleError(24315, std::to_string(attribute)); }
+sword unknown_attribute(ub4 attribute) {
+    throw OracleError(24315, std::to_string(attribute));
+}
 
 sword statement_attribute(const OCIStmt& handle, void* attribute, ub4* size, ub4 type) {
+    const Cursor& cursor = *handle.cursor;
+    const Statement& statement = cursor.statement();
     switch (type) {
-    case OCI_ATTR_STMT_TYPE: answer<ub2>(attribute, size, handle.statement->type); return OCI_SUCCESS;
-    case OCI_ATTR_BIND_COUNT: answer<ub4>(attribute, size, handle.statement->names.size()); return OCI_SUCCESS;
+    case OCI_ATTR_STMT_TYPE: answer<ub2>(attribute, size, statement.type()); return OCI_SUCCESS;
+    case OCI_ATTR_BIND_COUNT: answer<ub4>(attribute, size, statement.names().size()); return OCI_SUCCESS;
     case OCI_ATTR_PARAM_COUNT:
-        answer<ub4>(attribute, size, handle.described ? handle.statement->columns.size() : 0);
+        answer<ub4>(attribute, size, cursor.described() ? statement.program().columns.size() : 0);
         return OCI_SUCCESS;
-    case OCI_ATTR_ROWS_FETCHED: answer<ub4>(attribute, size, handle.rows_fetched); return OCI_SUCCESS;
-    case OCI_ATTR_ROW_COUNT: answer<ub4>(attribute, size, handle.row_count); return OCI_SUCCESS;
+    case OCI_ATTR_ROWS_FETCHED: answer<ub4>(attribute, size, cursor.rows_fetched()); return OCI_SUCCESS;
+    case OCI_ATTR_ROW_COUNT: answer<ub4>(attribute, size, cursor.row_count()); return OCI_SUCCESS;
     default: return unknown_attribute(type);
     }
 }
@@ -37,6 +44,22 @@ sword column_attribute(const ColumnType& column, void* attribute, ub4* size, ub4
 }
 
 } // namespace
+
+Params::~Params() {
+    for (OCIParam* param : m_params) Slab<OCIParam>::give_back(*param);
+}
+
+OCIParam& Params::at(std::size_t column, const std::vector<FetchedColumn>& columns, OCIEnv* env) {
+    m_params.reserve(columns.size());
+    while (m_params.size() < columns.size()) m_params.push_back(&Slab<OCIParam>::take(env));
+    update(columns);
+    return *m_params[column];
+}
+
+void Params::update(const std::vector<FetchedColumn>& columns) noexcept {
+    for (std::size_t i = 0; i < std::min(m_params.size(), columns.size()); ++i) m_params[i]->type = columns[i].type;
+}
+
 } // namespace oci
 
 using namespace oci;
@@ -45,16 +68,12 @@ sword OCIParamGet(const void* hndlp, ub4 htype, OCIError* errhp, void** parmdpp,
     return guarded(errhp, [&]() -> sword {
         if (htype != OCI_HTYPE_STMT) return OCI_INVALID_HANDLE;
         OCIStmt& handle = live<OCIStmt>(const_cast<void*>(hndlp));
-        Statement& statement = *handle.statement;
-        if (!handle.described) throw OracleError(24338);
-        if (pos == 0 || pos > statement.columns.size()) throw OracleError(24334);
-        // The descriptors stay with the text: an application may read one after its statement handle is gone.
-        while (statement.params.size() < statement.columns.size()) {
-            OCIParam& param = Slab<OCIParam>::take(handle.env);
-            param.type = statement.columns[statement.params.size()];
-            statement.params.push_back(&param);
-        }
-        *parmdpp = statement.params[pos - 1];
+        Statement& statement = handle.cursor->statement();
+        const auto& columns = statement.program().columns;
+        if (!handle.cursor->described()) throw OracleError(24338);
+        if (pos == 0 || pos > columns.size()) throw OracleError(24334);
+        if (!statement.descriptors) statement.descriptors = std::make_unique<Params>();
+        *parmdpp = &static_cast<Params&>(*statement.descriptors).at(pos - 1, columns, handle.env);
         return OCI_SUCCESS;
     });
 }

@@ -1,6 +1,6 @@
 #include "oci/engine/block.h"
 
-#include "oci/engine/statement.h"
+#include "oci/engine/cursor.h"
 #include "oci/sql/token_reader.h"
 
 #include <algorithm>
@@ -32,8 +32,8 @@ struct Variable {
     std::string name;
     OwnedValue value;
     ColumnType type;             ///< of a parameter: what it is assigned is made to fit
-    OCIBind* bind = nullptr;     ///< of a placeholder: where what it is assigned has to find room
-    OCIBind* unread = nullptr;   ///< the same, until the value is needed: that of an OUT parameter may hold nothing yet
+    const Buffer* bind = nullptr;   ///< of a placeholder: where what it is assigned has to find room
+    const Buffer* unread = nullptr; ///< the same, until the value is needed: that of an OUT parameter may hold nothing yet
     bool assigned = false;
     bool writable = true;
 };
@@ -166,16 +166,16 @@ class Frame {
     }
 
     Value value_of(Variable& variable) {
-        if (OCIBind* bind = std::exchange(variable.unread, nullptr)) {
+        if (const Buffer* bind = std::exchange(variable.unread, nullptr)) {
             Scratch scratch;
-            variable.value.assign(read(bind->buffer, iteration, scratch));
+            variable.value.assign(read(*bind, iteration, scratch));
         }
         return variable.value.get();
     }
 
     void assign(Variable& variable, const Value& value) {
         if (!variable.writable) refuse("PLS-00363: expression '" + variable.name + "' cannot be used as an assignment target");
-        const bool too_long = variable.bind != nullptr && !has_room(variable.bind->buffer, value);
+        const bool too_long = variable.bind != nullptr && !has_room(*variable.bind, value);
         if (too_long) throw OracleError(6502, "character string buffer too small");
         std::string scratch;
         variable.value.assign(fit(value, variable.type, variable.name, scratch));
@@ -331,22 +331,22 @@ class Frame {
     const int m_depth;
 };
 
-void run_once(OCIStmt& handle, Tokens body, ub4 iteration) {
-    Session& session = session_of(handle);
+void run_once(Cursor& cursor, Tokens body, ub4 iteration) {
+    Session& session = cursor.session();
     Frame frame(session, 0);
     frame.iteration = iteration;
-    const auto& names = handle.statement->names;
+    const auto& names = cursor.statement().names();
     for (std::size_t i = 0; i < names.size(); ++i) {
         Variable variable;
         variable.name = names[i];
-        variable.bind = variable.unread = &bind_at(handle, static_cast<unsigned>(i + 1));
+        variable.bind = variable.unread = &cursor.binds().at(static_cast<unsigned>(i + 1));
         frame.variables.push_back(std::move(variable));
     }
     Savepoint savepoint(session);
     try {
         frame.run(body);
         for (const Variable& variable : frame.variables) {
-            if (variable.assigned) write(variable.bind->buffer, iteration, variable.value.get());
+            if (variable.assigned) write(*variable.bind, iteration, variable.value.get());
         }
         savepoint.keep();
     } catch (...) {
@@ -357,11 +357,11 @@ void run_once(OCIStmt& handle, Tokens body, ub4 iteration) {
 
 } // namespace
 
-void execute_block(OCIStmt& handle, ub4 iterations, ub4 first) {
-    session_of(handle).check_connected_lately();
+void execute_block(Cursor& cursor, ub4 iterations, ub4 first, ub4& done) {
+    cursor.session().check_connected_lately();
     if (iterations == 0) throw OracleError(24333);
-    const Statement& statement = *handle.statement;
-    Reader reader(Tokens(statement.tokens).first(statement.tokens.size() - 1));
+    const Tokens tokens = cursor.statement().tokens();
+    Reader reader(tokens.first(tokens.size() - 1));
     std::vector<Token> body;
     if (reader.accept("CALL")) {
         const Tokens call = reader.until(";");
@@ -374,14 +374,13 @@ void execute_block(OCIStmt& handle, ub4 iterations, ub4 first) {
     } else {
         if (reader.peek().is("DECLARE")) refuse("PLS-00103: DECLARE is not supported: blocks are straight-line here");
         const Tokens inner = body_of(reader);
-        const bool ended = statement.tokens[statement.tokens.size() - 2].is(";");
+        const bool ended = tokens[tokens.size() - 2].is(";");
         if (!ended) refuse("PLS-00103: encountered the end of the text when expecting \";\"");
         body.assign(inner.begin(), inner.end());
     }
-    handle.row_count = 0;
     for (ub4 i = first; i < iterations; ++i) {
-        run_once(handle, body, i);
-        ++handle.row_count;
+        run_once(cursor, body, i);
+        ++done;
     }
 }
 

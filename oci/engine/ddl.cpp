@@ -1,6 +1,6 @@
 #include "oci/engine/accounts.h"
 #include "oci/engine/block.h"
-#include "oci/engine/statement.h"
+#include "oci/engine/cursor.h"
 #include "oci/sql/token_reader.h"
 
 #include <algorithm>
@@ -13,13 +13,13 @@ namespace {
 class Definition : TokenReader {
   public:
     Definition(Session& session, const Statement& statement)
-        : TokenReader(statement.tokens), m_session(session), m_text(statement.text) {
+        : TokenReader(statement.tokens()), m_session(session), m_text(statement.text()) {
         if (m_tokens.size() > 1 && m_tokens[m_tokens.size() - 2].is(";")) m_tokens = m_tokens.first(m_tokens.size() - 2);
     }
 
     void run() {
         m_session.commit();
-        detach_queries(m_session); // a table that is still being read cannot be changed
+        m_session.detach_queries(); // a table that is still being read cannot be changed
         m_session.begin();
         try {
             define();
@@ -209,18 +209,17 @@ class Definition : TokenReader {
         const auto offset = static_cast<std::size_t>(peek().text.data() - m_text.data());
         Statement query(m_text.substr(offset));
         query.compile(m_session);
-        sqlite3_stmt* rows = query.compiled.get();
+        sqlite3_stmt* rows = query.compiled();
         const bool row = sqlite3_step(rows) == SQLITE_ROW;
         std::string columns;
-        for (std::size_t i = 0; i < query.columns.size(); ++i) {
-            const int at = static_cast<int>(i);
-            ColumnType type = query.columns[i];
-            if (!query.described_by_value.empty() && query.described_by_value[i]) type = row ? type_of_value(rows, at) : ColumnType::of_family(Family::text, 4000);
-            columns += (i > 0 ? ", \"" : "\"") + std::string(sqlite3_column_name(rows, at)) + "\" " + type.declaration();
+        query.describe_by_value(row ? rows : nullptr);
+        for (const FetchedColumn& column : query.program().columns) {
+            const int at = static_cast<int>(&column - query.program().columns.data());
+            columns += (at > 0 ? ", \"" : "\"") + std::string(sqlite3_column_name(rows, at)) + "\" " + column.type.declaration();
         }
         sqlite3_reset(rows);
         sqlite("CREATE TABLE " + identifier(table) + " (" + columns + ")");
-        sqlite("INSERT INTO " + identifier(table) + " " + query.translation.sql);
+        sqlite("INSERT INTO " + identifier(table) + " " + query.program().translation.sql);
     }
 
     void create_index() {
@@ -343,14 +342,12 @@ bool is_definition(const Token& first) {
 
 } // namespace
 
-void execute_other(OCIStmt& handle) {
-    Session& session = session_of(handle);
+void execute_other(Session& session, const Statement& statement) {
     session.check_connected_lately();
-    handle.row_count = 0;
-    const Token& first = handle.statement->tokens.front();
-    if (control_transaction(session, handle.statement->tokens)) return;
+    const Token& first = statement.tokens().front();
+    if (control_transaction(session, statement.tokens())) return;
     if (!is_definition(first)) throw OracleError(900, "near \"" + std::string(first.text) + "\"");
-    Definition(session, *handle.statement).run();
+    Definition(session, statement).run();
 }
 
 } // namespace oci

@@ -1,8 +1,9 @@
 #include "oci/engine/session.h"
 
 #include "oci/engine/accounts.h"
-#include "oci/functions/functions.h"
+#include "oci/engine/rows.h"
 #include "oci/engine/statement.h"
+#include "oci/functions/functions.h"
 
 #include <cerrno>
 #include <cstring>
@@ -38,11 +39,16 @@ unsigned long long next_transaction() {
 
 } // namespace
 
-void Finalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-void Session::Closer::operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+void Finalizer::operator()(sqlite3_stmt* statement) const {
+    sqlite3_finalize(statement);
+}
+void Session::Closer::operator()(sqlite3* db) const {
+    sqlite3_close_v2(db);
+}
 
 Session::Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password)
-    : m_database(std::move(database)), m_user(accounts::canonical(user)) {
+    : m_database(std::move(database)),
+      m_user(accounts::canonical(user)) {
     open();
     accounts::authenticate(*this, password);
 }
@@ -50,7 +56,8 @@ Session::Session(std::shared_ptr<Database> database, std::string_view user, std:
 void Session::open() {
     const bool create = m_database->may_create();
     sqlite3* db = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | (create ? SQLITE_OPEN_CREATE : 0);
+    const int flags =
+        SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | (create ? SQLITE_OPEN_CREATE : 0);
     const int status = sqlite3_open_v2(m_database->path().c_str(), &db, flags, nullptr);
     m_db.reset(db);
     if (status != SQLITE_OK) {
@@ -86,7 +93,6 @@ void Session::check_place() const {
 }
 
 Session::~Session() {
-    for (OCIStmt* handle : handles) abandon(*handle);
     m_kept.clear();
     if (m_transaction != 0) end_transaction(); // closing the connection rolls back
 }
@@ -121,7 +127,7 @@ bool Session::begin(std::chrono::milliseconds patience) {
     if (status == SQLITE_BUSY_SNAPSHOT) {
         // A query that is still open sees an older state of the database than a writer has to start from.
         try {
-            detach_queries(*this);
+            detach_queries();
             status = begin_immediate();
         } catch (...) {
             m_database->release_writer();
@@ -131,7 +137,7 @@ bool Session::begin(std::chrono::milliseconds patience) {
     sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
     if (status != SQLITE_DONE) {
         m_database->release_writer();
-        throw (status & 0xFF) == SQLITE_BUSY && patience.count() == 0 ? OracleError(54) : sqlite_error(db());
+        throw(status & 0xFF) == SQLITE_BUSY && patience.count() == 0 ? OracleError(54) : sqlite_error(db());
     }
     m_transaction = next_transaction();
     return true;
@@ -176,6 +182,10 @@ void Session::change_password(std::string_view user, std::string_view old_passwo
         throw;
     }
     commit();
+}
+
+void Session::detach_queries() {
+    while (!open_queries.empty()) open_queries.back()->detach(); // which is taken out of the list by that
 }
 
 Compiled Session::compile(std::string_view sql) const {
@@ -228,7 +238,7 @@ std::unique_ptr<Statement> Session::take_statement(std::string_view text) {
 
 void Session::keep_statement(std::unique_ptr<Statement> statement) {
     if (m_kept.size() >= most_kept_statements) m_kept.erase(m_kept.begin());
-    const std::string_view text = statement->text;
+    const std::string_view text = statement->text();
     m_kept.emplace(text, std::move(statement));
 }
 
@@ -247,84 +257,4 @@ void Savepoint::undo() {
     m_session.run("ROLLBACK TO \"DTK$STATEMENT\"; RELEASE \"DTK$STATEMENT\"");
 }
 
-Session& session_of(OCISvcCtx* service) {
-    OCISvcCtx& context = live<OCISvcCtx>(service);
-    if (!context.session) throw OracleError(1012);
-    return *context.session;
-}
-
 } // namespace oci
-
-using namespace oci;
-
-namespace {
-
-std::string_view view(const OraText* text, std::size_t length) {
-    return text == nullptr ? std::string_view() : std::string_view(reinterpret_cast<const char*>(text), length);
-}
-
-} // namespace
-
-sword OCILogon2(OCIEnv* envhp, OCIError* errhp, OCISvcCtx** svchp, const OraText* username, ub4 uname_len,
-                const OraText* password, ub4 passwd_len, const OraText* dbname, ub4 dbname_len, ub4) {
-    return guarded(errhp, [&]() -> sword {
-        OCIEnv& env = live<OCIEnv>(envhp);
-        live<OCIError>(errhp);
-        const auto database = Database::find(view(dbname, dbname_len));
-        {
-            const std::lock_guard lock(env.mutex);
-            env.databases[database->path()] = database;
-        }
-        auto session =
-            std::make_unique<Session>(database, view(username, uname_len), view(password, passwd_len));
-        OCISvcCtx& service = owns(env, *svchp) && !(*svchp)->session ? **svchp : allocate<OCISvcCtx>(env);
-        service.session = std::move(session);
-        *svchp = &service;
-        return OCI_SUCCESS;
-    });
-}
-
-sword OCILogoff(OCISvcCtx* svchp, OCIError* errhp) {
-    return guarded(errhp, [&]() -> sword {
-        Session& session = session_of(svchp);
-        try {
-            session.commit();
-        } catch (...) {
-            svchp->session.reset(); // the handle stays: only a successful call frees it
-            throw;
-        }
-        return OCIHandleFree(svchp, OCI_HTYPE_SVCCTX);
-    });
-}
-
-sword OCIPing(OCISvcCtx* svchp, OCIError* errhp, ub4) {
-    return guarded(errhp, [&]() -> sword {
-        session_of(svchp).check_connected();
-        return OCI_SUCCESS;
-    });
-}
-
-sword OCIPasswordChange(OCISvcCtx* svchp, OCIError* errhp, const OraText* user_name, ub4 usernm_len,
-                        const OraText* opasswd, ub4 opasswd_len, const OraText* npasswd, sb4 npasswd_len, ub4) {
-    return guarded(errhp, [&]() -> sword {
-        session_of(svchp).change_password(view(user_name, usernm_len), view(opasswd, opasswd_len),
-                                          view(npasswd, npasswd_len > 0 ? static_cast<std::size_t>(npasswd_len) : 0));
-        return OCI_SUCCESS;
-    });
-}
-
-sword OCITransCommit(OCISvcCtx* svchp, OCIError* errhp, ub4) {
-    return guarded(errhp, [&]() -> sword {
-        session_of(svchp).commit();
-        return OCI_SUCCESS;
-    });
-}
-
-sword OCITransRollback(OCISvcCtx* svchp, OCIError* errhp, ub4) {
-    return guarded(errhp, [&]() -> sword {
-        Session& session = session_of(svchp);
-        session.rollback();
-        session.check_connected();
-        return OCI_SUCCESS;
-    });
-}

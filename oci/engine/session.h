@@ -1,18 +1,20 @@
 #pragma once
 
 #include "oci/engine/database.h"
-#include "oci/api/handles.h"
 #include "oci/values/values.h"
 
+#include <map>
 #include <optional>
 #include <unordered_map>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
 
 namespace oci {
 
-struct Statement;
+class Rows;
+class Statement;
 
 struct Finalizer {
     void operator()(sqlite3_stmt* statement) const;
@@ -24,7 +26,8 @@ struct Column {
     ColumnType type;
 };
 
-/// One logged-on session: one SQLite connection, its transaction and the statements it keeps. Used by one thread at a time.
+/// One logged-on session: one SQLite connection, its transaction and the statements it keeps. Used by one thread at a
+/// time.
 class Session {
   public:
     /// How long a writer waits for another one.
@@ -72,10 +75,9 @@ class Session {
     std::unique_ptr<Statement> take_statement(std::string_view text);
     void keep_statement(std::unique_ptr<Statement> statement);
 
-    /// The statement handles that are in use on this session.
-    std::unordered_set<OCIStmt*> handles;
-    /// How many of their cursors hold on to the state of the database that they were opened with.
-    unsigned open_queries = 0;
+    /// Those of the session's queries that hold on to the state of the database that they were opened with.
+    std::vector<Rows*> open_queries;
+    void detach_queries();
     Database& database() const { return *m_database; }
 
   private:
@@ -105,9 +107,6 @@ class Session {
     std::unordered_multimap<std::string_view, std::unique_ptr<Statement>> m_kept;
 };
 
-/// The session of a service context; ORA-01012 when it is not logged on.
-Session& session_of(OCISvcCtx* service);
-
 /// Undoes what one statement or block did when it fails.
 class Savepoint {
   public:
@@ -119,12 +118,5 @@ class Savepoint {
     Session& m_session;
     const unsigned long long m_transaction;
 };
-
-/// Leaves the rest of every open query of the session in a table of its own: it goes on with the rows it was opened
-/// with, whatever the session writes, and what comes next does not see the old state that an open query holds on to.
-void detach_queries(Session& session);
-
-/// Ends what a statement handle holds of a session that goes away.
-void abandon(OCIStmt& statement);
 
 } // namespace oci

@@ -1,13 +1,15 @@
 #pragma once
 
-#include "oci/engine/buffers.h"
 #include "oci/engine/session.h"
 #include "oci/sql/tokens.h"
+#include "oci/sql/translation.h"
 
 #include <functional>
 #include <span>
 
 namespace oci {
+
+using sql::Target;
 
 /// A statement in SQLite's SQL, and what Oracle's text says beside it.
 struct Translation {
