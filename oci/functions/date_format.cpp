@@ -52,7 +52,7 @@ struct Element {
     int Reading::*slot = nullptr;                ///< where TO_DATE puts the number; null: not for TO_DATE
     int least = 0;
     int most = 0;
-    int error = 0;
+    const error::Cause* cause = nullptr;
 };
 
 // A name stands behind those that begin with it.
@@ -66,19 +66,22 @@ constexpr Element elements[] = {
     {"RR", 2, Kind::round_year, year_of},
     {"MONTH", 9, Kind::month_name},
     {"MON", 3, Kind::month_name},
-    {"MM", 2, Kind::number, [](const Civil& d) { return d.month; }, &Reading::month, 1, 12, 1843},
-    {"MI", 2, Kind::time, [](const Civil& d) { return d.minute; }, &Reading::minute, 0, 59, 1851},
-    {"DDD", 3, Kind::number, day_of_year, &Reading::day_of_year, 1, 366, 1848},
+    {"MM", 2, Kind::number, [](const Civil& d) { return d.month; }, &Reading::month, 1, 12, &error::invalid_month},
+    {"MI", 2, Kind::time, [](const Civil& d) { return d.minute; }, &Reading::minute, 0, 59,
+     &error::minutes_out_of_range},
+    {"DDD", 3, Kind::number, day_of_year, &Reading::day_of_year, 1, 366, &error::day_of_year_out_of_range},
     {"DAY", 9, Kind::weekday_name},
-    {"DD", 2, Kind::number, [](const Civil& d) { return d.day; }, &Reading::day, 1, 31, 1847},
+    {"DD", 2, Kind::number, [](const Civil& d) { return d.day; }, &Reading::day, 1, 31,
+     &error::day_of_month_out_of_range},
     {"DY", 3, Kind::weekday_name},
     {"D", 1, Kind::number, [](const Civil& d) { return weekday(days_of(d)) + 1; }},
-    {"HH24", 2, Kind::time, [](const Civil& d) { return d.hour; }, &Reading::hour, 0, 23, 1850},
-    {"HH12", 2, Kind::time, hour_of_half_day, &Reading::hour_of_half_day, 1, 12, 1849},
-    {"HH", 2, Kind::time, hour_of_half_day, &Reading::hour_of_half_day, 1, 12, 1849},
+    {"HH24", 2, Kind::time, [](const Civil& d) { return d.hour; }, &Reading::hour, 0, 23, &error::hour_out_of_range},
+    {"HH12", 2, Kind::time, hour_of_half_day, &Reading::hour_of_half_day, 1, 12, &error::hour12_out_of_range},
+    {"HH", 2, Kind::time, hour_of_half_day, &Reading::hour_of_half_day, 1, 12, &error::hour12_out_of_range},
     {"SSSSS", 5, Kind::time, [](const Civil& d) { return d.hour * 3600 + d.minute * 60 + d.second; },
-     &Reading::second_of_day, 0, 86399, 1853},
-    {"SS", 2, Kind::time, [](const Civil& d) { return d.second; }, &Reading::second, 0, 59, 1852},
+     &Reading::second_of_day, 0, 86399, &error::seconds_in_day_out_of_range},
+    {"SS", 2, Kind::time, [](const Civil& d) { return d.second; }, &Reading::second, 0, 59,
+     &error::seconds_out_of_range},
     {"AM", 2, Kind::half_day},
     {"PM", 2, Kind::half_day},
     {"A.M.", 4, Kind::half_day},
@@ -89,7 +92,7 @@ constexpr Element elements[] = {
     {"IW", 2, Kind::number, [](const Civil& d) { return (day_of_year(iso_thursday(d)) + 6) / 7; }},
     {"IYYY", 4, Kind::number, [](const Civil& d) { return iso_thursday(d).year; }},
     {"J", 7, Kind::number, [](const Civil& d) { return static_cast<int>(days_of(d)) + julian_of_1970; },
-     &Reading::julian, 1, 5373484, 1854},
+     &Reading::julian, 1, 5373484, &error::julian_out_of_range},
     {"CC", 2, Kind::number, [](const Civil& d) { return (d.year + 99) / 100; }},
 };
 
@@ -104,7 +107,7 @@ Part take_part(std::string_view& format) {
     const std::string_view whole = format;
     if (take(format, "\"")) {
         const auto size = format.find('"');
-        if (size == std::string_view::npos) throw OracleError(1821);
+        if (size == std::string_view::npos) throw OracleError(error::date_format_not_recognized);
         format.remove_prefix(size + 1);
         return {nullptr, whole.substr(1, size), true};
     }
@@ -115,7 +118,7 @@ Part take_part(std::string_view& format) {
     for (const auto& element : elements) {
         if (take(format, element.name)) return {&element, whole.substr(0, element.name.size())};
     }
-    throw OracleError(1821);
+    throw OracleError(error::date_format_not_recognized);
 }
 
 void put_number(std::string& text, int number, std::size_t width, bool fill) {
@@ -139,21 +142,22 @@ void put_name(std::string& text, std::string_view name, const Part& part, bool f
 }
 
 /// The index of a name that stands there in full or as its first three letters.
-template <std::size_t Count> int take_name(std::string_view& text, const std::string_view (&names)[Count], int error) {
+template <std::size_t Count>
+int take_name(std::string_view& text, const std::string_view (&names)[Count], const error::Cause& cause) {
     for (std::size_t i = 0; i < Count; ++i) {
         if (take(text, names[i]) || take(text, names[i].substr(0, 3))) return static_cast<int>(i);
     }
-    throw OracleError(error);
+    throw OracleError(cause);
 }
 
 int take_half_day(std::string_view& text) {
     if (take(text, "AM") || take(text, "A.M.")) return 0;
     if (take(text, "PM") || take(text, "P.M.")) return 1;
-    throw OracleError(1855);
+    throw OracleError(error::meridian_required);
 }
 
 int take_number(std::string_view& text, std::size_t width) {
-    if (!is_digit(text[0])) throw OracleError(1858);
+    if (!is_digit(text[0])) throw OracleError(error::not_numeric);
     int number = 0;
     for (; width > 0 && !text.empty() && is_digit(text[0]); --width) {
         number = number * 10 + (text[0] - '0');
@@ -180,14 +184,14 @@ void take_element(std::string_view& text, const Element& element, Reading& read,
     switch (element.kind) {
     case Kind::year:
     case Kind::round_year: read.year = take_year(text, element, stands_alone); return;
-    case Kind::month_name: read.month = take_name(text, month_names, 1843) + 1; return;
-    case Kind::weekday_name: read.weekday = take_name(text, weekday_names, 1846); return;
+    case Kind::month_name: read.month = take_name(text, month_names, error::invalid_month) + 1; return;
+    case Kind::weekday_name: read.weekday = take_name(text, weekday_names, error::invalid_weekday); return;
     case Kind::half_day: read.half_day = take_half_day(text); return;
     default: break;
     }
-    if (element.slot == nullptr) throw OracleError(1820);
+    if (element.slot == nullptr) throw OracleError(error::format_code_not_for_input);
     const int number = take_number(text, element.width);
-    if (number < element.least || number > element.most) throw OracleError(element.error);
+    if (number < element.least || number > element.most) throw OracleError(*element.cause);
     read.*element.slot = number;
 }
 
@@ -201,7 +205,8 @@ Civil date_of(Reading read) {
     if (read.julian > 0) {
         civil_from_days(read.julian - julian_of_1970, date);
     } else if (read.day_of_year > 0) {
-        if (read.day_of_year == 366 && days_in_month(read.year, 2) == 28) throw OracleError(1848);
+        if (read.day_of_year == 366 && days_in_month(read.year, 2) == 28)
+            throw OracleError(error::day_of_year_out_of_range);
         civil_from_days(days_from_civil(read.year, 1, 1) + read.day_of_year - 1, date);
     }
     if (read.hour_of_half_day >= 0) date.hour = read.hour_of_half_day % 12 + (read.half_day == 1 ? 12 : 0);
@@ -211,7 +216,7 @@ Civil date_of(Reading read) {
         date.second = read.second_of_day % 60;
     }
     check_civil(date);
-    if (read.weekday >= 0 && weekday(days_of(date)) != read.weekday) throw OracleError(1835);
+    if (read.weekday >= 0 && weekday(days_of(date)) != read.weekday) throw OracleError(error::weekday_conflicts);
     return date;
 }
 
@@ -246,7 +251,7 @@ Civil parse_date(std::string_view text, std::string_view format) {
     while (!format.empty()) {
         const Part part = take_part(format);
         if (part.quoted) {
-            if (!text.starts_with(part.text)) throw OracleError(1861);
+            if (!text.starts_with(part.text)) throw OracleError(error::literal_does_not_match);
             text.remove_prefix(part.text.size());
         } else if (part.element == nullptr) {
             // Any mark stands for any other, and may be left out.
@@ -256,17 +261,17 @@ Civil parse_date(std::string_view text, std::string_view format) {
             // A text may end where the time of day begins.
             const bool time = part.element->kind == Kind::time || part.element->kind == Kind::half_day;
             if (text.empty() && time) break;
-            if (text.empty()) throw OracleError(1840);
+            if (text.empty()) throw OracleError(error::input_too_short);
             take_element(text, *part.element, read, format.empty() || (!is_letter(format[0]) && !is_digit(format[0])));
         }
     }
     skip_blanks(text);
-    if (!text.empty()) throw OracleError(1830);
+    if (!text.empty()) throw OracleError(error::format_ends_early);
     return date_of(read);
 }
 
 int parse_weekday(std::string_view name) {
-    return take_name(name, weekday_names, 1846);
+    return take_name(name, weekday_names, error::invalid_weekday);
 }
 
 } // namespace oci

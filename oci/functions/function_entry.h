@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <string_view>
 
+struct sqlite3_context;
+struct sqlite3_value;
+
 namespace oci {
 
 /// What an argument is converted to before the function sees it.
@@ -42,20 +45,38 @@ enum class ResultRule : std::uint8_t {
 
 enum class FunctionRole : std::uint8_t { scalar, aggregate, aggregate_or_window, window };
 
+/// What the printer puts in front of the arguments.
+enum class HiddenArgument : std::uint8_t {
+    none,
+    families, ///< a text with a letter for each argument: 'A' + its Family
+    now,      ///< julianday('now'), which is the same throughout a statement
+};
+
+/// What SQLite calls. A function of SQLite's own has none.
+struct Callbacks {
+    void (*step)(sqlite3_context*, int, sqlite3_value**) = nullptr; ///< of a scalar function: the function
+    void (*final)(sqlite3_context*) = nullptr;                      ///< of aggregates
+    void (*value)(sqlite3_context*) = nullptr;                      ///< of what may stand over a window
+    void (*inverse)(sqlite3_context*, int, sqlite3_value**) = nullptr;
+};
+
 /// One function of the dialect: all that any layer knows of it.
 struct FunctionEntry {
     static constexpr std::uint8_t any_number = 255;
 
-    std::string_view name; ///< in capitals; of a package's function PACKAGE.NAME
+    std::string_view name; ///< in capitals; of a package's function PACKAGE.NAME; empty of an operator of the printer's
     std::uint8_t least;    ///< arguments: fewer are ORA-00938, more ORA-00939
     std::uint8_t most;
     std::array<ArgumentRule, 4> arguments; ///< the last one counts for all that follow
     ResultRule result;
+    const char* sqlite_name; ///< what the printer calls
+    Callbacks callbacks{};
     std::uint8_t result_argument = 0; ///< of like_argument, from 0
     FunctionRole role = FunctionRole::scalar;
-    const char* sqlite_name = nullptr; ///< what the printer calls
-    bool bare = false;                 ///< written without parentheses: SYSDATE, USER
-    bool null_from_null = true;        ///< NULL where any argument is: it need not be called then
+    bool bare = false;          ///< written without parentheses: SYSDATE, USER
+    bool null_from_null = true; ///< NULL where any argument is: it need not be called then
+    bool deterministic = true;  ///< of equal arguments always the same
+    HiddenArgument hidden = HiddenArgument::none;
 };
 
 /// @param name  in capitals. Null when there is no such function.

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/values/values.h"
+#include "oci/functions/function_entry.h"
 
 #include <new>
 #include <span>
@@ -20,7 +20,7 @@ struct Arguments {
     bool has(int index) const { return index < count; }
     /// ORA-00938 with fewer arguments.
     void require(int least) const {
-        if (count < least) throw OracleError(938);
+        if (count < least) throw OracleError(error::not_enough_arguments);
     }
 };
 
@@ -46,18 +46,11 @@ template <Function function> Value strict(Arguments& in) {
     return function(in);
 }
 
-struct Entry {
-    const char* name;
-    int least; ///< arguments; -1: any number
-    int most;
-    void (*function)(sqlite3_context*, int, sqlite3_value**);
-};
-
-extern const std::span<const Entry> number_functions;
-extern const std::span<const Entry> text_functions;
-
-/// Makes SUM and AVG known, also over windows. They add decimals exactly, so that 0.1 + 0.2 - 0.3 is 0.
-void register_sums(sqlite3* db);
+// The parts of the one table; each stands beside the bodies of its functions.
+extern const std::span<const FunctionEntry> general_functions;
+extern const std::span<const FunctionEntry> number_functions;
+extern const std::span<const FunctionEntry> text_functions;
+extern const std::span<const FunctionEntry> sum_functions;
 
 bool is_number(const Value& value);
 double as_double(const Value& number);

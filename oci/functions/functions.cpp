@@ -1,11 +1,12 @@
 #include "oci/functions/functions.h"
 
-#include "oci/values/dates.h"
 #include "oci/functions/formats.h"
 #include "oci/functions/function_table.h"
+#include "oci/values/dates.h"
 
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace oci {
 
@@ -26,7 +27,7 @@ std::int64_t integer_of(const Value& value) {
 }
 
 Value number_result(double number) {
-    if (!std::isfinite(number)) throw OracleError(1426);
+    if (!std::isfinite(number)) throw OracleError(error::numeric_overflow);
     const bool whole = std::trunc(number) == number && std::fabs(number) < 9.2e18;
     return whole ? Value::of(static_cast<std::int64_t>(number)) : Value::of(number);
 }
@@ -53,7 +54,7 @@ Value date_result(Arguments& in, const Civil& date) {
 
 Value moved(Arguments& in, const Civil& date, double days) {
     // Beyond this no date is left, and the seconds would not fit.
-    if (!(std::fabs(days) < 1e7)) throw OracleError(1841);
+    if (!(std::fabs(days) < 1e7)) throw OracleError(error::year_out_of_range);
     return date_result(in, date_of_seconds(seconds_of(date) + std::llround(days * seconds_per_day)));
 }
 
@@ -119,7 +120,7 @@ template <int sign> Value extreme(Arguments& in) {
 Civil date_of(const Value& value) {
     Civil date{};
     if (is_date(value, date)) return date;
-    if (value.type != Value::Type::text) throw OracleError(932, "expected DATE got NUMBER");
+    if (value.type != Value::Type::text) throw OracleError(error::inconsistent_datatypes, "expected DATE got NUMBER");
     return parse_date(value.text(), default_date_format);
 }
 
@@ -187,43 +188,100 @@ Value user(Arguments& in) {
     return Value::of(*static_cast<const std::string*>(sqlite3_user_data(in.context)));
 }
 
-constexpr Entry general_functions[] = {
-    {"ora_fit", 6, 6, call<fit_to_column>},
-    {"nvl", 2, 2, call<nvl>},
-    {"nvl2", 3, 3, call<nvl2>},
-    {"decode", -1, -1, call<decode>},
-    {"greatest", -1, -1, call<strict<extreme<1>>>},
-    {"least", -1, -1, call<strict<extreme<-1>>>},
-    {"add_months", 2, 2, call<strict<months_added>>},
-    {"months_between", 2, 2, call<strict<months_apart>>},
-    {"last_day", 1, 1, call<strict<last_day>>},
-    {"next_day", 2, 2, call<strict<next_day>>},
-    {"to_char", 1, 2, call<strict<to_char>>},
-    {"to_date", 1, 2, call<strict<to_date>>},
-    {"to_number", 1, 2, call<strict<to_number>>},
-    {"rawtohex", 1, 1, call<strict<raw_to_hex>>},
-    {"hextoraw", 1, 1, call<strict<hex_to_raw>>},
-    {"empty_blob", 0, 0, call<empty_lob>},
-    {"empty_clob", 0, 0, call<empty_lob>},
-    {"user", 0, 0, call<user>},
+using enum ArgumentRule;
+constexpr std::uint8_t any_number = FunctionEntry::any_number;
+
+/// A function that has a use for NULL.
+constexpr FunctionEntry with_nulls(FunctionEntry entry) {
+    entry.null_from_null = false;
+    return entry;
+}
+
+constexpr FunctionEntry of_argument(std::uint8_t argument, FunctionEntry entry) {
+    entry.result_argument = argument;
+    return entry;
+}
+
+constexpr FunctionEntry without_parentheses(FunctionEntry entry) {
+    entry.bare = true;
+    return entry;
+}
+
+constexpr FunctionEntry entries[] = {
+    with_nulls({"", 6, 6, {any}, ResultRule::unknown, "ora_fit", {call<fit_to_column>}}),
+    with_nulls({"NVL", 2, 2, {like_first}, ResultRule::like_argument, "ora_nvl", {call<nvl>}}),
+    with_nulls(of_argument(1, {"NVL2", 3, 3, {any}, ResultRule::like_argument, "ora_nvl2", {call<nvl2>}})),
+    with_nulls(
+        of_argument(2, {"DECODE", 3, any_number, {any}, ResultRule::like_argument, "ora_decode", {call<decode>}})),
+    with_nulls({"COALESCE", 2, any_number, {like_first}, ResultRule::like_argument, "coalesce"}),
+    with_nulls({"NULLIF", 2, 2, {like_first}, ResultRule::like_argument, "nullif"}),
+    {"GREATEST", 1, any_number, {like_first}, ResultRule::like_argument, "ora_greatest", {call<strict<extreme<1>>>}},
+    {"LEAST", 1, any_number, {like_first}, ResultRule::like_argument, "ora_least", {call<strict<extreme<-1>>>}},
+    {"ADD_MONTHS", 2, 2, {date, number}, ResultRule::date, "ora_add_months", {call<strict<months_added>>}},
+    {"MONTHS_BETWEEN", 2, 2, {date}, ResultRule::number, "ora_months_between", {call<strict<months_apart>>}},
+    {"LAST_DAY", 1, 1, {date}, ResultRule::date, "ora_last_day", {call<strict<last_day>>}},
+    {"NEXT_DAY", 2, 2, {date, text}, ResultRule::date, "ora_next_day", {call<strict<next_day>>}},
+    {"TO_CHAR", 1, 2, {any, text}, ResultRule::text_or_clob, "ora_to_char", {call<strict<to_char>>}},
+    {"TO_DATE", 1, 2, {text}, ResultRule::date, "ora_to_date", {call<strict<to_date>>}},
+    {"TO_NUMBER", 1, 2, {text}, ResultRule::number, "ora_to_number", {call<strict<to_number>>}},
+    {"RAWTOHEX", 1, 1, {any}, ResultRule::text, "ora_rawtohex", {call<strict<raw_to_hex>>}},
+    {"HEXTORAW", 1, 1, {text}, ResultRule::raw, "ora_hextoraw", {call<strict<hex_to_raw>>}},
+    {"EMPTY_BLOB", 0, 0, {any}, ResultRule::blob, "ora_empty_blob", {call<empty_lob>}},
+    {"EMPTY_CLOB", 0, 0, {any}, ResultRule::clob, "ora_empty_clob", {call<empty_lob>}},
+    without_parentheses({"USER", 0, 0, {any}, ResultRule::text, "ora_user", {call<user>}}),
 };
+
+const std::span<const FunctionEntry> parts[] = {entries, number_functions, text_functions, sum_functions};
+
+std::vector<const FunctionEntry*> sorted_by_name() {
+    std::vector<const FunctionEntry*> sorted;
+    for (const auto part : parts) {
+        for (const auto& entry : part) {
+            if (!entry.name.empty()) sorted.push_back(&entry);
+        }
+    }
+    std::sort(sorted.begin(), sorted.end(), [](const auto* a, const auto* b) { return a->name < b->name; });
+    return sorted;
+}
+
+/// @param count  of arguments; -1: any number
+void register_function(sqlite3* db, const FunctionEntry& entry, const char* name, int count, void* data) {
+    const int flags = SQLITE_UTF8 | SQLITE_INNOCUOUS | (entry.deterministic ? SQLITE_DETERMINISTIC : 0);
+    const Callbacks& calls = entry.callbacks;
+    const int status =
+        calls.value != nullptr ? sqlite3_create_window_function(db, name, count, flags, data, calls.step, calls.final,
+                                                                calls.value, calls.inverse, nullptr)
+        : calls.final != nullptr
+            ? sqlite3_create_function_v2(db, name, count, flags, data, nullptr, calls.step, calls.final, nullptr)
+            : sqlite3_create_function_v2(db, name, count, flags, data, calls.step, nullptr, nullptr, nullptr);
+    if (status != SQLITE_OK) throw sqlite_error(db);
+}
 
 } // namespace
 
+const FunctionEntry* find_function(std::string_view name) {
+    static const auto sorted = sorted_by_name();
+    const auto found =
+        std::lower_bound(sorted.begin(), sorted.end(), name,
+                         [](const auto* entry, std::string_view wanted) { return entry->name < wanted; });
+    return found != sorted.end() && (*found)->name == name ? *found : nullptr;
+}
+
 void register_functions(sqlite3* db, const std::string& user_name) {
-    constexpr int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
     auto* data = const_cast<std::string*>(&user_name);
-    for (const std::span<const Entry> entries :
-         {std::span<const Entry>(general_functions), number_functions, text_functions}) {
-        for (const auto& entry : entries) {
-            for (int count = entry.least; count <= entry.most; ++count) {
-                const int status = sqlite3_create_function_v2(db, entry.name, count, flags, data, entry.function,
-                                                              nullptr, nullptr, nullptr);
-                if (status != SQLITE_OK) throw sqlite_error(db);
+    for (const auto part : parts) {
+        for (const auto& entry : part) {
+            if (entry.callbacks.step == nullptr) continue;
+            const int hidden = entry.hidden == HiddenArgument::none ? 0 : 1;
+            const bool variadic = entry.most == FunctionEntry::any_number;
+            for (int count = variadic ? -1 : entry.least + hidden; count <= (variadic ? -1 : entry.most + hidden);
+                 ++count) {
+                register_function(db, entry, entry.sqlite_name, count, data);
+                // The token translator still writes the names as the dialect has them.
+                register_function(db, entry, entry.sqlite_name + 4, count, data);
             }
         }
     }
-    register_sums(db);
 }
 
 } // namespace oci

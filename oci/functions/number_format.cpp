@@ -31,7 +31,7 @@ NumberFormat::NumberFormat(std::string_view format) {
     if (take(format, "FM")) fill = false;
     if (take(format, "S")) sign = Sign::in_front;
     while (!format.empty()) {
-        if (sign == Sign::behind || sign == Sign::minus_behind) throw OracleError(1481);
+        if (sign == Sign::behind || sign == Sign::minus_behind) throw OracleError(error::invalid_number_format);
         if (is_digit(format[0])) {
             add_digit(format[0]);
             format.remove_prefix(1);
@@ -46,14 +46,14 @@ NumberFormat::NumberFormat(std::string_view format) {
         } else if (sign == Sign::only_minus && take(format, "MI")) {
             sign = Sign::minus_behind;
         } else {
-            throw OracleError(1481);
+            throw OracleError(error::invalid_number_format);
         }
     }
-    if (before + after == 0 || (groups & 1) != 0) throw OracleError(1481);
+    if (before + after == 0 || (groups & 1) != 0) throw OracleError(error::invalid_number_format);
 }
 
 void NumberFormat::add_digit(char c) {
-    if ((c != '0' && c != '9') || before + after >= 63) throw OracleError(1481);
+    if ((c != '0' && c != '9') || before + after >= 63) throw OracleError(error::invalid_number_format);
     if (point) {
         ++after;
         if (c == '0') kept = after;
@@ -114,9 +114,9 @@ Value parse_number(std::string_view text, std::string_view format_text) {
 
     const auto size = std::min(text.find_first_not_of("0123456789,"), text.size());
     auto digits = std::count_if(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(size), is_digit);
-    if (digits > format.before) throw OracleError(1722);
+    if (digits > format.before) throw OracleError(error::invalid_number);
     for (const char c : text.substr(0, size)) {
-        if (c == ',' && (format.groups >> digits & 1) == 0) throw OracleError(1722);
+        if (c == ',' && (format.groups >> digits & 1) == 0) throw OracleError(error::invalid_number);
         if (c == ',') continue;
         plain.push_back(c);
         --digits;
@@ -132,7 +132,7 @@ Value parse_number(std::string_view text, std::string_view format_text) {
     if (sign_behind && take(text, "-")) plain[0] = '-';
     if (format.sign == Sign::behind && plain[0] == ' ') take(text, "+");
     skip_blanks(text);
-    if (!text.empty()) throw OracleError(1722);
+    if (!text.empty()) throw OracleError(error::invalid_number);
     return number_of(plain);
 }
 

@@ -29,7 +29,7 @@ template <Operator op> double calculate(double a, double b) {
     if constexpr (op == Operator::add) return a + b;
     if constexpr (op == Operator::subtract) return a - b;
     if constexpr (op == Operator::multiply) return a * b;
-    if (b == 0) throw OracleError(1476);
+    if (b == 0) throw OracleError(error::divisor_is_zero);
     return a / b;
 }
 
@@ -41,9 +41,10 @@ template <Operator op> Value arithmetic(Arguments& in) {
     const bool from_date = is_date(a, first);
     const bool to_date = is_date(b, second);
     if (from_date || to_date) {
-        if (op == Operator::add && from_date && to_date) throw OracleError(975);
+        if (op == Operator::add && from_date && to_date) throw OracleError(error::date_plus_date);
         if (op == Operator::add) return from_date ? moved(in, first, double_of(b)) : moved(in, second, double_of(a));
-        if (op != Operator::subtract || !from_date) throw OracleError(932, "expected NUMBER got DATE");
+        if (op != Operator::subtract || !from_date)
+            throw OracleError(error::inconsistent_datatypes, "expected NUMBER got DATE");
         if (!to_date) return moved(in, first, -double_of(b));
         return number_result(static_cast<double>(seconds_of(first) - seconds_of(second)) / seconds_per_day);
     }
@@ -53,7 +54,7 @@ template <Operator op> Value arithmetic(Arguments& in) {
     const bool integers = x.type == Value::Type::integer && y.type == Value::Type::integer;
     if (integers && calculate<op>(x.integer, y.integer, exact)) return Value::of(exact);
     const double result = calculate<op>(as_double(x), as_double(y));
-    if (!std::isfinite(result)) throw OracleError(1426);
+    if (!std::isfinite(result)) throw OracleError(error::numeric_overflow);
     const bool sum = op == Operator::add || op == Operator::subtract;
     const double operands = sum ? std::max(std::fabs(as_double(x)), std::fabs(as_double(y))) : 0;
     return Value::of(without_noise(result, std::max(std::fabs(result), operands)) + 0.0); // zero has no sign
@@ -105,13 +106,29 @@ template <auto function> Value math(Arguments& in) {
         result = function(double_of(in[0]), double_of(in[1]));
     }
     std::string scratch;
-    if (std::isnan(result)) throw OracleError(1428, text_of(in[in.count - 1], scratch));
+    if (std::isnan(result)) throw OracleError(error::argument_out_of_range, text_of(in[in.count - 1], scratch));
     return number_result(result);
 }
 
 constexpr double out_of_domain = std::numeric_limits<double>::quiet_NaN();
 double natural_log(double x) {
     return x > 0 ? std::log(x) : out_of_domain;
+}
+double ceiling(double x) {
+    return std::ceil(x);
+}
+double floor_of(double x) {
+    return std::floor(x);
+}
+double power(double x, double y) {
+    const double result = std::pow(x, y);
+    return without_noise(result, std::fabs(result));
+}
+double square_root(double x) {
+    return std::sqrt(x);
+}
+double exponential(double x) {
+    return std::exp(x);
 }
 double log_to_base(double base, double x) {
     if (!(base > 0) || base == 1 || !(x > 0)) return out_of_domain;
@@ -134,30 +151,29 @@ template <Rounding rounding> Value rounded(Arguments& in) {
     return decimal.value();
 }
 
-constexpr Entry entries[] = {
-    {"ora_add", 2, 2, call<strict<arithmetic<Operator::add>>>},
-    {"ora_sub", 2, 2, call<strict<arithmetic<Operator::subtract>>>},
-    {"ora_mul", 2, 2, call<strict<arithmetic<Operator::multiply>>>},
-    {"ora_div", 2, 2, call<strict<arithmetic<Operator::divide>>>},
-    {"abs", 1, 1, call<strict<absolute>>},
-    {"sign", 1, 1, call<strict<sign>>},
-    {"ceil", 1, 1, call<strict<of_real<[](double x) { return std::ceil(x); }>>>},
-    {"floor", 1, 1, call<strict<of_real<[](double x) { return std::floor(x); }>>>},
-    {"mod", 2, 2, call<strict<modulo>>},
-    {"power", 2, 2, call<strict<math<[](double x, double y) {
-         const double result = std::pow(x, y);
-         return without_noise(result, std::fabs(result));
-     }>>>},
-    {"sqrt", 1, 1, call<strict<math<[](double x) { return std::sqrt(x); }>>>},
-    {"exp", 1, 1, call<strict<math<[](double x) { return std::exp(x); }>>>},
-    {"ln", 1, 1, call<strict<math<natural_log>>>},
-    {"log", 2, 2, call<strict<math<log_to_base>>>},
-    {"round", 1, 2, call<strict<rounded<Rounding::half_up>>>},
-    {"trunc", 1, 2, call<strict<rounded<Rounding::truncate>>>},
+using enum ArgumentRule;
+
+constexpr FunctionEntry entries[] = {
+    {"", 2, 2, {any}, ResultRule::unknown, "ora_add", {call<strict<arithmetic<Operator::add>>>}},
+    {"", 2, 2, {any}, ResultRule::unknown, "ora_sub", {call<strict<arithmetic<Operator::subtract>>>}},
+    {"", 2, 2, {any}, ResultRule::number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}},
+    {"", 2, 2, {any}, ResultRule::number, "ora_div", {call<strict<arithmetic<Operator::divide>>>}},
+    {"ABS", 1, 1, {number}, ResultRule::number, "ora_abs", {call<strict<absolute>>}},
+    {"SIGN", 1, 1, {number}, ResultRule::number, "ora_sign", {call<strict<sign>>}},
+    {"CEIL", 1, 1, {number}, ResultRule::number, "ora_ceil", {call<strict<of_real<ceiling>>>}},
+    {"FLOOR", 1, 1, {number}, ResultRule::number, "ora_floor", {call<strict<of_real<floor_of>>>}},
+    {"MOD", 2, 2, {number}, ResultRule::number, "ora_mod", {call<strict<modulo>>}},
+    {"POWER", 2, 2, {number}, ResultRule::number, "ora_power", {call<strict<math<power>>>}},
+    {"SQRT", 1, 1, {number}, ResultRule::number, "ora_sqrt", {call<strict<math<square_root>>>}},
+    {"EXP", 1, 1, {number}, ResultRule::number, "ora_exp", {call<strict<math<exponential>>>}},
+    {"LN", 1, 1, {number}, ResultRule::number, "ora_ln", {call<strict<math<natural_log>>>}},
+    {"LOG", 2, 2, {number}, ResultRule::number, "ora_log", {call<strict<math<log_to_base>>>}},
+    {"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}},
+    {"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}},
 };
 
 } // namespace
 
-constinit const std::span<const Entry> number_functions = entries;
+constinit const std::span<const FunctionEntry> number_functions = entries;
 
 } // namespace oci

@@ -111,17 +111,20 @@ template <Value (*result)(const Sum&)> void report(sqlite3_context* context) noe
     }
 }
 
+constexpr Callbacks sum{step<1>, report<total>, report<total>, step<-1>};
+constexpr Callbacks mean{step<1>, report<average>, report<average>, step<-1>};
+constexpr auto role = FunctionRole::aggregate_or_window;
+
+constexpr FunctionEntry entries[] = {
+    {"SUM", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_sum", sum, 0, role},
+    {"AVG", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_avg", mean, 0, role},
+    {"COUNT", 1, 1, {ArgumentRule::any}, ResultRule::number, "count", {}, 0, role, false, false},
+    {"MIN", 1, 1, {ArgumentRule::any}, ResultRule::like_argument, "min", {}, 0, role},
+    {"MAX", 1, 1, {ArgumentRule::any}, ResultRule::like_argument, "max", {}, 0, role},
+};
+
 } // namespace
 
-void register_sums(sqlite3* db) {
-    constexpr int flags = SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS;
-    const auto known = [db](const char* name, auto* result) {
-        const int status = sqlite3_create_window_function(db, name, 1, flags, nullptr, step<1>, result, result,
-                                                          step<-1>, nullptr);
-        if (status != SQLITE_OK) throw sqlite_error(db);
-    };
-    known("sum", report<total>);
-    known("avg", report<average>);
-}
+constinit const std::span<const FunctionEntry> sum_functions = entries;
 
 } // namespace oci

@@ -50,7 +50,8 @@ template <Function function> Value limited(Arguments& in) {
     for (int i = 0; in.has(i); ++i) {
         if (in[i].size > limit) return result;
     }
-    throw limit == longest_text ? OracleError(1489) : OracleError(6502, "character string buffer too small");
+    throw limit == longest_text ? OracleError(error::concatenation_too_long)
+                                : OracleError(error::value_error, "character string buffer too small");
 }
 
 std::int64_t bytes(std::string_view text) {
@@ -78,7 +79,7 @@ Value position(Arguments& in) {
     const std::string_view part = text_of(in[1], scratch);
     const std::int64_t start = in.has(2) ? integer_of(in[2]) : 1;
     std::int64_t occurrence = in.has(3) ? integer_of(in[3]) : 1;
-    if (occurrence < 1) throw OracleError(1428, std::to_string(occurrence));
+    if (occurrence < 1) throw OracleError(error::argument_out_of_range, std::to_string(occurrence));
     const bool forward = start > 0;
     const std::int64_t from = start < 0 ? characters(text) + 1 + start : start;
     const Value nowhere = Value::of(std::int64_t{0});
@@ -168,7 +169,7 @@ Value translated(Arguments& in) {
 /// Like Oracle's, a character's number is that of its bytes.
 Value character(Arguments& in) {
     const std::int64_t code = integer_of(in[0]);
-    if (code < 0 || code > 0xFFFFFFFF) throw OracleError(1428, std::to_string(code));
+    if (code < 0 || code > 0xFFFFFFFF) throw OracleError(error::argument_out_of_range, std::to_string(code));
     for (int shift = 24; shift >= 0; shift -= 8) {
         if (shift == 0 || code >> shift != 0) in.scratch.push_back(static_cast<char>(code >> shift & 0xFF));
     }
@@ -181,31 +182,70 @@ Value character_code(Arguments& in) {
     return Value::of(code);
 }
 
-constexpr Entry entries[] = {
-    {"ora_concat", -1, -1, call<concatenate>},
-    {"ora_concat_to", -1, -1, call<limited<concatenate>>},
-    {"length", 1, 1, call<strict<length<characters>>>},
-    {"lengthb", 1, 1, call<strict<length<bytes>>>},
-    {"substr", 2, 3, call<strict<part_of_text>>},
-    {"instr", 2, 4, call<strict<position>>},
-    {"initcap", 1, 1, call<strict<capitalised>>},
-    {"lpad", 2, 3, call<strict<padded<Side::left>>>},
-    {"rpad", 2, 3, call<strict<padded<Side::right>>>},
-    {"ltrim", 1, 2, call<strict<trimmed<Side::left>>>},
-    {"rtrim", 1, 2, call<strict<trimmed<Side::right>>>},
-    {"trim", 1, 2, call<strict<trimmed<Side::both>>>},
-    {"replace", 2, 3, call<replaced>},
-    {"replace_to", 3, 4, call<limited<replaced>>},
-    {"translate", 3, 3, call<strict<translated>>},
-    {"translate_to", 4, 4, call<limited<strict<translated>>>},
-    {"concat", 2, 2, call<concatenate>},
-    {"concat_to", 3, 3, call<limited<concatenate>>},
-    {"chr", 1, 1, call<strict<character>>},
-    {"ascii", 1, 1, call<strict<character_code>>},
+using enum ArgumentRule;
+
+constexpr std::uint8_t any_number = FunctionEntry::any_number;
+
+constexpr FunctionEntry entries[] = {
+    {.name = "",
+     .least = 0,
+     .most = any_number,
+     .arguments = {text},
+     .result = ResultRule::text_or_clob,
+     .sqlite_name = "ora_concat",
+     .callbacks = {call<concatenate>},
+     .null_from_null = false},
+    {.name = "",
+     .least = 1,
+     .most = any_number,
+     .arguments = {number, text},
+     .result = ResultRule::text,
+     .sqlite_name = "ora_concat_to",
+     .callbacks = {call<limited<concatenate>>},
+     .null_from_null = false},
+    {"LENGTH", 1, 1, {text}, ResultRule::number, "ora_length", {call<strict<length<characters>>>}},
+    {"LENGTHB", 1, 1, {text}, ResultRule::number, "ora_lengthb", {call<strict<length<bytes>>>}},
+    {"SUBSTR", 2, 3, {text, number}, ResultRule::text_or_clob, "ora_substr", {call<strict<part_of_text>>}},
+    {"INSTR", 2, 4, {text, text, number}, ResultRule::number, "ora_instr", {call<strict<position>>}},
+    {"INITCAP", 1, 1, {text}, ResultRule::text_or_clob, "ora_initcap", {call<strict<capitalised>>}},
+    {"UPPER", 1, 1, {text}, ResultRule::text_or_clob, "upper"},
+    {"LOWER", 1, 1, {text}, ResultRule::text_or_clob, "lower"},
+    {"LPAD", 2, 3, {text, number, text}, ResultRule::text_or_clob, "ora_lpad", {call<strict<padded<Side::left>>>}},
+    {"RPAD", 2, 3, {text, number, text}, ResultRule::text_or_clob, "ora_rpad", {call<strict<padded<Side::right>>>}},
+    {"LTRIM", 1, 2, {text}, ResultRule::text_or_clob, "ora_ltrim", {call<strict<trimmed<Side::left>>>}},
+    {"RTRIM", 1, 2, {text}, ResultRule::text_or_clob, "ora_rtrim", {call<strict<trimmed<Side::right>>>}},
+    {"TRIM", 1, 2, {text}, ResultRule::text_or_clob, "ora_trim", {call<strict<trimmed<Side::both>>>}},
+    {.name = "REPLACE",
+     .least = 2,
+     .most = 3,
+     .arguments = {text},
+     .result = ResultRule::text_or_clob,
+     .sqlite_name = "ora_replace",
+     .callbacks = {call<replaced>},
+     .null_from_null = false},
+    {.name = "",
+     .least = 3,
+     .most = 4,
+     .arguments = {number, text},
+     .result = ResultRule::text,
+     .sqlite_name = "ora_replace_to",
+     .callbacks = {call<limited<replaced>>},
+     .null_from_null = false},
+    {"TRANSLATE", 3, 3, {text}, ResultRule::text_or_clob, "ora_translate", {call<strict<translated>>}},
+    {"", 4, 4, {number, text}, ResultRule::text, "ora_translate_to", {call<limited<strict<translated>>>}},
+    {.name = "CONCAT",
+     .least = 2,
+     .most = 2,
+     .arguments = {text},
+     .result = ResultRule::text_or_clob,
+     .sqlite_name = "ora_concat",
+     .null_from_null = false},
+    {"CHR", 1, 1, {number}, ResultRule::text, "ora_chr", {call<strict<character>>}},
+    {"ASCII", 1, 1, {text}, ResultRule::number, "ora_ascii", {call<strict<character_code>>}},
 };
 
 } // namespace
 
-constinit const std::span<const Entry> text_functions = entries;
+constinit const std::span<const FunctionEntry> text_functions = entries;
 
 } // namespace oci

@@ -41,7 +41,7 @@ constexpr Unit units[] = {
 };
 
 Civil month_start(std::int64_t months) {
-    if (months < 12 || months >= 120000) throw OracleError(1841);
+    if (months < 12 || months >= 120000) throw OracleError(error::year_out_of_range);
     return {static_cast<int>(months / 12), static_cast<int>(months % 12) + 1, 1, 0, 0, 0};
 }
 
@@ -74,7 +74,7 @@ Civil date_of_seconds(std::int64_t seconds) {
     }
     Civil date{};
     civil_from_days(days, date);
-    if (date.year < 1 || date.year > 9999) throw OracleError(1841);
+    if (date.year < 1 || date.year > 9999) throw OracleError(error::year_out_of_range);
     date.hour = rest / 3600;
     date.minute = rest / 60 % 60;
     date.second = rest % 60;
@@ -108,7 +108,7 @@ double months_between(const Civil& later, const Civil& earlier) {
 Civil start_of(std::string_view unit_name, const Civil& date, Nearest nearest) {
     const std::string name = upper(unit_name);
     const auto* unit = std::find_if(std::begin(units), std::end(units), [&](const Unit& u) { return u.name == name; });
-    if (unit == std::end(units)) throw OracleError(1821);
+    if (unit == std::end(units)) throw OracleError(error::date_format_not_recognized);
     const bool either = nearest == Nearest::either;
     if (unit->months != 0) {
         const std::int64_t months = months_of(date);

@@ -12,7 +12,7 @@ Decimal::Decimal(const Value& number) {
     if (number.type == Value::Type::integer) {
         end = std::to_chars(text, text + sizeof text, number.integer).ptr;
     } else {
-        if (!std::isfinite(number.real)) throw OracleError(1426);
+        if (!std::isfinite(number.real)) throw OracleError(error::numeric_overflow);
         end = std::to_chars(text, text + sizeof text, number.real, std::chars_format::scientific).ptr;
     }
     const char* p = text;

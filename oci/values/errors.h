@@ -1,6 +1,7 @@
 #pragma once
 
 #include "oci.h"
+#include "oci/values/error_codes.h"
 
 #include <string>
 #include <string_view>
@@ -10,11 +11,13 @@ struct sqlite3_stmt;
 
 namespace oci {
 
-/// A failure with Oracle's number for its cause. Every operation of the client throws it and the C functions turn it into
-/// OCI_ERROR with the diagnostic in the caller's error handle.
+/// A failure with Oracle's number for its cause. Every operation of the client throws it and the C functions turn it
+/// into OCI_ERROR with the diagnostic in the caller's error handle.
 class OracleError {
   public:
-    /// @param detail  takes the place of "{}" in the text of the number; behind the text where the text has no such place.
+    /// @param detail  takes the place of "{}" in the text of the number; behind the text where the text has no such
+    /// place.
+    explicit OracleError(const error::Cause& cause, std::string_view detail = {});
     explicit OracleError(int code, std::string_view detail = {});
 
     int code() const { return m_code; }

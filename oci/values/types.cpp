@@ -118,13 +118,13 @@ bool is_below(const Value& number, int digits) {
 }
 
 [[noreturn]] void value_too_large(std::string_view column, std::size_t actual, std::size_t maximum) {
-    throw OracleError(12899, "\"" + std::string(column) + "\" (actual: " + std::to_string(actual) +
+    throw OracleError(error::value_too_large, "\"" + std::string(column) + "\" (actual: " + std::to_string(actual) +
                                  ", maximum: " + std::to_string(maximum) + ")");
 }
 
 Value fit_number(const Value& given, const ColumnType& type) {
     Value number = number_of(given);
-    if (number.type == Value::Type::real && !(std::fabs(number.real) < number_limit)) throw OracleError(1426);
+    if (number.type == Value::Type::real && !(std::fabs(number.real) < number_limit)) throw OracleError(error::numeric_overflow);
     if (type.scale == any_scale) return number;
     if (number.type == Value::Type::real) {
         const double rounded = round_to(number.real, type.scale);
@@ -133,7 +133,7 @@ Value fit_number(const Value& given, const ColumnType& type) {
     } else if (type.scale < 0) {
         number = Value::of(static_cast<std::int64_t>(round_to(static_cast<double>(number.integer), type.scale)));
     }
-    if (!is_below(number, type.precision - type.scale)) throw OracleError(1438);
+    if (!is_below(number, type.precision - type.scale)) throw OracleError(error::precision_exceeded);
     return number;
 }
 
@@ -152,15 +152,15 @@ Value fit_text(const Value& given, const ColumnType& type, std::string_view colu
 }
 
 Value fit_date(const Value& given, std::string& scratch) {
-    if (given.type != Value::Type::text) throw OracleError(932, "expected DATE got NUMBER");
+    if (given.type != Value::Type::text) throw OracleError(error::inconsistent_datatypes, "expected DATE got NUMBER");
     Civil civil{};
     if (given.size == 10) {
         scratch.assign(given.data, given.size).append(" 00:00:00");
-        if (!parse_iso(scratch, civil)) throw OracleError(1861);
+        if (!parse_iso(scratch, civil)) throw OracleError(error::literal_does_not_match);
         check_civil(civil);
         return Value::of(scratch);
     }
-    if (!parse_iso(given.text(), civil)) throw OracleError(1861);
+    if (!parse_iso(given.text(), civil)) throw OracleError(error::literal_does_not_match);
     check_civil(civil);
     return given;
 }
@@ -171,7 +171,7 @@ Value fit_bytes(const Value& given, const ColumnType& type, std::string_view col
         scratch = bytes_of_hex(given.text());
         bytes = Value::of_bytes(scratch.data(), scratch.size());
     } else if (given.type != Value::Type::blob) {
-        throw OracleError(932, "expected BINARY got NUMBER");
+        throw OracleError(error::inconsistent_datatypes, "expected BINARY got NUMBER");
     }
     if (type.size != 0 && bytes.size > type.size) value_too_large(column, bytes.size, type.size);
     return bytes;
@@ -233,7 +233,16 @@ std::string ColumnType::declaration() const {
     case Family::rowid: return "ROWID";
     case Family::blob: return "BLOB";
     case Family::clob: return "CLOB";
-    default: break;
+    case Family::binary_float: return "BINARY_FLOAT";
+    case Family::binary_double: return "BINARY_DOUBLE";
+    case Family::timestamp: return "TIMESTAMP(" + std::to_string(scale) + ")";
+    case Family::timestamp_tz: return "TIMESTAMP(" + std::to_string(scale) + ") WITH TIME ZONE";
+    case Family::timestamp_ltz: return "TIMESTAMP(" + std::to_string(scale) + ") WITH LOCAL TIME ZONE";
+    case Family::interval_ym: return "INTERVAL YEAR(" + std::to_string(precision) + ") TO MONTH";
+    case Family::interval_ds:
+        return "INTERVAL DAY(" + std::to_string(precision) + ") TO SECOND(" + std::to_string(scale) + ")";
+    case Family::boolean: return "BOOLEAN";
+    case Family::unknown: break;
     }
     return {};
 }
@@ -249,7 +258,16 @@ ub2 ColumnType::external() const {
     case Family::rowid: return SQLT_RDD;
     case Family::blob: return SQLT_BLOB;
     case Family::clob: return SQLT_CLOB;
-    default: break;
+    case Family::binary_float: return SQLT_IBFLOAT;
+    case Family::binary_double: return SQLT_IBDOUBLE;
+    case Family::timestamp: return SQLT_TIMESTAMP;
+    case Family::timestamp_tz: return SQLT_TIMESTAMP_TZ;
+    case Family::timestamp_ltz: return SQLT_TIMESTAMP_LTZ;
+    case Family::interval_ym: return SQLT_INTERVAL_YM;
+    case Family::interval_ds: return SQLT_INTERVAL_DS;
+    case Family::text:
+    case Family::boolean:
+    case Family::unknown: break;
     }
     return SQLT_CHR;
 }
@@ -261,6 +279,13 @@ ub2 ColumnType::described_size() const {
     case Family::blob:
     case Family::clob: return 4000;
     case Family::unknown: return 4000;
+    case Family::binary_float: return 4;
+    case Family::binary_double: return 8;
+    case Family::timestamp:
+    case Family::timestamp_ltz:
+    case Family::interval_ds: return 11;
+    case Family::timestamp_tz: return 13;
+    case Family::interval_ym: return 5;
     default: return size;
     }
 }
@@ -278,9 +303,8 @@ Value fit(const Value& value, const ColumnType& type, std::string_view column, s
     case Family::raw:
     case Family::long_raw:
     case Family::blob: return fit_bytes(value, type, column, scratch);
-    default: break;
+    default: return value;
     }
-    return value;
 }
 
 } // namespace oci

@@ -143,13 +143,13 @@ void write_iso(const Civil& civil, char* text) {
 }
 
 void check_civil(const Civil& civil) {
-    if (civil.year < 1 || civil.year > 9999) throw OracleError(1841);
-    if (civil.month < 1 || civil.month > 12) throw OracleError(1843);
-    if (civil.day < 1 || civil.day > 31) throw OracleError(1847);
-    if (civil.day > days_in_month(civil.year, civil.month)) throw OracleError(1839);
-    if (civil.hour < 0 || civil.hour > 23) throw OracleError(1850);
-    if (civil.minute < 0 || civil.minute > 59) throw OracleError(1851);
-    if (civil.second < 0 || civil.second > 59) throw OracleError(1852);
+    if (civil.year < 1 || civil.year > 9999) throw OracleError(error::year_out_of_range);
+    if (civil.month < 1 || civil.month > 12) throw OracleError(error::invalid_month);
+    if (civil.day < 1 || civil.day > 31) throw OracleError(error::day_of_month_out_of_range);
+    if (civil.day > days_in_month(civil.year, civil.month)) throw OracleError(error::date_not_valid_for_month);
+    if (civil.hour < 0 || civil.hour > 23) throw OracleError(error::hour_out_of_range);
+    if (civil.minute < 0 || civil.minute > 59) throw OracleError(error::minutes_out_of_range);
+    if (civil.second < 0 || civil.second > 59) throw OracleError(error::seconds_out_of_range);
 }
 
 int days_in_month(int year, int month) {
@@ -212,14 +212,14 @@ Value number_of(std::string_view text) {
     }
     double real = 0;
     const auto parsed = std::from_chars(text.data(), end, real);
-    if (parsed.ec != std::errc{} || parsed.ptr != end || !std::isfinite(real)) throw OracleError(1722);
+    if (parsed.ec != std::errc{} || parsed.ptr != end || !std::isfinite(real)) throw OracleError(error::invalid_number);
     if (std::trunc(real) == real && std::fabs(real) < 9e18) return Value::of(static_cast<std::int64_t>(real));
     return Value::of(real);
 }
 
 Value number_of(const Value& value) {
     if (value.type == Value::Type::text) return number_of(value.text());
-    if (value.type == Value::Type::blob) throw OracleError(932, "expected NUMBER got BINARY");
+    if (value.type == Value::Type::blob) throw OracleError(error::inconsistent_datatypes, "expected NUMBER got BINARY");
     return value;
 }
 
@@ -230,7 +230,7 @@ std::string bytes_of_hex(std::string_view hex) {
     unsigned byte = 0;
     for (std::size_t i = 0; i < hex.size(); ++i) {
         const char c = hex[i];
-        if (std::isxdigit(static_cast<unsigned char>(c)) == 0) throw OracleError(1465);
+        if (std::isxdigit(static_cast<unsigned char>(c)) == 0) throw OracleError(error::invalid_hex);
         const int digit = c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10;
         byte = (byte << 4 | static_cast<unsigned>(digit)) & 0xFFU;
         if ((i % 2 == 0) == odd) bytes.push_back(static_cast<char>(byte));
