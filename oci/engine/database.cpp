@@ -101,6 +101,13 @@ bool Database::may_create() const {
     return !m_was_opened && !fs::exists(m_path + "-wal", ignored);
 }
 
+void Database::saw_catalogue_change(std::int64_t count) {
+    // A session whose query is still open may see an older count.
+    for (std::int64_t known = m_catalogue_changes; known < count;) {
+        if (m_catalogue_changes.compare_exchange_weak(known, count)) ++ddl_count;
+    }
+}
+
 bool Database::acquire_writer(std::chrono::milliseconds patience) {
     std::unique_lock lock(m_mutex);
     if (!m_released.wait_for(lock, patience, [this] { return !m_writing; })) return false;

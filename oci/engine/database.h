@@ -50,12 +50,15 @@ class Database {
     std::mutex setup;
     /// Advanced by every DDL statement: what was translated before may be out of date.
     std::atomic<unsigned> ddl_count{0};
+    /// Advances it when the catalogue's own count of changes tells of one that another process has made.
+    void saw_catalogue_change(std::int64_t count);
 
   private:
     const std::string m_path;
     const std::string m_scratch_folder; ///< holds a memory database; removed with it
     const pid_t m_process;              ///< that made it: not a child, which may end sooner
     std::atomic<bool> m_was_opened{false};
+    std::atomic<std::int64_t> m_catalogue_changes{0};
     std::mutex m_mutex;
     std::condition_variable m_released;
     bool m_writing = false;

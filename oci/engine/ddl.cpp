@@ -1,4 +1,8 @@
 #include "oci/engine/accounts.h"
+#include "oci/engine/definitions/catalogue_query.h"
+#include "oci/engine/definitions/catalogue_tables.h"
+#include "oci/engine/definitions/migration.h"
+#include "oci/engine/definitions/objects.h"
 #include "oci/engine/block.h"
 #include "oci/engine/cursor.h"
 #include "oci/sql/token_reader.h"
@@ -23,6 +27,7 @@ class Definition : TokenReader {
         m_session.begin();
         try {
             define();
+            enter_tables();
             m_session.commit();
         } catch (...) {
             m_session.rollback();
@@ -56,6 +61,14 @@ class Definition : TokenReader {
         return inner;
     }
     void sqlite(const std::string& sql) { m_session.run(sql); }
+
+    /// The catalogue learns of the tables from SQLite.
+    void enter_tables() {
+        sqlite(R"(DELETE FROM "DTK$OBJECTS" WHERE type IN ('TABLE', 'INDEX'); DELETE FROM "DTK$CONSTRAINTS";
+            DELETE FROM "DTK$COLUMNS" WHERE object NOT IN (SELECT id FROM "DTK$OBJECTS"); DELETE FROM "DTK$KEYS")");
+        take_over_tables(m_session);
+        catalogue::count_change(m_session);
+    }
 
     void define() {
         if (accept("CREATE")) return create();
@@ -240,7 +253,26 @@ class Definition : TokenReader {
         if (accept("(")) columns = " (" + translate_expression(m_session, enclosed()) + ")";
         expect("AS", 905);
         if (replace) sqlite("DROP VIEW IF EXISTS " + view);
+        const std::string text = m_text.substr(static_cast<std::size_t>(peek().text.data() - m_text.data()));
         sqlite("CREATE VIEW " + view + columns + " AS " + translate(m_session, rest()).sql);
+        enter_view(view, text);
+    }
+
+    void enter_view(const std::string& view, const std::string& text) {
+        const std::string stored = plain(view);
+        if (const auto old = catalogue::find_object(m_session, upper(stored), Object::Space::general))
+            catalogue::remove_object(m_session, old->id);
+        Object object{0, upper(stored), "VIEW", stored, 0, text};
+        catalogue::add_object(m_session, object);
+        std::vector<TableColumn> described;
+        CatalogueQuery rows(m_session, "SELECT name, type FROM pragma_table_info(?1)", stored);
+        while (rows.next())
+            described.push_back({upper(rows.text(0)), ColumnType::parse(rows.text(1)).value_or(ColumnType{})});
+        catalogue::save_columns(m_session, object.id, described);
+    }
+
+    static std::string plain(const std::string& identifier) {
+        return identifier.front() == '"' ? identifier.substr(1, identifier.size() - 2) : identifier;
     }
 
     void drop() {
@@ -258,6 +290,9 @@ class Definition : TokenReader {
         expect_end();
         try {
             sqlite("DROP " + kind + " " + dropped);
+            if (const auto view = catalogue::find_object(m_session, upper(plain(dropped)), Object::Space::general);
+                view && kind == "VIEW")
+                catalogue::remove_object(m_session, view->id);
         } catch (const OracleError& error) {
             constexpr int parent_not_found = 2291; // what is left of a table's rows when it is dropped
             throw error.code() == parent_not_found ? OracleError(2449) : error;

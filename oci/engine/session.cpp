@@ -1,6 +1,8 @@
 #include "oci/engine/session.h"
 
 #include "oci/engine/accounts.h"
+#include "oci/engine/definitions/catalogue_tables.h"
+#include "oci/engine/definitions/dictionary.h"
 #include "oci/engine/rows.h"
 #include "oci/engine/statement.h"
 #include "oci/functions/functions.h"
@@ -51,6 +53,9 @@ Session::Session(std::shared_ptr<Database> database, std::string_view user, std:
       m_user(accounts::canonical(user)) {
     open();
     accounts::authenticate(*this, password);
+    catalogue::open(*this);
+    m_change_count = compile(catalogue::change_count_query);
+    m_dictionary = std::make_unique<Dictionary>(*this);
 }
 
 void Session::open() {
@@ -201,8 +206,15 @@ void Session::run(const std::string& sql) const {
 }
 
 void Session::forget_outdated_tables() {
+    const int status = sqlite3_step(m_change_count.get());
+    const std::int64_t changes = sqlite3_column_int64(m_change_count.get(), 0);
+    sqlite3_reset(m_change_count.get());
+    if (status != SQLITE_ROW) throw sqlite_error(db());
+    m_database->saw_catalogue_change(changes);
     const unsigned now = m_database->ddl_count;
-    if (std::exchange(m_tables_known_at, now) != now) m_tables.clear();
+    if (std::exchange(m_tables_known_at, now) == now) return;
+    m_tables.clear();
+    m_dictionary->forget();
 }
 
 const std::vector<Column>* Session::columns_of(std::string_view table) {
@@ -225,6 +237,7 @@ const std::vector<Column>* Session::columns_of(std::string_view table) {
 void Session::schema_changed() {
     ++m_database->ddl_count;
     m_tables.clear();
+    m_dictionary->forget();
 }
 
 std::unique_ptr<Statement> Session::take_statement(std::string_view text) {

@@ -13,6 +13,7 @@ struct sqlite3_stmt;
 
 namespace oci {
 
+class Dictionary;
 class Rows;
 class Statement;
 
@@ -63,8 +64,10 @@ class Session {
     Compiled compile(std::string_view sql) const;
     void run(const std::string& sql) const;
 
+    /// What is defined in the database, as this session knows it.
+    Dictionary& dictionary() const { return *m_dictionary; }
     /// To be called before columns are asked for, while nobody uses those asked for before: others may change tables at
-    /// any time.
+    /// any time, in other processes too.
     void forget_outdated_tables();
     /// The columns of a table or view; null when there is none of that name.
     const std::vector<Column>* columns_of(std::string_view table);
@@ -98,6 +101,8 @@ class Session {
     Compiled m_begin;
     Compiled m_commit;
     Compiled m_rollback;
+    Compiled m_change_count;
+    std::unique_ptr<Dictionary> m_dictionary;
     FileIdentity m_identity;
     bool m_lost = false;
     std::chrono::nanoseconds m_last_look{0};

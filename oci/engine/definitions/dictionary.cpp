@@ -1,0 +1,130 @@
+#include "oci/engine/definitions/dictionary.h"
+
+#include "oci/engine/definitions/catalogue_query.h"
+
+#include <algorithm>
+
+namespace oci {
+namespace {
+
+sql::Relation dual() {
+    sql::Relation relation;
+    relation.name = relation.stored_name = "DUAL";
+    sql::RelationColumn& column = relation.columns.emplace_back();
+    column.name = "DUMMY";
+    column.type = ColumnType::of_family(Family::text, 1);
+    relation.read_only = true;
+    return relation;
+}
+
+sql::RelationColumn column_of(const TableColumn& column) {
+    sql::RelationColumn described;
+    described.name = column.name;
+    described.type = column.type;
+    described.hidden = column.hidden;
+    described.virtual_column = !column.virtual_text.empty();
+    described.default_text = column.default_text;
+    described.default_on_null = column.default_on_null;
+    described.identity_always = column.identity == sql::Identity::always;
+    return described;
+}
+
+/// Nothing when a part of the key is an expression.
+std::optional<std::vector<int>> key_of(const Table& table, const TableIndex& index) {
+    std::vector<int> key;
+    for (const auto& item : index.items) {
+        if (!item.is_column) return std::nullopt;
+        key.push_back(table.column_index(item.text));
+    }
+    return key;
+}
+
+std::vector<std::vector<int>> unique_keys(const Table& table) {
+    std::vector<std::vector<int>> keys;
+    for (const auto& constraint : table.constraints) {
+        if (!constraint.is_key() || !constraint.enabled) continue;
+        std::vector<int> key;
+        for (const auto& column : constraint.columns) key.push_back(table.column_index(column));
+        const bool primary = constraint.kind == TableConstraint::Kind::primary_key;
+        keys.insert(primary ? keys.begin() : keys.end(), std::move(key));
+    }
+    for (const auto& index : table.indexes) {
+        if (!index.unique) continue;
+        if (auto key = key_of(table, index)) keys.push_back(std::move(*key));
+    }
+    return keys;
+}
+
+} // namespace
+
+std::optional<Object> find_through_synonyms(const Session& session, std::string_view name) {
+    constexpr int most_steps = 32;
+    std::string wanted(name);
+    for (int step = 0; step < most_steps; ++step) {
+        auto object = catalogue::find_object(session, wanted, Object::Space::general);
+        if (!object) object = catalogue::find_object(session, wanted, Object::Space::public_synonym);
+        if (!object) return std::nullopt;
+        if (!object->type.ends_with("SYNONYM") || object->stored == wanted) return object;
+        wanted = object->stored;
+    }
+    throw OracleError(1775, name);
+}
+
+const sql::Relation* Dictionary::relation(std::string_view, std::string_view name) {
+    auto known = m_relations.find(name);
+    if (known == m_relations.end()) known = m_relations.emplace(name, find_relation(name)).first;
+    return known->second ? &*known->second : nullptr;
+}
+
+std::optional<sql::Relation> Dictionary::find_relation(std::string_view name) const {
+    if (name == "DUAL") return dual();
+    const auto object = find_through_synonyms(m_session, name);
+    if (object && (object->type == "TABLE" || object->type == "VIEW")) return relation_of(*object);
+    return std::nullopt;
+}
+
+sql::Relation Dictionary::relation_of(const Object& object) const {
+    constexpr auto triggers = R"(SELECT 1 FROM "DTK$OBJECTS" WHERE base = ?1 AND space = 2 AND options = 'ENABLED')";
+    sql::Relation relation;
+    relation.name = object.name;
+    relation.stored_name = object.stored.empty() ? object.name : object.stored;
+    relation.has_triggers = CatalogueQuery(m_session, triggers, object.id).next();
+    if (object.type == "VIEW") {
+        relation.kind = sql::Relation::Kind::view;
+        relation.view_text = object.text;
+        relation.read_only = object.options == "READ ONLY";
+        for (const auto& column : catalogue::load_columns(m_session, object.id))
+            relation.columns.push_back(column_of(column));
+        return relation;
+    }
+    const Table table = catalogue::table_at(m_session, object.id);
+    for (const auto& column : table.columns) relation.columns.push_back(column_of(column));
+    relation.unique_keys = unique_keys(table);
+    return relation;
+}
+
+const sql::SequenceInfo* Dictionary::sequence(std::string_view, std::string_view name) {
+    auto known = m_sequences.find(name);
+    if (known == m_sequences.end()) {
+        const auto object = find_through_synonyms(m_session, name);
+        const bool found = object && object->type == "SEQUENCE";
+        known = m_sequences.emplace(name, found ? std::optional(sql::SequenceInfo{object->name}) : std::nullopt).first;
+    }
+    return known->second ? &*known->second : nullptr;
+}
+
+const sql::RoutineInfo* Dictionary::routine(std::string_view, std::string_view package, std::string_view name) {
+    return m_routines == nullptr ? nullptr : m_routines->routine(package, name);
+}
+
+std::string_view Dictionary::user() const {
+    return m_session.user();
+}
+
+void Dictionary::forget() {
+    m_relations.clear();
+    m_sequences.clear();
+    if (m_routines != nullptr) m_routines->forget();
+}
+
+} // namespace oci
