@@ -31,8 +31,8 @@ CREATE TABLE "DTK$KEYS"(owner INTEGER NOT NULL, position INTEGER NOT NULL, text 
 CREATE TABLE "DTK$SEQUENCES"(object INTEGER PRIMARY KEY, key INTEGER NOT NULL, start INTEGER NOT NULL,
     increment INTEGER NOT NULL, minimum INTEGER NOT NULL, maximum INTEGER NOT NULL, cycle INTEGER NOT NULL,
     cache INTEGER NOT NULL, ordered INTEGER NOT NULL, mark INTEGER);
-CREATE TABLE "DTK$COMMENTS"(object INTEGER NOT NULL, column_name TEXT, text TEXT NOT NULL);
-CREATE UNIQUE INDEX "DTK$COMMENTS_KEY" ON "DTK$COMMENTS"(object, ifnull(column_name, ''));
+CREATE TABLE "DTK$COMMENTS"(object INTEGER NOT NULL, column_name TEXT NOT NULL, text TEXT NOT NULL,
+    PRIMARY KEY(object, column_name)) WITHOUT ROWID;
 )";
 
 bool has_table(const Session& session, std::string_view name) {
