@@ -1,6 +1,7 @@
 #include "oci/engine/block.h"
 
 #include "oci/engine/cursor.h"
+#include "oci/engine/translate.h"
 #include "oci/sql/token_reader.h"
 
 #include <algorithm>

@@ -1,6 +1,7 @@
 #include "oci/engine/cursor.h"
 
 #include "oci/engine/buffers/large_object.h"
+#include "oci/engine/language.h"
 
 #include <sqlite3.h>
 
@@ -61,7 +62,7 @@ void Cursor::compile() {
 }
 
 void Cursor::bind_inputs(ub4 iteration, Input::Lifetime needed) {
-    const Statement::Program& program = m_statement->program();
+    const Statement::Compilation& program = m_statement->program();
     m_binds.bind(program.compiled.get(), iteration, program.inputs, program.translation.targets, needed);
 }
 
@@ -70,8 +71,8 @@ void Cursor::execute_query() {
     m_session.check_connected_lately();
     compile();
     bind_inputs(0, Input::Lifetime::cursor);
-    const Translation& translation = m_statement->program().translation;
-    const bool began = translation.for_update && m_session.begin(translation.patience);
+    const sql::Translation& translation = m_statement->program().translation;
+    const bool began = translation.for_update && m_session.begin(Session::patience(translation.wait_seconds));
     try {
         m_rows.open(m_statement->compiled());
     } catch (...) {
@@ -91,8 +92,11 @@ void Cursor::execute_dml(ub4 iterations, ub4 first) {
     try {
         compile();
         const bool returning = !m_statement->program().translation.into.empty();
+        const bool row_by_row = m_statement->program().actions != nullptr;
         for (ub4 i = first; i < iterations; ++i) {
-            if (returning) {
+            if (row_by_row) {
+                run_actions(i);
+            } else if (returning) {
                 run_returning(i);
             } else {
                 run_iteration(i);
@@ -116,14 +120,13 @@ void Cursor::run_iteration(ub4 iteration) {
     int status = SQLITE_ROW;
     while ((status = sqlite3_step(compiled)) == SQLITE_ROW) {
         if (std::exchange(returned, true)) throw OracleError(24369);
-        take_returned(iteration);
+        take_returned(compiled, iteration);
     }
     if (status != SQLITE_DONE) throw sqlite_error(compiled);
     m_row_count += static_cast<ub4>(sqlite3_changes(m_session.db()));
 }
 
-void Cursor::take_returned(ub4 iteration) {
-    sqlite3_stmt* const row = m_statement->compiled();
+void Cursor::take_returned(sqlite3_stmt* row, ub4 iteration) {
     int column = 0;
     for (const unsigned position : m_statement->program().translation.into) {
         const Buffer& buffer = m_binds.at(position);
@@ -145,6 +148,16 @@ void Cursor::run_returning(ub4 iteration) {
         savepoint.undo();
         throw;
     }
+}
+
+void Cursor::run_actions(ub4 iteration) {
+    bind_inputs(iteration, Input::Lifetime::iteration);
+    bool returned = false;
+    const auto changed = m_statement->program().actions->run(m_statement->compiled(), [&](sqlite3_stmt* row) {
+        if (std::exchange(returned, true)) throw OracleError(24369);
+        take_returned(row, iteration);
+    });
+    m_row_count += static_cast<ub4>(changed);
 }
 
 [[gnu::noinline]] void Cursor::prepare_fetch() {

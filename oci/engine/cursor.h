@@ -41,7 +41,8 @@ class Cursor {
     void execute_dml(ub4 iterations, ub4 first);
     void run_iteration(ub4 iteration);
     void run_returning(ub4 iteration);
-    void take_returned(ub4 iteration);
+    void run_actions(ub4 iteration);
+    void take_returned(sqlite3_stmt* row, ub4 iteration);
     void bind_inputs(ub4 iteration, Input::Lifetime needed);
 
     bool fetch_row(ub4 index);

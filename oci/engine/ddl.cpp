@@ -5,6 +5,7 @@
 #include "oci/engine/definitions/objects.h"
 #include "oci/engine/block.h"
 #include "oci/engine/cursor.h"
+#include "oci/engine/translate.h"
 #include "oci/sql/token_reader.h"
 
 #include <algorithm>

@@ -3,8 +3,10 @@
 #include "oci/engine/accounts.h"
 #include "oci/engine/definitions/catalogue_tables.h"
 #include "oci/engine/definitions/dictionary.h"
+#include "oci/engine/language.h"
 #include "oci/engine/rows.h"
 #include "oci/engine/statement.h"
+#include "oci/engine/user_functions.h"
 #include "oci/functions/functions.h"
 
 #include <cerrno>
@@ -81,6 +83,7 @@ void Session::open() {
     }
     if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
     register_functions(db, m_user);
+    register_user_functions(*this);
     m_begin = compile("BEGIN IMMEDIATE");
     m_commit = compile("COMMIT");
     m_rollback = compile("ROLLBACK");
@@ -97,7 +100,12 @@ void Session::check_place() const {
     throw OracleError(16000, m_database->path() + ": " + std::strerror(reason));
 }
 
+void Session::set_language(std::unique_ptr<Language> language) {
+    m_language = std::move(language);
+}
+
 Session::~Session() {
+    m_language.reset(); // its statements are the session's
     m_kept.clear();
     if (m_transaction != 0) end_transaction(); // closing the connection rolls back
 }

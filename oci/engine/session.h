@@ -14,6 +14,7 @@ struct sqlite3_stmt;
 namespace oci {
 
 class Dictionary;
+class Language;
 class Rows;
 class Statement;
 
@@ -33,6 +34,10 @@ class Session {
   public:
     /// How long a writer waits for another one.
     static constexpr std::chrono::milliseconds default_patience{10000};
+    /// @param wait_seconds  of WAIT n; 0 NOWAIT, -1 not said
+    static std::chrono::milliseconds patience(int wait_seconds) {
+        return wait_seconds < 0 ? default_patience : std::chrono::seconds(wait_seconds);
+    }
 
     /// Logs on; the first logon to a new database creates its account.
     Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password);
@@ -74,6 +79,10 @@ class Session {
     /// To be called after DDL: what is known of tables may have changed.
     void schema_changed();
 
+    /// What runs blocks, the user's functions and triggers; null until it is set.
+    Language* language() const { return m_language.get(); }
+    void set_language(std::unique_ptr<Language> language);
+
     /// A statement for this text: one that was kept, or a new one.
     std::unique_ptr<Statement> take_statement(std::string_view text);
     void keep_statement(std::unique_ptr<Statement> statement);
@@ -103,6 +112,7 @@ class Session {
     Compiled m_rollback;
     Compiled m_change_count;
     std::unique_ptr<Dictionary> m_dictionary;
+    std::unique_ptr<Language> m_language;
     FileIdentity m_identity;
     bool m_lost = false;
     std::chrono::nanoseconds m_last_look{0};

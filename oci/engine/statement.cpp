@@ -1,7 +1,5 @@
 #include "oci/engine/statement.h"
 
-#include "oci/engine/select_list.h"
-
 #include <algorithm>
 #include <sqlite3.h>
 
@@ -25,13 +23,6 @@ constexpr FirstWord first_words[] = {
     {"CALL", OCI_STMT_CALL, Statement::Kind::block},
 };
 
-std::vector<FetchedColumn> fetched_columns(const std::vector<SelectedColumn>& selected) {
-    std::vector<FetchedColumn> columns;
-    for (const SelectedColumn& column : selected)
-        columns.push_back({column.type, column.type.family == Family::unknown, column.stored});
-    return columns;
-}
-
 } // namespace
 
 Statement::Statement(std::string_view sql) : m_text(sql), m_tokens(tokenize(m_text)) {
@@ -49,25 +40,17 @@ Statement::Statement(std::string_view sql) : m_text(sql), m_tokens(tokenize(m_te
     }
 }
 
-bool Statement::is_current(const Session& session) const {
-    return m_program.compiled && m_program.compiled_at == session.database().ddl_count;
-}
-
 void Statement::compile(Session& session) {
-    Program made;
-    made.compiled_at = session.database().ddl_count;
-    made.translation = translate(session, m_tokens);
-    made.compiled = session.compile(made.translation.sql);
-    if (m_kind == Kind::dml) check_targets(made.compiled.get(), made.translation);
+    Compilation made{Program::compile(session, m_text, nullptr), {}, {}};
     const auto& into = made.translation.into;
     for (unsigned position = 1; position <= m_names.size(); ++position) {
         if (std::find(into.begin(), into.end(), position) == into.end()) made.inputs.push_back(position);
     }
     made.translation.targets.resize(m_names.size());
-    if (m_kind == Kind::query) {
-        made.columns = fetched_columns(describe_select_list(session, m_tokens, made.compiled.get(), made.translation));
-        made.described_by_value =
-            std::any_of(made.columns.begin(), made.columns.end(), [](const FetchedColumn& c) { return c.by_value; });
+    for (const sql::ResultColumn& column : made.translation.columns) {
+        const bool by_value = column.type.family == Family::unknown;
+        made.columns.push_back({column.type, by_value, column.stored});
+        made.described_by_value = made.described_by_value || by_value;
     }
     m_program = std::move(made);
     update_descriptors();

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "oci/engine/buffers/defines.h"
-#include "oci/engine/translate.h"
+#include "oci/engine/program.h"
+#include "oci/sql/tokens.h"
 
 namespace oci {
 
@@ -19,13 +20,10 @@ class Statement {
     enum class Kind : unsigned char { query, dml, block, other };
 
     /// A text that has been compiled: made as a whole or not at all.
-    struct Program {
-        Translation translation;
-        Compiled compiled;
+    struct Compilation : Program {
         std::vector<unsigned> inputs;       ///< the positions that SQLite binds
         std::vector<FetchedColumn> columns; ///< of a query's select list
         bool described_by_value = false;    ///< some column is
-        unsigned compiled_at = 0;           ///< the database's DDL count then
     };
 
     explicit Statement(std::string_view sql);
@@ -40,10 +38,10 @@ class Statement {
     const std::vector<std::string>& names() const { return m_names; }
 
     /// Has it been compiled, and no DDL come between?
-    bool is_current(const Session& session) const;
+    bool is_current(const Session& session) const { return m_program.is_current(session); }
     /// What was compiled before stays when this fails.
     void compile(Session& session);
-    const Program& program() const { return m_program; }
+    const Compilation& program() const { return m_program; }
     sqlite3_stmt* compiled() const { return m_program.compiled.get(); }
 
     /// Describes the columns whose types only a value tells by the values of a row; null: as texts.
@@ -62,7 +60,7 @@ class Statement {
     Kind m_kind = Kind::other;
     ub2 m_type = 0;
     std::vector<std::string> m_names;
-    Program m_program;
+    Compilation m_program;
 };
 
 /// An expression is what its value in the first row is; NULL is a text.
