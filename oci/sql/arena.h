@@ -38,7 +38,26 @@ class Arena {
     }
 
   private:
+    template <class T> friend class ListBuilder;
+
     std::pmr::monotonic_buffer_resource m_memory{4096};
+};
+
+/// A list of an arena that grows as it is parsed.
+template <class T> class ListBuilder {
+  public:
+    static_assert(std::is_trivially_destructible_v<T>);
+
+    explicit ListBuilder(Arena& arena) : m_items(&arena.m_memory) {}
+
+    void add(const T& item) { m_items.push_back(item); }
+    std::size_t size() const { return m_items.size(); }
+    T& back() { return m_items.back(); }
+    /// Lives as long as the arena, which frees nothing of what the vector has used.
+    std::span<T> list() { return {m_items.data(), m_items.size()}; }
+
+  private:
+    std::pmr::vector<T> m_items;
 };
 
 } // namespace oci::sql

@@ -19,8 +19,11 @@ Statement* parse_statement(TokenStream& tokens);
 /// SELECT ..., WITH ..., or one of them in parentheses.
 Query* parse_query(TokenStream& tokens);
 
-/// An expression or a condition.
+/// A value; in a block's own expressions a condition too.
 Expression* parse_expression(TokenStream& tokens);
+
+/// What stands behind WHERE or CHECK.
+Expression* parse_condition(TokenStream& tokens);
 
 /// f(a, b => c), pkg.f, owner.pkg.f(...): what stands behind CALL and what calls a procedure in a block.
 Call* parse_call(TokenStream& tokens);

@@ -128,6 +128,14 @@ std::string_view TokenStream::text_between(Offset from, Offset to) const {
     return without_blanks(text().substr(from, to - from));
 }
 
+std::string_view TokenStream::joined(std::string_view first, std::string_view second) {
+    char* const text = m_arena->characters(first.size() + 1 + second.size());
+    first.copy(text, first.size());
+    text[first.size()] = '.';
+    second.copy(text + first.size() + 1, second.size());
+    return {text, first.size() + 1 + second.size()};
+}
+
 unsigned TokenStream::placeholder_position(std::string_view name) {
     const auto next = static_cast<unsigned>(m_placeholders.size() + 1);
     if (in_block()) {

@@ -2,6 +2,7 @@
 
 #include "oci/sql/tokenizer.h"
 #include "oci/sql/tree.h"
+#include "oci/values/error_codes.h"
 
 #include <array>
 #include <string>
@@ -77,16 +78,21 @@ class TokenStream {
         return node;
     }
     bool in_block() const { return m_dialect == Dialect::block; }
+    /// In a block's own expressions, but not in its SQL, conditions are values.
+    bool has_boolean_values() const { return in_block() && m_sql_parts == 0; }
+    /// first.second, in the arena.
+    std::string_view joined(std::string_view first, std::string_view second);
 
     /// The position of the placeholder that the token is, from 1.
     unsigned placeholder_position(std::string_view name);
     /// The names of the placeholders by position - 1.
     const std::vector<std::string_view>& placeholders() const { return m_placeholders; }
 
-    static constexpr std::size_t lookahead = 4;
+    static constexpr std::size_t lookahead = 8;
 
   private:
     friend class Nesting;
+    friend class SqlPart;
 
     void fill();
 
@@ -98,6 +104,7 @@ class TokenStream {
     std::size_t m_count = 0;
     Offset m_last_end = 0;
     int m_depth = 0;
+    int m_sql_parts = 0;
     std::vector<std::string_view> m_placeholders;
     std::unordered_map<std::string_view, unsigned> m_positions; ///< of the names, in a block
 };
@@ -119,6 +126,18 @@ class Nesting {
   private:
     [[noreturn]] void too_deep();
 
+    TokenStream& m_tokens;
+};
+
+/// Stands where a query or statement of SQL is read as a part of a block.
+class SqlPart {
+  public:
+    explicit SqlPart(TokenStream& tokens) : m_tokens(tokens) { ++m_tokens.m_sql_parts; }
+    ~SqlPart() { --m_tokens.m_sql_parts; }
+    SqlPart(const SqlPart&) = delete;
+    SqlPart& operator=(const SqlPart&) = delete;
+
+  private:
     TokenStream& m_tokens;
 };
 

@@ -8,6 +8,8 @@ namespace oci::error {
 struct Cause {
     int code;
     const char* text;
+
+    constexpr operator int() const { return code; } // what takes a number takes a cause
 };
 
 /// All that this file names, by number.
@@ -132,6 +134,7 @@ inline constexpr Cause cannot_extend_table{1653, "unable to extend table"};
 inline constexpr Cause string_literal_too_long{1704, "string literal too long"};
 inline constexpr Cause outer_join_in_or{1719, "outer join operator (+) not allowed in operand of OR or IN"};
 inline constexpr Cause invalid_number{1722, "invalid number"};
+inline constexpr Cause zero_length_column{1723, "zero-length columns are not allowed"};
 inline constexpr Cause precision_out_of_range{1727, "numeric precision specifier is out of range (1 to 38)"};
 inline constexpr Cause scale_out_of_range{1728, "numeric scale specifier is out of range (-84 to 127)"};
 inline constexpr Cause link_name_expected{1729, "database link name expected"};
@@ -139,6 +142,7 @@ inline constexpr Cause view_column_count{1730, "invalid number of column names s
 inline constexpr Cause view_not_updatable{1732, "data manipulation operation not legal on this view"};
 inline constexpr Cause virtual_column_not_allowed{1733, "virtual column not allowed here"};
 inline constexpr Cause invalid_alter_table{1735, "invalid ALTER TABLE option"};
+inline constexpr Cause missing_lock_mode{1737, "valid modes: [ROW] SHARE, [[SHARE] ROW] EXCLUSIVE, SHARE UPDATE"};
 inline constexpr Cause missing_double_quote{1740, "missing double quote in identifier"};
 inline constexpr Cause zero_length_identifier{1741, "illegal zero-length identifier"};
 inline constexpr Cause duplicate_bind{1745, "invalid host/bind variable name"};
@@ -223,7 +227,10 @@ inline constexpr Cause no_such_user_or_role{1917, "user or role '{}' does not ex
 inline constexpr Cause no_such_user{1918, "user '{}' does not exist"};
 inline constexpr Cause user_name_in_use{1920, "user name '{}' conflicts with another user or role name"};
 inline constexpr Cause missing_keyword_named{2000, "missing {} keyword"};
+inline constexpr Cause missing_using{2012, "missing USING keyword"};
 inline constexpr Cause invalid_create_index{2158, "invalid CREATE INDEX option"};
+inline constexpr Cause invalid_rollback_option{2181, "invalid option to ROLLBACK WORK"};
+inline constexpr Cause invalid_commit_option{2185, "a token other than WORK follows COMMIT"};
 inline constexpr Cause only_select_and_alter_for_sequences{2205,
                                                            "only SELECT and ALTER privileges are valid for sequences"};
 inline constexpr Cause invalid_alter_session{2248, "invalid option for ALTER SESSION"};
@@ -380,6 +387,7 @@ inline constexpr Cause system_not_allowed{30002, "SYS_CONNECT_BY_PATH function i
 inline constexpr Cause illegal_path_parameter{30003, "illegal parameter in SYS_CONNECT_BY_PATH function"};
 inline constexpr Cause path_separator_in_value{
     30004, "when using SYS_CONNECT_BY_PATH function, cannot have separator as part of column value"};
+inline constexpr Cause missing_wait_seconds{30005, "missing or invalid WAIT interval"};
 inline constexpr Cause wait_expired{30006, "resource busy; acquire with WAIT timeout expired"};
 inline constexpr Cause invalid_extract_field{30076, "invalid extract field for extract source"};
 inline constexpr Cause invalid_datetime_arithmetic{30081, "invalid data type for datetime/interval arithmetic"};

@@ -90,6 +90,7 @@ struct ColumnType {
     sb2 precision = 0; ///< decimal digits of numbers; 0: any
     sb1 scale = any_scale; ///< digits behind the point
     bool nullable = true;
+    bool in_characters = false; ///< the size of a text counts characters
 
     static ColumnType number(int digits = 0, int behind_point = any_scale);
     static ColumnType of_family(Family family, int size = 0);
