@@ -30,5 +30,8 @@ install(EXPORT dtk FILE dtk-targets.cmake NAMESPACE dtk:: DESTINATION ${package_
 # Found through the folder of dtk.pc itself, so that an installed tree may be moved.
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH prefix_from_pkgconfig_dir /prefix/${pkgconfig_dir} /prefix)
+if(DTK_OCI_ROOT)
+  set(DTK_OCI_LINK_FLAGS " \"-Wl,-rpath-link,${DTK_OCI_LIBRARY_DIR}\"")
+endif()
 configure_file(packaging/dtk.pc.in dtk.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/dtk.pc DESTINATION ${pkgconfig_dir} COMPONENT development)

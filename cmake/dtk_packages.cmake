@@ -60,8 +60,7 @@ tests and small programs: it needs no server and no set-up.")
   set(CPACK_DEBIAN_LIBRARIES_PACKAGE_DEPENDS "libdtk-oci-embedded ${this_version}")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/oci)
 else()
-  cmake_path(GET DTK_OCI_LIBRARY PARENT_PATH client_dir)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${client_dir})
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${DTK_OCI_LIBRARY_DIR})
 endif()
 
 # Every package carries its changelogs and copyright. They have no place in an installation by hand.

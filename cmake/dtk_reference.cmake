@@ -3,6 +3,10 @@
 # an error message in a comment that is not the library's.
 find_package(Doxygen QUIET)
 if(NOT DOXYGEN_FOUND)
+  add_custom_target(reference
+    COMMAND ${CMAKE_COMMAND} -E echo "The reference needs Doxygen (Debian: doxygen). Install it and configure again."
+    COMMAND ${CMAKE_COMMAND} -E false
+    VERBATIM)
   return()
 endif()
 

@@ -14,14 +14,13 @@
 
 #include "dtk/dtk.h"
 #include "dtk/oracle/_DTK_Blob.h"
-#include "examples/support/handles.h"
-#include "tests/support.h"
+#include "tests/fixture.h"
 
 namespace {
 
 /// One object behind each interface.
 struct Objects {
-    support::Pool pool = support::make_pool("scott", "tiger", "memory:abi", 1);
+    support::Pool pool = Account().pool(1, 1);
     support::Connection connection{pool->mb_getConnection(true)};
     support::Statement statement = support::prepare(*connection, "SELECT * FROM DUAL");
     support::ResultSet rows = support::open(*statement);

@@ -112,9 +112,9 @@ template <typename T> std::string shown(const T& value) {
 /// and BLOB: the value, or "!" and the code of a refused conversion.
 template <typename Source> std::string readings(Source& source, unsigned int position) {
     const auto reading = [](auto getter) {
-        const std::string text = outcome([&] { return shown(getter()); });
-        const std::size_t refused = text.find(" Unexpected conversion requested, check column type");
-        return " " + (refused == std::string::npos ? text : "!" + text.substr(0, refused));
+        const std::string read = outcome([&] { return shown(getter()); });
+        const std::size_t refused = read.find(" Unexpected conversion requested, check column type");
+        return " " + (refused == std::string::npos ? read : "!" + read.substr(0, refused));
     };
     const auto blobSize = [&] {
         DTK_Blob blob;

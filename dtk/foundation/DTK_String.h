@@ -17,7 +17,7 @@ class DTK_EXPORT DTK_String {
 
     /// Each holds a copy of the text that it is given, or the empty text; of a pointer, the bytes before the first NUL.
     DTK_String();
-    DTK_EXPORT_INLINE DTK_String(const char* text) : m_str(text) {}
+    DTK_EXPORT_INLINE DTK_String(const char* bytes) : m_str(bytes) {}
     DTK_String(const std::string& text);
     DTK_String(const DTK_String& other);
     /// @}
@@ -78,7 +78,7 @@ class DTK_EXPORT DTK_String {
     };
 
     /// The first `length` of `readable` bytes. A constant number of bytes is copied without a call.
-    DTK_String(Private, const char* text, std::size_t readable, std::size_t length) : m_str(text, readable) {
+    DTK_String(Private, const char* bytes, std::size_t readable, std::size_t length) : m_str(bytes, readable) {
         m_str.resize(length);
     }
 

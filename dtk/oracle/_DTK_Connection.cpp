@@ -50,8 +50,8 @@ bool _DTK_Connection::mb_ping() {
     const sword status = OCIPing(m_svcCtx, errorHandle, OCI_DEFAULT);
     // A ping tells by its result alone: what OCI says of a failure is asked for and dropped.
     sb4 number = 0;
-    OraText text[1024];
-    ignore(OCIErrorGet(errorHandle, 1, nullptr, &number, text, sizeof text, OCI_HTYPE_ERROR));
+    OraText message[1024];
+    ignore(OCIErrorGet(errorHandle, 1, nullptr, &number, message, sizeof message, OCI_HTYPE_ERROR));
     return status == OCI_SUCCESS;
 }
 

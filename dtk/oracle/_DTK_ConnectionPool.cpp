@@ -171,8 +171,8 @@ void _DTK_ConnectionPool::forgetCredentials() {
 }
 
 void _DTK_ConnectionPool::requireShortCredentials() const {
-    for (const DTK_String* text : {&m_user, &m_password, &m_database}) {
-        if (text->mb_length() >= credentialLimit_bytes) throw DTK_Exception(error::logon_failed);
+    for (const DTK_String* credential : {&m_user, &m_password, &m_database}) {
+        if (credential->mb_length() >= credentialLimit_bytes) throw DTK_Exception(error::logon_failed);
     }
 }
 

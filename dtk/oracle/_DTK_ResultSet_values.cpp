@@ -68,12 +68,12 @@ DTK_String _DTK_ResultSet::mb_getString(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
     if (buffer.m_type != DTK_STRING) [[unlikely]]
         return otherText(buffer);
-    const auto* text = static_cast<const char*>(buffer.m_value);
-    const std::size_t length = std::strlen(text);
+    const auto* bytes = static_cast<const char*>(buffer.m_value);
+    const std::size_t length = std::strlen(bytes);
     constexpr DTK_String::Private own{};
     if (length > shortText_bytes) [[unlikely]]
-        return DTK_String(own, text, length, length);
-    return DTK_String(own, text, shortText_bytes, length);
+        return DTK_String(own, bytes, length, length);
+    return DTK_String(own, bytes, shortText_bytes, length);
 }
 
 int _DTK_ResultSet::mb_getInt(unsigned int position) {

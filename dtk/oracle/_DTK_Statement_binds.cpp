@@ -68,9 +68,9 @@ void _DTK_Statement::mb_setDouble(unsigned int position, double value) {
 
 void _DTK_Statement::mb_setString(unsigned int position, const DTK_String& value) {
     const std::size_t length = std::strlen(value.c_str());
-    Storage text(::operator new(length + 1));
-    std::memcpy(text.get(), value.c_str(), length + 1);
-    bindStorage(position, std::move(text), static_cast<int>(length + 1), OracleType<DTK_String>::external, DTK_STRING);
+    Storage copy(::operator new(length + 1));
+    std::memcpy(copy.get(), value.c_str(), length + 1);
+    bindStorage(position, std::move(copy), static_cast<int>(length + 1), OracleType<DTK_String>::external, DTK_STRING);
 }
 
 void _DTK_Statement::mb_setDate(unsigned int position, DTK_DbDate value) {
