@@ -4,15 +4,15 @@
 # the connection `connection` of the pool `pool`. A block of text behind a C++ block is what that block prints.
 
 function begin_program() {
-    print "#include <dtk/dtk.h>\n#include <cstdio>\n#include <cstring>\n#include <iostream>\n#include <memory>\n" \
+    print "#include <dtk/handles.h>\n#include <cstdio>\n#include <cstring>\n#include <iostream>\n#include <memory>\n" \
           "#include <string>\n#include <thread>\n#include <vector>\n" \
-          "using Pool = std::unique_ptr<DTK_ConnectionPoolBase>;\nusing Connection = std::unique_ptr<DTK_ConnectionBase>;\n" > program
+          "" > program
 }
 
 function end_program(    i) {
-    print "int main() try {\n    Pool pool(gb_getConnectionPool());\n" \
+    print "int main() try {\n    dtk::Pool pool(gb_getConnectionPool());\n" \
           "    pool->mb_create(\"guide\", \"secret\", \"memory:guide\", 1, 8, \"\", \"\", 0);\n" \
-          "    Connection connection(pool->mb_getConnection(true));" > program
+          "    dtk::Connection connection(pool->mb_getConnection(true));" > program
     for (i = 1; i <= blocks; ++i) print "    block_" i "(pool, connection);" > program
     print "} catch (DTK_Exception& error) {\n    std::cerr << error.what() << '\\n';\n    return 1;\n}" > program
 }
@@ -27,7 +27,8 @@ BEGIN { printf "" > expected }
         print code > program
     } else {
         if (blocks++ == 0) begin_program()
-        print "static void block_" blocks "([[maybe_unused]] Pool& pool, [[maybe_unused]] Connection& connection) {\n" code "}\n" > program
+        print "static void block_" blocks "([[maybe_unused]] dtk::Pool& pool, " \
+              "[[maybe_unused]] dtk::Connection& connection) {\n" code "}\n" > program
     }
     inside = ""
     behind_code = 1

@@ -1,6 +1,6 @@
 // Stores many rows with few calls: the statement is bound to arrays once, which are filled anew for each batch; the
 // last batch is smaller. A batch with a bad row is rolled back.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <algorithm>
 #include <iostream>
@@ -33,13 +33,13 @@ struct Batch {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:array_insert", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE measurement (id NUMBER(9) PRIMARY KEY, station VARCHAR2(20), "
-                                  "value NUMBER(12,4), day DATE)");
+    const auto pool = dtk::make_pool("demo", "secret", "memory:array_insert", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
+    dtk::execute(*connection, "CREATE TABLE measurement (id NUMBER(9) PRIMARY KEY, station VARCHAR2(20), "
+                              "value NUMBER(12,4), day DATE)");
 
     Batch batch;
-    const auto insert = support::prepare(*connection, "INSERT INTO measurement VALUES (:1, :2, NULLIF(:3, -1), :4)");
+    const auto insert = dtk::prepare(*connection, "INSERT INTO measurement VALUES (:1, :2, NULLIF(:3, -1), :4)");
     insert->mb_setUpdateCount(batch_rows); // before the arrays, which have at least as many elements
     *insert << batch.ids.data();
     insert->mb_setStringArray(batch.stations.data(), 20); // operator<< would make room for the texts of now: none

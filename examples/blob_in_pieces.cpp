@@ -1,6 +1,6 @@
 // Stores a file in a BLOB and reads it back, both in pieces, so that memory for one piece is enough. The library itself
 // writes the lines "Inside release" and "delete": one or two for each BLOB handle that goes.
-#include "support/handles.h"
+#include "dtk/handles.h"
 #include "support/temporary_folder.h"
 
 #include <fstream>
@@ -21,13 +21,13 @@ char* chars(Bytes& bytes) {
 
 /// A BLOB of a table is written through its row, which is locked meanwhile: so it is stored empty, then selected.
 void store_file(DTK_ConnectionBase& connection, int id, const std::string& path) {
-    const auto insert = support::prepare(connection, "INSERT INTO document VALUES (:1, EMPTY_BLOB())");
+    const auto insert = dtk::prepare(connection, "INSERT INTO document VALUES (:1, EMPTY_BLOB())");
     insert->mb_setInt(1, id);
     insert->mb_executeUpdate();
 
-    const auto query = support::prepare(connection, "SELECT content FROM document WHERE id = :1 FOR UPDATE");
+    const auto query = dtk::prepare(connection, "SELECT content FROM document WHERE id = :1 FOR UPDATE");
     query->mb_setInt(1, id);
-    const auto rows = support::open(*query);
+    const auto rows = dtk::open(*query);
     rows->mb_fetch();
     DTK_Blob content = rows->mb_getDTK_Blob(1); // it goes before the result set, whose row it belongs to
     std::ifstream file(path, std::ios::binary);
@@ -40,9 +40,9 @@ void store_file(DTK_ConnectionBase& connection, int id, const std::string& path)
 }
 
 void read_file(DTK_ConnectionBase& connection, int id, const std::string& path) {
-    const auto query = support::prepare(connection, "SELECT content FROM document WHERE id = :1");
+    const auto query = dtk::prepare(connection, "SELECT content FROM document WHERE id = :1");
     query->mb_setInt(1, id);
-    const auto rows = support::open(*query);
+    const auto rows = dtk::open(*query);
     rows->mb_fetch();
     DTK_Blob content = rows->mb_getDTK_Blob(1);
     if (content.mb_get()->mb_isNull()) return;
@@ -67,9 +67,9 @@ int main() try {
     for (int line = 1; line <= 40'000; ++line) file << "This is line " << line << '\n';
     file.close();
 
-    const auto pool = support::make_pool("demo", "secret", "memory:blob_in_pieces", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE document (id NUMBER(9) PRIMARY KEY, content BLOB)");
+    const auto pool = dtk::make_pool("demo", "secret", "memory:blob_in_pieces", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
+    dtk::execute(*connection, "CREATE TABLE document (id NUMBER(9) PRIMARY KEY, content BLOB)");
     store_file(*connection, 1, original);
     read_file(*connection, 1, copy);
     const bool equal = contents(copy) == contents(original);

@@ -1,7 +1,7 @@
 // Copies a table from one database to another with bulk fetches and array binds: a thousand rows with each call, in
 // memory that does not grow with the table. Without arguments it makes itself a source and checks the copy.
-#include "support/handles.h"
 #include "support/progress.h"
+#include "support/shortcuts.h"
 #include "support/temporary_folder.h"
 
 #include <filesystem>
@@ -47,12 +47,12 @@ struct Batch {
 
 /// Copies all rows, or none when it fails; returns how many.
 long long copy(DTK_ConnectionBase& source, DTK_ConnectionBase& target) {
-    support::execute(target, create);
+    dtk::execute(target, create);
     Batch batch;
-    const auto query = support::prepare(source, select);
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(source, select);
+    const auto rows = dtk::open(*query);
     batch.fetch_from(*rows);
-    const auto store = support::prepare(target, insert);
+    const auto store = dtk::prepare(target, insert);
     batch.send_with(*store);
     const long long total = support::ask_number(source, "SELECT COUNT(*) FROM orders");
     support::Progress progress("Copying", static_cast<std::size_t>(total));
@@ -69,8 +69,8 @@ long long copy(DTK_ConnectionBase& source, DTK_ConnectionBase& target) {
 }
 
 void make_orders(DTK_ConnectionBase& connection) {
-    support::execute(connection, create);
-    const auto statement = support::prepare(connection, insert);
+    dtk::execute(connection, create);
+    const auto statement = dtk::prepare(connection, insert);
     for (int id = 1; id <= 2500; ++id) {
         statement->mb_setInt(1, id);
         statement->mb_setString(2, id % 7 == 0 ? "-" : "customer " + std::to_string(id % 100));
@@ -83,8 +83,8 @@ void make_orders(DTK_ConnectionBase& connection) {
 
 /// Every row as text, NULL as a word of its own.
 std::vector<std::string> read_orders(DTK_ConnectionBase& connection) {
-    const auto query = support::prepare(connection, "SELECT * FROM orders ORDER BY id");
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, "SELECT * FROM orders ORDER BY id");
+    const auto rows = dtk::open(*query);
     std::vector<std::string> orders;
     while (rows->mb_fetch()) {
         orders.emplace_back();
@@ -101,10 +101,10 @@ int main(int argc, char** argv) try {
     const bool on_own_table = argc == 1;
     if (!on_own_table && (argc != 3 || !std::filesystem::exists(argv[1]))) return std::cerr << usage, 2;
     const support::TemporaryFolder own;
-    const auto source_pool = support::make_pool("demo", "secret", on_own_table ? own.file("source.db") : argv[1], 1);
-    const auto target_pool = support::make_pool("demo", "secret", on_own_table ? own.file("target.db") : argv[2], 1);
-    const support::Connection source(source_pool->mb_getConnection(true));
-    const support::Connection target(target_pool->mb_getConnection(true));
+    const auto source_pool = dtk::make_pool("demo", "secret", on_own_table ? own.file("source.db") : argv[1], 1);
+    const auto target_pool = dtk::make_pool("demo", "secret", on_own_table ? own.file("target.db") : argv[2], 1);
+    const dtk::Connection source(source_pool->mb_getConnection(true));
+    const dtk::Connection target(target_pool->mb_getConnection(true));
     if (on_own_table) make_orders(*source);
     std::cout << copy(*source, *target) << " rows copied\n";
     if (!on_own_table) return 0;

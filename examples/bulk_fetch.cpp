@@ -1,6 +1,6 @@
 // Fetches rows in batches, straight into arrays of the program's own. The arrays' types, not those of the columns,
 // decide what is fetched.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <iostream>
 #include <vector>
@@ -10,8 +10,8 @@ namespace {
 constexpr int row_count = 2500, batch_rows = 1000;
 
 void make_readings(DTK_ConnectionBase& connection) {
-    support::execute(connection, "CREATE TABLE reading (id NUMBER(9), value NUMBER, unit VARCHAR2(10), taken DATE)");
-    const auto insert = support::prepare(connection, "INSERT INTO reading VALUES (:1, NULLIF(:2, 0), :3, :4)");
+    dtk::execute(connection, "CREATE TABLE reading (id NUMBER(9), value NUMBER, unit VARCHAR2(10), taken DATE)");
+    const auto insert = dtk::prepare(connection, "INSERT INTO reading VALUES (:1, NULLIF(:2, 0), :3, :4)");
     for (int id = 1; id <= row_count; ++id) {
         insert->mb_setInt(1, id);
         insert->mb_setInt64(2, id % 300 == 0 ? 0 : 10'000'000'000LL + id);
@@ -25,8 +25,8 @@ void make_readings(DTK_ConnectionBase& connection) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:bulk_fetch", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
+    const auto pool = dtk::make_pool("demo", "secret", "memory:bulk_fetch", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
     make_readings(*connection);
 
     // The arrays outlive the result set. A NULL has no place in one, and would end the fetch with ORA-1405.
@@ -35,8 +35,8 @@ int main() try {
     std::vector<DTK_String> units(batch_rows);
     std::vector<DTK_DbDate> days(batch_rows);
     const auto query =
-        support::prepare(*connection, "SELECT id, NVL(value, -1), NVL(unit, '?'), taken FROM reading ORDER BY id");
-    const auto rows = support::open(*query);
+        dtk::prepare(*connection, "SELECT id, NVL(value, -1), NVL(unit, '?'), taken FROM reading ORDER BY id");
+    const auto rows = dtk::open(*query);
     rows->mb_setBulkCount(batch_rows); // first, and no more than the arrays hold
     *rows << ids.data() << values.data() << units.data() << days.data();
 

@@ -1,6 +1,6 @@
 // The three date types: DTK_Date counts days, DTK_DateTime counts seconds, DTK_DbDate is what the database stores. They
 // convert into each other; texts are digits alone.
-#include "support/handles.h"
+#include "dtk/handles.h"
 
 #include <algorithm>
 #include <iostream>
@@ -37,13 +37,13 @@ DTK_DateTime months_earlier(const DTK_DateTime& time, int months) {
 }
 
 void store_and_read(DTK_ConnectionBase& connection, const DTK_DbDate& date) {
-    support::execute(connection, "CREATE TABLE appointment (at DATE)");
-    const auto insert = support::prepare(connection, "INSERT INTO appointment VALUES (:1)");
+    dtk::execute(connection, "CREATE TABLE appointment (at DATE)");
+    const auto insert = dtk::prepare(connection, "INSERT INTO appointment VALUES (:1)");
     insert->mb_setDate(1, date);
     insert->mb_executeUpdate();
     connection.mb_commit();
-    const auto query = support::prepare(connection, "SELECT at, at + 1.5 FROM appointment");
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, "SELECT at, at + 1.5 FROM appointment");
+    const auto rows = dtk::open(*query);
     while (rows->mb_fetch())
         std::cout << "stored " << text(DTK_DateTime(rows->mb_getDate(1)))
                   << ", and a day and a half later: " << text(DTK_DateTime(rows->mb_getDate(2))) << '\n';
@@ -77,8 +77,8 @@ int main() try {
     std::cout << "read " << text(DTK_DateTime(evening)) << ", with the day first "
               << evening.mb_toString(DTF_DDMMYYYYHH24MISS).c_str() << ", the day alone "
               << DTK_Date(evening).mb_toString(DF_DDMMYYYY).c_str() << '\n';
-    const auto pool = support::make_pool("demo", "secret", "memory:dates", 1);
-    store_and_read(*support::Connection(pool->mb_getConnection(true)), evening);
+    const auto pool = dtk::make_pool("demo", "secret", "memory:dates", 1);
+    store_and_read(*dtk::Connection(pool->mb_getConnection(true)), evening);
 } catch (DTK_Exception& error) {
     std::cerr << "dates: " << error.what() << '\n';
     return 1;

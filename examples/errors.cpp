@@ -1,6 +1,6 @@
 // What a failure tells: the library's own code, or 0 and the database's ORA- number; and what a program does about
 // each.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <functional>
 #include <iostream>
@@ -44,30 +44,30 @@ void attempt(const char* what, const std::function<void()>& action) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:errors", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE fruit (id NUMBER(9) PRIMARY KEY, name VARCHAR2(10) NOT NULL)");
+    const auto pool = dtk::make_pool("demo", "secret", "memory:errors", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
+    dtk::execute(*connection, "CREATE TABLE fruit (id NUMBER(9) PRIMARY KEY, name VARCHAR2(10) NOT NULL)");
     const auto insert = [&](const char* values) {
         return [&connection, values] {
-            support::execute(*connection, DTK_String("INSERT INTO fruit VALUES (") + values + ")");
+            dtk::execute(*connection, DTK_String("INSERT INTO fruit VALUES (") + values + ")");
         };
     };
     attempt("A new row", insert("1, 'apple'"));
     attempt("The same key again", insert("1, 'pear'"));
     attempt("A text that is too long", insert("2, 'strawberries'"));
     attempt("A row without a name", insert("3, NULL"));
-    attempt("A table that is not there", [&] { support::execute(*connection, "DELETE FROM vegetable"); });
-    attempt("A mistake in SQL", [&] { support::execute(*connection, "DELTE FROM fruit"); });
+    attempt("A table that is not there", [&] { dtk::execute(*connection, "DELETE FROM vegetable"); });
+    attempt("A mistake in SQL", [&] { dtk::execute(*connection, "DELTE FROM fruit"); });
 
     attempt("A text read as a number", [&] {
-        const auto query = support::prepare(*connection, "SELECT name FROM fruit");
-        const auto rows = support::open(*query);
+        const auto query = dtk::prepare(*connection, "SELECT name FROM fruit");
+        const auto rows = dtk::open(*query);
         rows->mb_fetch();
         rows->mb_getInt(1);
     });
     attempt("The thirtieth of February", [] { DTK_Date(2024, 2, 30); });
-    attempt("A second connection from a pool of one", [&] { support::Connection(pool->mb_getConnection(true)); });
-    attempt("A wrong password", [] { support::make_pool("demo", "guess", "memory:errors", 1); });
+    attempt("A second connection from a pool of one", [&] { dtk::Connection(pool->mb_getConnection(true)); });
+    attempt("A wrong password", [] { dtk::make_pool("demo", "guess", "memory:errors", 1); });
 
     // A failed statement undoes itself alone: what came before it in the transaction is there and can be committed.
     connection->mb_commit();

@@ -1,6 +1,6 @@
 // Threads go on storing rows while their database goes away and comes back: mb_ping tells which sessions are lost,
 // mb_reConnect replaces them. The program makes the outage itself: it moves the folder of the database.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 #include "support/temporary_folder.h"
 
 #include <atomic>
@@ -22,9 +22,9 @@ class Application {
     /// @return the exit status: 0 when the database holds every committed row once
     int run() {
         std::filesystem::create_directory(m_here);
-        m_pool = support::make_pool("demo", "secret", m_database, worker_count);
-        support::execute(*support::Connection(m_pool->mb_getConnection(true)),
-                         "CREATE TABLE work (worker NUMBER(9), item NUMBER(9), PRIMARY KEY (worker, item))");
+        m_pool = dtk::make_pool("demo", "secret", m_database, worker_count);
+        dtk::execute(*dtk::Connection(m_pool->mb_getConnection(true)),
+                     "CREATE TABLE work (worker NUMBER(9), item NUMBER(9), PRIMARY KEY (worker, item))");
         std::vector<std::future<int>> workers;
         for (int i = 0; i < worker_count; ++i)
             workers.push_back(std::async(std::launch::async, [this, i] { return work(i); }));
@@ -32,10 +32,10 @@ class Application {
         for (auto& worker : workers) committed += worker.get();
 
         const long long found =
-            support::ask_number(*support::Connection(m_pool->mb_getConnection(false)), "SELECT COUNT(*) FROM work");
+            support::ask_number(*dtk::Connection(m_pool->mb_getConnection(false)), "SELECT COUNT(*) FROM work");
         std::cout << committed << " rows committed, " << found << " found; reconnects: " << m_generation << '\n';
         try {
-            delete m_pool.release(); // after a reconnect this may throw, which a smart pointer would not survive
+            dtk::close(std::move(m_pool)); // after a reconnect this may throw
         } catch (DTK_Exception& error) {
             std::cout << error.what() << '\n';
         }
@@ -52,9 +52,9 @@ class Application {
             const int generation = m_generation; // read first: a number older than the connection does no harm
             // No try here: the pool has all its sessions from the start. One with fewer initial than maximum sessions
             // may log a further one on here, and throws while the database is away.
-            const support::Connection connection(m_pool->mb_getConnection(false));
+            const dtk::Connection connection(m_pool->mb_getConnection(false));
             try {
-                const auto insert = support::prepare(*connection, "INSERT INTO work VALUES (:1, :2)");
+                const auto insert = dtk::prepare(*connection, "INSERT INTO work VALUES (:1, :2)");
                 for (; goes_on(); ++item) store(*connection, *insert, worker, item);
             } catch (DTK_Exception&) {
                 if (connection->mb_ping()) throw; // the session lives: this is another failure
@@ -97,7 +97,7 @@ class Application {
     /// Tries a pool of its own. Pools are made and deleted by one thread at a time: m_recovery sees to it.
     bool database_answers() const {
         try {
-            support::make_pool("demo", "secret", m_database, 1);
+            dtk::make_pool("demo", "secret", m_database, 1);
             return true;
         } catch (DTK_Exception& error) {
             std::cout << "  no logon: " << error.mb_getMessage();
@@ -107,7 +107,7 @@ class Application {
 
     support::TemporaryFolder m_folder;
     const std::string m_here = m_folder.file("here"), m_away = m_folder.file("away"), m_database = m_here + "/work.db";
-    support::Pool m_pool;
+    dtk::Pool m_pool;
     std::mutex m_recovery;
     std::atomic<int> m_generation = 0, m_stored = 0;
 };

@@ -1,33 +1,32 @@
 // Calls stored procedures with IN, OUT and IN OUT parameters: with single values, and once for each element of arrays,
 // which come back changed.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <iostream>
 
 namespace {
 
 void make_procedures(DTK_ConnectionBase& connection) {
-    support::execute(connection,
-                     "CREATE TABLE goods (name VARCHAR2(20) PRIMARY KEY, stock NUMBER(9), price NUMBER(9,2), "
-                     "shelf VARCHAR2(10), delivery DATE)");
+    dtk::execute(connection, "CREATE TABLE goods (name VARCHAR2(20) PRIMARY KEY, stock NUMBER(9), price NUMBER(9,2), "
+                             "shelf VARCHAR2(10), delivery DATE)");
     for (const char* values : {"'cup', 20, 3.50, 'B 12', NULL", "'plate', 5, 8.25, 'B 13', DATE '2024-07-01'",
                                "'spoon', 100, 0.75, 'A 1', NULL"})
-        support::execute(connection, DTK_String("INSERT INTO goods VALUES (") + values + ")");
+        dtk::execute(connection, DTK_String("INSERT INTO goods VALUES (") + values + ")");
     connection.mb_commit();
-    support::execute(connection,
-                     "CREATE PROCEDURE find_goods(p_name IN VARCHAR2, p_price OUT NUMBER, p_shelf OUT VARCHAR2, "
-                     "p_delivery OUT DATE) IS BEGIN SELECT price, shelf, delivery INTO p_price, p_shelf, "
-                     "p_delivery FROM goods WHERE name = p_name; END;");
-    support::execute(connection,
-                     "CREATE PROCEDURE take_goods(p_name IN VARCHAR2, p_count IN OUT NUMBER, p_cost OUT NUMBER, "
-                     "p_shelf OUT VARCHAR2) IS BEGIN "
-                     "SELECT LEAST(p_count, stock), shelf INTO p_count, p_shelf FROM goods WHERE name = p_name; "
-                     "UPDATE goods SET stock = stock - p_count WHERE name = p_name; "
-                     "SELECT price * p_count INTO p_cost FROM goods WHERE name = p_name; END;");
+    dtk::execute(connection,
+                 "CREATE PROCEDURE find_goods(p_name IN VARCHAR2, p_price OUT NUMBER, p_shelf OUT VARCHAR2, "
+                 "p_delivery OUT DATE) IS BEGIN SELECT price, shelf, delivery INTO p_price, p_shelf, "
+                 "p_delivery FROM goods WHERE name = p_name; END;");
+    dtk::execute(connection,
+                 "CREATE PROCEDURE take_goods(p_name IN VARCHAR2, p_count IN OUT NUMBER, p_cost OUT NUMBER, "
+                 "p_shelf OUT VARCHAR2) IS BEGIN "
+                 "SELECT LEAST(p_count, stock), shelf INTO p_count, p_shelf FROM goods WHERE name = p_name; "
+                 "UPDATE goods SET stock = stock - p_count WHERE name = p_name; "
+                 "SELECT price * p_count INTO p_cost FROM goods WHERE name = p_name; END;");
 }
 
 void find(DTK_ConnectionBase& connection) {
-    const auto call = support::prepare(connection, "BEGIN find_goods(:name, :price, :shelf, :delivery); END;");
+    const auto call = dtk::prepare(connection, "BEGIN find_goods(:name, :price, :shelf, :delivery); END;");
     call->mb_registerOutParam(2, DTK_DOUBLE, 0, "");
     call->mb_registerOutParam(3, DTK_STRING, 10 + 2, ""); // the longest text and two bytes more
     call->mb_registerOutParam(4, DTK_DBDATE, 0, "");
@@ -44,7 +43,7 @@ void find(DTK_ConnectionBase& connection) {
 }
 
 void take_plates(DTK_ConnectionBase& connection, int wanted) {
-    const auto call = support::prepare(connection, "BEGIN take_goods('plate', :count, :cost, :shelf); END;");
+    const auto call = dtk::prepare(connection, "BEGIN take_goods('plate', :count, :cost, :shelf); END;");
     call->mb_registerOutParam(1, DTK_INT, 0, "");
     call->mb_setInt(1, wanted); // registered and set, with the same type: IN OUT
     call->mb_registerOutParam(2, DTK_DOUBLE, 0, "");
@@ -59,7 +58,7 @@ void take_several(DTK_ConnectionBase& connection) {
     int counts[] = {12, 40, 1};
     double costs[] = {0, 0, 0};
     DTK_String shelves[3];
-    const auto call = support::prepare(connection, "BEGIN take_goods(:name, :count, :cost, :shelf); END;");
+    const auto call = dtk::prepare(connection, "BEGIN take_goods(:name, :count, :cost, :shelf); END;");
     call->mb_setUpdateCount(3);
     *call << names << counts << costs;
     call->mb_setStringArray(shelves, 10); // room for what comes back; operator<< would make it for the empty texts
@@ -71,8 +70,8 @@ void take_several(DTK_ConnectionBase& connection) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:stored_procedure", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
+    const auto pool = dtk::make_pool("demo", "secret", "memory:stored_procedure", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
     make_procedures(*connection);
     find(*connection);
     take_plates(*connection, 6);

@@ -1,6 +1,6 @@
 // Eight threads share a pool of four sessions. A thread asks for a connection, waits if it must, and gives the session
 // back by deleting the connection; whoever cannot wait uses the other form, which fails at once.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <future>
 #include <iostream>
@@ -13,8 +13,8 @@ constexpr int thread_count = 8, session_count = 4, rows_per_thread = 50;
 /// A connection, its statements and result sets belong to one thread at a time; the pool serves any number.
 int work(DTK_ConnectionPoolBase& pool, int thread) {
     for (int row = 0; row < rows_per_thread; ++row) {
-        const support::Connection connection(pool.mb_getConnection(false)); // false: wait for a free session
-        const auto insert = support::prepare(*connection, "INSERT INTO work VALUES (:1, :2)");
+        const dtk::Connection connection(pool.mb_getConnection(false)); // false: wait for a free session
+        const auto insert = dtk::prepare(*connection, "INSERT INTO work VALUES (:1, :2)");
         insert->mb_setInt(1, thread);
         insert->mb_setInt(2, row);
         insert->mb_executeUpdate();
@@ -26,7 +26,7 @@ int work(DTK_ConnectionPoolBase& pool, int thread) {
 bool is_busy(DTK_ConnectionPoolBase& pool) {
     constexpr int no_free_session = 3;
     try {
-        const support::Connection connection(pool.mb_getConnection(true)); // true: never wait, whatever its name says
+        const dtk::Connection connection(pool.mb_getConnection(true)); // true: never wait, whatever its name says
         return false;
     } catch (DTK_Exception& error) {
         if (error.mb_getErrorCode() != no_free_session) throw;
@@ -37,11 +37,11 @@ bool is_busy(DTK_ConnectionPoolBase& pool) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:thread_pool", session_count);
+    const auto pool = dtk::make_pool("demo", "secret", "memory:thread_pool", session_count);
     std::vector<std::future<int>> threads;
-    std::vector<support::Connection> all; // behind the threads: if this fails half-way, the sessions go back first
+    std::vector<dtk::Connection> all; // behind the threads: if this fails half-way, the sessions go back first
     for (int i = 0; i < session_count; ++i) all.emplace_back(pool->mb_getConnection(true));
-    support::execute(*all[0], "CREATE TABLE work (thread NUMBER(9), item NUMBER(9), PRIMARY KEY (thread, item))");
+    dtk::execute(*all[0], "CREATE TABLE work (thread NUMBER(9), item NUMBER(9), PRIMARY KEY (thread, item))");
     std::cout << "All " << session_count << " sessions are out, the pool is " << (is_busy(*pool) ? "busy" : "FREE")
               << '\n';
 
@@ -53,7 +53,7 @@ int main() try {
 
     int stored = 0;
     for (auto& thread : threads) stored += thread.get();
-    const support::Connection connection(pool->mb_getConnection(true));
+    const dtk::Connection connection(pool->mb_getConnection(true));
     const long long found = support::ask_number(*connection, "SELECT COUNT(*) FROM work");
     std::cout << stored << " rows stored by the threads, " << found << " found\n";
     return found == stored ? 0 : 1;

@@ -1,6 +1,6 @@
 // Commit and rollback, what another session sees meanwhile, a statement that commits by itself, and RETURNING INTO,
 // which brings a changed row back without a query.
-#include "support/handles.h"
+#include "support/shortcuts.h"
 
 #include <iostream>
 
@@ -9,8 +9,8 @@ namespace {
 /// Moves money between two accounts, or leaves both as they are.
 void transfer(DTK_ConnectionBase& connection, const char* from, const char* to, int amount) {
     std::cout << amount << " from " << from << " to " << to << ": ";
-    const auto move = support::prepare(connection, "UPDATE account SET balance = balance + :1 WHERE owner = :2 "
-                                                   "RETURNING balance INTO :3");
+    const auto move = dtk::prepare(connection, "UPDATE account SET balance = balance + :1 WHERE owner = :2 "
+                                               "RETURNING balance INTO :3");
     move->mb_registerOutParam(3, DTK_INT, 0, "");
     try {
         move->mb_setInt(1, amount);
@@ -38,12 +38,12 @@ long long total(DTK_ConnectionBase& connection) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:transactions", 2);
-    const support::Connection connection(pool->mb_getConnection(true));
-    const support::Connection observer(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE account (owner VARCHAR2(10), balance NUMBER(9) CHECK (balance >= 0))");
+    const auto pool = dtk::make_pool("demo", "secret", "memory:transactions", 2);
+    const dtk::Connection connection(pool->mb_getConnection(true));
+    const dtk::Connection observer(pool->mb_getConnection(true));
+    dtk::execute(*connection, "CREATE TABLE account (owner VARCHAR2(10), balance NUMBER(9) CHECK (balance >= 0))");
 
-    const auto insert = support::prepare(*connection, "INSERT INTO account VALUES (:1, :2)");
+    const auto insert = dtk::prepare(*connection, "INSERT INTO account VALUES (:1, :2)");
     insert->mb_setAutoCommit(true); // each execution of this statement commits, until another text is prepared
     for (const char* owner : {"Ann", "Bob"}) {
         insert->mb_setString(1, owner);
@@ -56,7 +56,7 @@ int main() try {
     transfer(*connection, "Ann", "Bob", 80);
     std::cout << "The observer sees " << total(*observer) << " in all\n";
 
-    support::execute(*connection, "UPDATE account SET balance = balance * 2");
+    dtk::execute(*connection, "UPDATE account SET balance = balance * 2");
     std::cout << "Doubled, not committed: " << total(*connection) << " here, " << total(*observer) << " there\n";
     connection->mb_rollback();
     std::cout << "Rolled back: " << total(*connection) << " here, " << total(*observer) << " there\n";

@@ -1,6 +1,6 @@
 // Reads rows through the getter of each type, tells NULL from a value, and asks the result set what its columns are.
 // (BLOBs have an example of their own: blob_in_pieces.)
-#include "support/handles.h"
+#include "dtk/handles.h"
 
 #include <iostream>
 #include <memory>
@@ -39,18 +39,18 @@ void describe(DTK_ResultSetBase& rows) {
 } // namespace
 
 int main() try {
-    const auto pool = support::make_pool("demo", "secret", "memory:typed_rows", 1);
-    const support::Connection connection(pool->mb_getConnection(true));
-    support::execute(*connection, "CREATE TABLE peak (name VARCHAR2(20) NOT NULL, metres NUMBER(5,1) NOT NULL, "
-                                  "latitude NUMBER(8,5) NOT NULL, rank NUMBER(4) NOT NULL, ascents NUMBER(9), "
-                                  "mm_from_centre NUMBER(12), first_ascent DATE)");
+    const auto pool = dtk::make_pool("demo", "secret", "memory:typed_rows", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
+    dtk::execute(*connection, "CREATE TABLE peak (name VARCHAR2(20) NOT NULL, metres NUMBER(5,1) NOT NULL, "
+                              "latitude NUMBER(8,5) NOT NULL, rank NUMBER(4) NOT NULL, ascents NUMBER(9), "
+                              "mm_from_centre NUMBER(12), first_ascent DATE)");
     for (const char* values : {"'Mount Everest', 8848.9, 27.98806, 1, 11996, 6382307000, DATE '1953-05-29'",
                                "'Chimborazo', 6263.5, -1.46917, 17, NULL, 6384416000, DATE '1880-01-04'",
                                "'Gangkhar Puensum', 7570, 28.04722, 40, 0, NULL, NULL"})
-        support::execute(*connection, DTK_String("INSERT INTO peak VALUES (") + values + ")");
+        dtk::execute(*connection, DTK_String("INSERT INTO peak VALUES (") + values + ")");
 
-    const auto query = support::prepare(*connection, "SELECT * FROM peak ORDER BY rank");
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(*connection, "SELECT * FROM peak ORDER BY rank");
+    const auto rows = dtk::open(*query);
     describe(*rows);
     while (rows->mb_fetch()) {
         const DTK_String name = rows->mb_getString(1);
@@ -78,9 +78,9 @@ int main() try {
     }
 
     // The same in sequence, where no column may be NULL. An expression gets the type that CAST gives it, else a float.
-    const auto sums = support::prepare(*connection, "SELECT rank, name, CAST(metres * 1000 AS NUMBER(9)) FROM peak "
-                                                    "WHERE metres > 7000 ORDER BY rank");
-    const auto high = support::open(*sums);
+    const auto sums = dtk::prepare(*connection, "SELECT rank, name, CAST(metres * 1000 AS NUMBER(9)) FROM peak "
+                                                "WHERE metres > 7000 ORDER BY rank");
+    const auto high = dtk::open(*sums);
     std::cout << '\n';
     while (high->mb_fetch()) {
         int rank, millimetres;

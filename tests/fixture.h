@@ -4,9 +4,13 @@
 #include <string>
 
 #include "dtk/dtk.h"
-#include "examples/support/handles.h"
+#include "examples/support/shortcuts.h"
 #include "tests/interpose.h"
 #include "tests/support.h"
+
+namespace support {
+using namespace dtk;
+}
 
 /// An account of the database that the tests run in: DTK_TEST_DATABASE, DTK_TEST_USER and DTK_TEST_PASSWORD, or else
 /// one of the embedded client's that ends with the test. Tests make their tables anew, so those of one server run in

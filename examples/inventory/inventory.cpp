@@ -1,5 +1,6 @@
 // The demo: stores the Debian packages of this machine and their files in a database, reads them back, and asks a few
 // questions. Every number that the database answers is checked against the input.
+#include "dtk/handles.h"
 #include "inventory/machine.h"
 #include "inventory/questions.h"
 #include "inventory/read_back.h"
@@ -98,7 +99,7 @@ void load_and_read_back(DTK_ConnectionPoolBase& pool, DTK_ConnectionBase& connec
     inventory::store_packages(connection, machine.packages);
     const Seconds stored_by_arrays = inventory::store_files_by_arrays(pool, machine.files, threads);
     const Seconds stored_by_rows = inventory::store_files_by_rows(pool, machine.files, threads);
-    support::execute(connection, "CREATE INDEX files_by_package ON files (package_id)");
+    dtk::execute(connection, "CREATE INDEX files_by_package ON files (package_id)");
 
     const inventory::FileTotals known = inventory::totals_of(machine.files);
     const Seconds in_bulk = time_reading("in bulk", known, checks, [&] { return inventory::read_in_bulk(connection); });
@@ -124,8 +125,8 @@ int run(const Options& options) {
               << "\n\n";
 
     const auto sessions = static_cast<unsigned int>(options.threads) + 1;
-    const auto pool = support::make_pool(options.user, options.password, options.database, sessions);
-    const support::Connection connection(pool->mb_getConnection(true));
+    const auto pool = dtk::make_pool(options.user, options.password, options.database, sessions);
+    const dtk::Connection connection(pool->mb_getConnection(true));
     inventory::Checks checks;
 
     load_and_read_back(*pool, *connection, machine, options.threads, checks);

@@ -1,6 +1,7 @@
 #include "inventory/questions.h"
 
 #include "inventory/store.h"
+#include "support/shortcuts.h"
 #include "support/text_table.h"
 
 #include <algorithm>
@@ -54,9 +55,9 @@ Amount total(const Machine& machine) {
 
 void ask_largest_packages(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("Which packages take the most room?");
-    const auto query = support::prepare(connection, "SELECT name, section, installed_kib, share FROM packages "
-                                                    "ORDER BY installed_kib DESC, name FETCH FIRST 8 ROWS ONLY");
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, "SELECT name, section, installed_kib, share FROM packages "
+                                                "ORDER BY installed_kib DESC, name FETCH FIRST 8 ROWS ONLY");
+    const auto rows = dtk::open(*query);
     TextTable table({{"package"}, {"section"}, {"MiB", Align::right}, {"share", Align::right}});
     long long largest_kib = 0;
     while (rows->mb_fetch()) {
@@ -74,10 +75,10 @@ void ask_largest_packages(DTK_ConnectionBase& connection, const Machine& machine
 
 void ask_sections(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("Which sections do they belong to?");
-    const auto query = support::prepare(
+    const auto query = dtk::prepare(
         connection, "SELECT section, CAST(COUNT(*) AS NUMBER(9)), CAST(SUM(installed_kib) AS NUMBER(18)) FROM packages "
                     "GROUP BY section ORDER BY SUM(installed_kib) DESC, section");
-    const auto rows = support::open(*query);
+    const auto rows = dtk::open(*query);
 
     std::map<std::string, std::pair<int, long long>> known;
     for (const Package& package : machine.packages) {
@@ -102,7 +103,7 @@ void ask_sections(DTK_ConnectionBase& connection, const Machine& machine, Checks
 
 void ask_kinds_of_file(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("What kinds of file are they?");
-    const auto query = support::prepare(
+    const auto query = dtk::prepare(
         connection, "SELECT kind, CAST(COUNT(*) AS NUMBER(9)), CAST(NVL(SUM(bytes), 0) AS NUMBER(18)) FROM ("
                     "SELECT bytes, CASE WHEN path LIKE '%.so' OR path LIKE '%.so.%' THEN 'shared libraries' "
                     "WHEN path LIKE '/usr/include/%' OR path LIKE '%.h' THEN 'headers' "
@@ -111,7 +112,7 @@ void ask_kinds_of_file(DTK_ConnectionBase& connection, const Machine& machine, C
                     "WHEN path LIKE '%/bin/%' OR path LIKE '%/sbin/%' THEN 'programs' "
                     "WHEN path LIKE '/etc/%' THEN 'configuration' ELSE 'other' END AS kind FROM files) "
                     "GROUP BY kind ORDER BY 3 DESC");
-    const auto rows = support::open(*query);
+    const auto rows = dtk::open(*query);
     TextTable table({{"kind"}, {"files", Align::right}, {"MiB", Align::right}});
     Amount sum;
     while (rows->mb_fetch()) {
@@ -132,9 +133,9 @@ void ask_kinds_of_file(DTK_ConnectionBase& connection, const Machine& machine, C
 
 void ask_last_changes(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("What was installed or upgraded last?");
-    const auto query = support::prepare(connection, "SELECT modified, name, version FROM packages "
-                                                    "ORDER BY modified DESC, name FETCH FIRST 5 ROWS ONLY");
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, "SELECT modified, name, version FROM packages "
+                                                "ORDER BY modified DESC, name FETCH FIRST 5 ROWS ONLY");
+    const auto rows = dtk::open(*query);
     TextTable table({{"when (UTC)"}, {"package"}, {"version"}});
     std::string newest;
     while (rows->mb_fetch()) {
@@ -170,10 +171,10 @@ void ask_licences(DTK_ConnectionBase& connection, const Machine& machine, Checks
                                                               {"Apache-2", 0}, {"BSD", 0},          {"Expat", 0},
                                                               {"MIT", 0},      {"public domain", 0}};
     const auto query =
-        support::prepare(connection, "SELECT id, copyright FROM packages WHERE copyright IS NOT NULL ORDER BY id");
+        dtk::prepare(connection, "SELECT id, copyright FROM packages WHERE copyright IS NOT NULL ORDER BY id");
     long long documents = 0, bytes = 0, different = 0;
     {
-        const auto rows = support::open(*query);
+        const auto rows = dtk::open(*query);
         if (rows->mb_fetch()) {
             DTK_Blob copyright = rows->mb_getDTK_Blob(2);
             std::string document;
@@ -213,12 +214,12 @@ void call_procedure(DTK_ConnectionBase& connection, const Machine& machine, Chec
     const auto [id, known] = *std::max_element(by_package.begin(), by_package.end(), by_files);
 
     heading("Which package has the most files? (answered by a stored procedure)");
-    support::execute(connection, "CREATE OR REPLACE PROCEDURE describe_package(p_id IN NUMBER, p_name OUT VARCHAR2, "
-                                 "p_files OUT NUMBER, p_bytes OUT NUMBER, p_newest OUT DATE) IS BEGIN "
-                                 "SELECT name INTO p_name FROM packages WHERE id = p_id; "
-                                 "SELECT COUNT(*), SUM(bytes), MAX(modified) INTO p_files, p_bytes, p_newest "
-                                 "FROM files WHERE package_id = p_id; END;");
-    const auto call = support::prepare(connection, "BEGIN describe_package(:1, :2, :3, :4, :5); END;");
+    dtk::execute(connection, "CREATE OR REPLACE PROCEDURE describe_package(p_id IN NUMBER, p_name OUT VARCHAR2, "
+                             "p_files OUT NUMBER, p_bytes OUT NUMBER, p_newest OUT DATE) IS BEGIN "
+                             "SELECT name INTO p_name FROM packages WHERE id = p_id; "
+                             "SELECT COUNT(*), SUM(bytes), MAX(modified) INTO p_files, p_bytes, p_newest "
+                             "FROM files WHERE package_id = p_id; END;");
+    const auto call = dtk::prepare(connection, "BEGIN describe_package(:1, :2, :3, :4, :5); END;");
     call->mb_setInt(1, id);
     call->mb_registerOutParam(2, DTK_STRING, 201, "name");
     call->mb_registerOutParam(3, DTK_INT, 0, "files");
@@ -237,7 +238,7 @@ void call_procedure(DTK_ConnectionBase& connection, const Machine& machine, Chec
 
 void roll_back(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("And if we deleted all files?");
-    support::execute(connection, "DELETE FROM files");
+    dtk::execute(connection, "DELETE FROM files");
     const long long deleted = support::ask_number(connection, "SELECT COUNT(*) FROM files");
     connection.mb_rollback();
     const long long back = support::ask_number(connection, "SELECT COUNT(*) FROM files");

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "dtk/dtk.h"
 #include "inventory/checks.h"
 #include "inventory/machine.h"
-#include "support/handles.h"
 
 /// Questions to the database, each with its answer printed and checked against the input.
 namespace inventory {

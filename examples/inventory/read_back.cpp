@@ -1,5 +1,6 @@
 #include "inventory/read_back.h"
 
+#include "dtk/handles.h"
 #include "inventory/store.h"
 
 #include <algorithm>
@@ -47,8 +48,8 @@ FileTotals read_in_bulk(DTK_ConnectionBase& connection) {
     std::vector<long long> bytes(batch_rows);
     std::vector<DTK_DbDate> dates(batch_rows);
 
-    const auto query = support::prepare(connection, query_text);
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, query_text);
+    const auto rows = dtk::open(*query);
     rows->mb_setBulkCount(batch_rows);
     *rows << package_ids.data() << paths.data() << bytes.data() << dates.data();
 
@@ -61,8 +62,8 @@ FileTotals read_in_bulk(DTK_ConnectionBase& connection) {
 }
 
 FileTotals read_row_by_row(DTK_ConnectionBase& connection) {
-    const auto query = support::prepare(connection, query_text);
-    const auto rows = support::open(*query);
+    const auto query = dtk::prepare(connection, query_text);
+    const auto rows = dtk::open(*query);
     FileTotals totals;
     while (rows->mb_fetch())
         totals.add(rows->mb_getInt(1), rows->mb_getString(2).mb_length(), rows->mb_getInt64(3), rows->mb_getDate(4));

@@ -1,6 +1,7 @@
 #include "inventory/store.h"
 
 #include "support/progress.h"
+#include "support/shortcuts.h"
 
 #include <algorithm>
 #include <atomic>
@@ -49,7 +50,7 @@ Seconds in_threads(DTK_ConnectionPoolBase& pool, const std::vector<File>& files,
         return std::span(files).subspan(begin, count);
     };
     const auto work = [&] {
-        const support::Connection connection(pool.mb_getConnection(true));
+        const dtk::Connection connection(pool.mb_getConnection(true));
         store_batches(*connection, take);
     };
 
@@ -106,11 +107,11 @@ void create_tables(DTK_ConnectionBase& connection) {
     const DTK_String file_columns = "(package_id NUMBER(9) NOT NULL, path VARCHAR2(500) NOT NULL, bytes NUMBER(18), "
                                     "mib NUMBER(12,3), modified DATE)";
     for (const char* table : {"files", "files_by_row", "packages"}) support::drop_table(connection, table);
-    support::execute(connection, "CREATE TABLE packages (id NUMBER(9) PRIMARY KEY, name VARCHAR2(200) NOT NULL, "
-                                 "version VARCHAR2(200), section VARCHAR2(100), homepage VARCHAR2(1000), "
-                                 "installed_kib NUMBER(12), share NUMBER(6,3), modified DATE, copyright BLOB)");
-    support::execute(connection, DTK_String("CREATE TABLE files ") + file_columns);
-    support::execute(connection, DTK_String("CREATE TABLE files_by_row ") + file_columns);
+    dtk::execute(connection, "CREATE TABLE packages (id NUMBER(9) PRIMARY KEY, name VARCHAR2(200) NOT NULL, "
+                             "version VARCHAR2(200), section VARCHAR2(100), homepage VARCHAR2(1000), "
+                             "installed_kib NUMBER(12), share NUMBER(6,3), modified DATE, copyright BLOB)");
+    dtk::execute(connection, DTK_String("CREATE TABLE files ") + file_columns);
+    dtk::execute(connection, DTK_String("CREATE TABLE files_by_row ") + file_columns);
 }
 
 void store_packages(DTK_ConnectionBase& connection, const std::vector<Package>& packages) {
@@ -133,7 +134,7 @@ void store_packages(DTK_ConnectionBase& connection, const std::vector<Package>& 
         dates.push_back(to_db_date(package.modified));
     }
 
-    const auto insert = support::prepare(
+    const auto insert = dtk::prepare(
         connection, "INSERT INTO packages (id, name, version, section, homepage, installed_kib, share, modified) "
                     "VALUES (:1, :2, :3, :4, :5, :6, :7, :8)");
     insert->mb_setUpdateCount(static_cast<int>(packages.size()));
@@ -145,17 +146,17 @@ void store_packages(DTK_ConnectionBase& connection, const std::vector<Package>& 
 
 void store_copyrights(DTK_ConnectionBase& connection, const std::vector<Package>& packages) {
     // A BLOB is written through the locator of its row, which is locked meanwhile.
-    const auto make_empty = support::prepare(connection, "UPDATE packages SET copyright = EMPTY_BLOB() WHERE id = :1");
+    const auto make_empty = dtk::prepare(connection, "UPDATE packages SET copyright = EMPTY_BLOB() WHERE id = :1");
     for (const Package& package : packages) {
         if (package.copyright.empty()) continue;
         make_empty->mb_setInt(1, package.id);
         make_empty->mb_executeUpdate();
     }
 
-    const auto query = support::prepare(
+    const auto query = dtk::prepare(
         connection, "SELECT id, copyright FROM packages WHERE copyright IS NOT NULL ORDER BY id FOR UPDATE");
     {
-        const auto rows = support::open(*query);
+        const auto rows = dtk::open(*query);
         if (rows->mb_fetch()) {
             // One handle serves all rows: it shares its locator with the column, and each fetch moves both.
             DTK_Blob copyright = rows->mb_getDTK_Blob(2);
@@ -173,7 +174,7 @@ Seconds store_files_by_arrays(DTK_ConnectionPoolBase& pool, const std::vector<Fi
     const auto longest = static_cast<unsigned int>(longest_path(files));
     return in_threads(pool, files, threads, "Array binds", [&](DTK_ConnectionBase& connection, auto take) {
         FileArrays arrays;
-        const auto insert = support::prepare(connection, insert_file_into("files"));
+        const auto insert = dtk::prepare(connection, insert_file_into("files"));
         insert->mb_setUpdateCount(batch_rows);
         *insert << arrays.package_ids.data();
         insert->mb_setStringArray(arrays.paths.data(), longest);
@@ -190,7 +191,7 @@ Seconds store_files_by_arrays(DTK_ConnectionPoolBase& pool, const std::vector<Fi
 
 Seconds store_files_by_rows(DTK_ConnectionPoolBase& pool, const std::vector<File>& files, std::size_t threads) {
     return in_threads(pool, files, threads, "Row by row", [&](DTK_ConnectionBase& connection, auto take) {
-        const auto insert = support::prepare(connection, insert_file_into("files_by_row"));
+        const auto insert = dtk::prepare(connection, insert_file_into("files_by_row"));
         for (auto batch = take(); !batch.empty(); batch = take()) {
             for (const File& file : batch) {
                 insert->mb_setInt(1, file.package_id);

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "dtk/dtk.h"
 #include "inventory/machine.h"
-#include "support/handles.h"
 
 #include <chrono>
 #include <cstddef>
