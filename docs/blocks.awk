@@ -4,9 +4,8 @@
 # the connection `connection` of the pool `pool`. A block of text behind a C++ block is what that block prints.
 
 function begin_program() {
-    print "#include <dtk/handles.h>\n#include <cstdio>\n#include <cstring>\n#include <iostream>\n#include <memory>\n" \
-          "#include <string>\n#include <thread>\n#include <vector>\n" \
-          "" > program
+    print "#include <dtk/handles.h>\n#include <cstdio>\n#include <cstring>\n#include <iostream>\n#include <memory>\n#include <optional>\n" \
+          "#include <string>\n#include <thread>\n#include <vector>\n" > program
 }
 
 function end_program(    i) {
