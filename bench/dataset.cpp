@@ -26,25 +26,25 @@ struct Folder {
     }
 };
 
-int quantity_of(long long row) { return static_cast<int>(row % 1000); }
-double price_of(long long row) { return static_cast<double>(row % 100000) / 10000 + 1; }
-int day_of_row(long long row) { return static_cast<int>(row % 28) + 1; }
+int quantity_of(long long row) {
+    return static_cast<int>(row % 1000);
+}
+double price_of(long long row) {
+    return static_cast<double>(row % 100000) / 10000 + 1;
+}
+int day_of_row(long long row) {
+    return static_cast<int>(row % 28) + 1;
+}
 
 std::string symbol_of(long long row) {
     static constexpr const char* names[] = {"DEBIAN", "BOOKWORM", "TRIXIE", "SID"};
     return names[row % 4] + std::to_string(row % 1000);
 }
 
-void execute(DTK_ConnectionBase& connection, const char* sql) {
-    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(sql));
-    statement->mb_execute();
-    connection.mb_terminateStatement(statement.get());
-}
-
 void load(DTK_ConnectionBase& connection, long long rows) {
     Batch batch(batch_rows);
-    const std::unique_ptr<DTK_StatementBase> statement(
-        connection.mb_createStatement("INSERT INTO trades (id, sym, qty, price, at) VALUES (:1, :2, :3, :4, :5)"));
+    const auto statement =
+        dtk::prepare(connection, "INSERT INTO trades (id, sym, qty, price, at) VALUES (:1, :2, :3, :4, :5)");
     statement->mb_setUpdateCount(batch_rows);
     *statement << batch.ids.data();
     statement->mb_setStringArray(batch.symbols.data(), 12);
@@ -53,15 +53,17 @@ void load(DTK_ConnectionBase& connection, long long rows) {
         batch.fill(first);
         statement->mb_executeArrayUpdate();
     }
-    connection.mb_terminateStatement(statement.get());
     connection.mb_commit();
 }
 
 } // namespace
 
 Batch::Batch(int rows)
-    : ids(static_cast<std::size_t>(rows)), symbols(static_cast<std::size_t>(rows)), quantities(static_cast<std::size_t>(rows)),
-      prices(static_cast<std::size_t>(rows)), dates(static_cast<std::size_t>(rows)) {
+    : ids(static_cast<std::size_t>(rows)),
+      symbols(static_cast<std::size_t>(rows)),
+      quantities(static_cast<std::size_t>(rows)),
+      prices(static_cast<std::size_t>(rows)),
+      dates(static_cast<std::size_t>(rows)) {
     fill(0);
 }
 
@@ -87,11 +89,12 @@ const std::string& file_with_rows(long long rows) {
     const auto [found, made] = files.emplace(rows, folder.path / (std::to_string(rows) + ".db"));
     if (made) {
         const Pool pool(found->second);
-        const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
+        const dtk::Connection connection(pool.base->mb_getConnection(true));
         for (const char* table : {"trades", "scratch"}) {
-            execute(*connection, ("CREATE TABLE " + std::string(table) +
-                                  " (id NUMBER(10) PRIMARY KEY, sym VARCHAR2(12), qty NUMBER(9), price NUMBER(12,4), at DATE)")
-                                     .c_str());
+            dtk::execute(*connection,
+                         ("CREATE TABLE " + std::string(table) +
+                          " (id NUMBER(10) PRIMARY KEY, sym VARCHAR2(12), qty NUMBER(9), price NUMBER(12,4), at DATE)")
+                             .c_str());
         }
         load(*connection, rows);
     }

@@ -1,8 +1,7 @@
 #pragma once
 
-#include "dtk/dtk.h"
+#include "dtk/handles.h"
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -35,14 +34,18 @@ struct Batch {
 const std::string& file_with_rows(long long rows);
 
 /// The day of the month, straight from the image that a DTK_DbDate is.
-inline int day_of(const DTK_DbDate& date) { return reinterpret_cast<const unsigned char*>(&date)[3]; }
+inline int day_of(const DTK_DbDate& date) {
+    return reinterpret_cast<const unsigned char*>(&date)[3];
+}
 
 /// The id of a row, for point queries.
-inline long long id_of(long long row) { return row * 7 + 1'000'000'000; }
+inline long long id_of(long long row) {
+    return row * 7 + 1'000'000'000;
+}
 
 struct Pool {
     explicit Pool(const std::string& file, unsigned int sessions = 1);
-    std::unique_ptr<DTK_ConnectionPoolBase> base;
+    dtk::Pool base;
 };
 
 /// What reading a row comes down to: every side of a comparison adds the same things up, so that none is left out.

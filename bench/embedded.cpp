@@ -2,61 +2,21 @@
 
 #include "ratios.h"
 #include "readers.h"
+#include "sqlite_api.h"
 
 #include <benchmark/benchmark.h>
-#include <sqlite3.h>
-
-#include <cstdlib>
-#include <cstring>
 
 namespace {
 
 constexpr long long queries = 100'000;
 constexpr long long most_rows = 1'000'000;
-constexpr std::size_t date_bytes = 19;
-
-/// An SQLite connection with the settings of the embedded client's.
-class Sqlite {
-  public:
-    explicit Sqlite(long long rows) {
-        require(sqlite3_open_v2(dataset::file_with_rows(rows).c_str(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr));
-        run("PRAGMA journal_mode=WAL; PRAGMA synchronous=NORMAL; PRAGMA foreign_keys=ON; PRAGMA temp_store=MEMORY");
-    }
-    ~Sqlite() { sqlite3_close(db); }
-    Sqlite(const Sqlite&) = delete;
-    Sqlite& operator=(const Sqlite&) = delete;
-
-    static void require(int status) {
-        if (status != SQLITE_OK) std::abort();
-    }
-    void run(const char* sql) { require(sqlite3_exec(db, sql, nullptr, nullptr, nullptr)); }
-    sqlite3_stmt* prepare(const char* sql) {
-        sqlite3_stmt* statement = nullptr;
-        require(sqlite3_prepare_v3(db, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
-        return statement;
-    }
-
-    sqlite3* db = nullptr;
-};
-
-/// Reads the current row into an application's own variables. The date stays the text that it is stored as.
-void add_row(sqlite3_stmt* row, dataset::Total& total) {
-    const long long id = sqlite3_column_int64(row, 0);
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(row, 1));
-    const std::string symbol(text, static_cast<std::size_t>(sqlite3_column_bytes(row, 1)));
-    const int quantity = sqlite3_column_int(row, 2);
-    const double price = sqlite3_column_double(row, 3);
-    char date[date_bytes + 1];
-    std::memcpy(date, sqlite3_column_text(row, 4), sizeof date);
-    total.add(id, symbol.size(), quantity, price, (date[8] - '0') * 10 + date[9] - '0');
-}
 
 void row_fetch_sqlite(benchmark::State& state) {
-    Sqlite sqlite(state.range(0));
+    sqlite::Connection sqlite(dataset::file_with_rows(state.range(0)));
     for (auto _ : state) {
         dataset::Total total;
         sqlite3_stmt* rows = sqlite.prepare(dataset::select_all);
-        while (sqlite3_step(rows) == SQLITE_ROW) add_row(rows, total);
+        while (sqlite3_step(rows) == SQLITE_ROW) sqlite::add_row(rows, total);
         sqlite3_finalize(rows);
         total.require(state.range(0));
     }
@@ -65,9 +25,9 @@ void row_fetch_sqlite(benchmark::State& state) {
 
 /// Batches into arrays, as the library's bulk fetch gives them.
 void bulk_fetch_sqlite(benchmark::State& state) {
-    Sqlite sqlite(state.range(0));
+    sqlite::Connection sqlite(dataset::file_with_rows(state.range(0)));
     dataset::Batch batch(dataset::batch_rows);
-    std::vector<char> dates(dataset::batch_rows * date_bytes);
+    std::vector<char> dates(dataset::batch_rows * sqlite::date_bytes);
     for (auto _ : state) {
         dataset::Total total;
         sqlite3_stmt* rows = sqlite.prepare(dataset::select_all);
@@ -78,11 +38,13 @@ void bulk_fetch_sqlite(benchmark::State& state) {
                 batch.symbols[count] = reinterpret_cast<const char*>(sqlite3_column_text(rows, 1));
                 batch.quantities[count] = sqlite3_column_int(rows, 2);
                 batch.prices[count] = sqlite3_column_double(rows, 3);
-                std::memcpy(dates.data() + count * date_bytes, sqlite3_column_text(rows, 4), date_bytes);
+                std::memcpy(dates.data() + count * sqlite::date_bytes, sqlite3_column_text(rows, 4),
+                            sqlite::date_bytes);
             }
             for (std::size_t i = 0; i < count; ++i) {
-                const char* day = dates.data() + i * date_bytes + 8;
-                total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i], (day[0] - '0') * 10 + day[1] - '0');
+                const char* day = dates.data() + i * sqlite::date_bytes + 8;
+                total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i],
+                          (day[0] - '0') * 10 + day[1] - '0');
             }
         }
         sqlite3_finalize(rows);
@@ -93,7 +55,7 @@ void bulk_fetch_sqlite(benchmark::State& state) {
 
 /// The dates stand ready as text: no conversion is counted on this side.
 void array_insert_sqlite(benchmark::State& state) {
-    Sqlite sqlite(most_rows);
+    sqlite::Connection sqlite(dataset::file_with_rows(most_rows));
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) {
         sqlite.run("BEGIN IMMEDIATE");
@@ -102,10 +64,11 @@ void array_insert_sqlite(benchmark::State& state) {
             untimed(state, [&] { batch.fill(first); });
             for (std::size_t i = 0; i < batch.ids.size(); ++i) {
                 sqlite3_bind_int64(insert, 1, batch.ids[i]);
-                sqlite3_bind_text(insert, 2, batch.symbols[i].c_str(), static_cast<int>(batch.symbols[i].mb_length()), SQLITE_STATIC);
+                sqlite3_bind_text(insert, 2, batch.symbols[i].c_str(), static_cast<int>(batch.symbols[i].mb_length()),
+                                  SQLITE_STATIC);
                 sqlite3_bind_int(insert, 3, batch.quantities[i]);
                 sqlite3_bind_double(insert, 4, batch.prices[i]);
-                sqlite3_bind_text(insert, 5, "2024-05-17 11:00:00", date_bytes, SQLITE_STATIC);
+                sqlite3_bind_text(insert, 5, "2024-05-17 11:00:00", sqlite::date_bytes, SQLITE_STATIC);
                 if (sqlite3_step(insert) != SQLITE_DONE) std::abort();
                 sqlite3_reset(insert);
             }
@@ -117,27 +80,26 @@ void array_insert_sqlite(benchmark::State& state) {
 }
 
 void point_query_sqlite(benchmark::State& state) {
-    Sqlite sqlite(most_rows);
+    sqlite::Connection sqlite(dataset::file_with_rows(most_rows));
     sqlite3_stmt* query = sqlite.prepare(dataset::select_one);
-    for (auto _ : state) {
-        dataset::Total total;
-        for (long long i = 0; i < queries; ++i) {
-            sqlite3_bind_int64(query, 1, dataset::id_of(i));
-            if (sqlite3_step(query) != SQLITE_ROW) std::abort();
-            add_row(query, total);
-            sqlite3_reset(query);
-        }
-        total.require(queries);
-    }
+    for (auto _ : state) sqlite::query_points(query, queries).require(queries);
     sqlite3_finalize(query);
     state.SetItemsProcessed(state.iterations() * queries);
 }
 
+void point_query_reprepared_sqlite(benchmark::State& state) {
+    sqlite::Connection sqlite(dataset::file_with_rows(most_rows));
+    for (auto _ : state) sqlite::query_points_reprepared(sqlite, queries).require(queries);
+    state.SetItemsProcessed(state.iterations() * queries);
+}
+
 struct Library {
-    explicit Library(long long rows) : pool(dataset::file_with_rows(rows)), connection(pool.base->mb_getConnection(true)) {}
+    explicit Library(long long rows)
+        : pool(dataset::file_with_rows(rows)),
+          connection(pool.base->mb_getConnection(true)) {}
 
     const dataset::Pool pool;
-    const std::unique_ptr<DTK_ConnectionBase> connection;
+    const dtk::Connection connection;
 };
 
 void row_fetch_dtk(benchmark::State& state) {
@@ -157,17 +119,16 @@ void array_insert_dtk(benchmark::State& state) {
     const Library library(most_rows);
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) {
-        library::insert_batches(*library.connection, batch, state.range(0), [&](long long first) {
-            untimed(state, [&] { batch.fill(first); });
-        });
+        library::insert_batches(*library.connection, batch, state.range(0),
+                                [&](long long first) { untimed(state, [&] { batch.fill(first); }); });
         untimed(state, [&] { library.connection->mb_rollback(); });
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
-void point_query_dtk(benchmark::State& state) {
+template <auto query_points> void point_query_dtk(benchmark::State& state) {
     const Library library(most_rows);
-    for (auto _ : state) library::query_points(*library.connection, queries).require(queries);
+    for (auto _ : state) query_points(*library.connection, queries).require(queries);
     state.SetItemsProcessed(state.iterations() * queries);
 }
 
@@ -182,8 +143,16 @@ BENCHMARK(bulk_fetch_dtk)->Name("bulk_fetch/dtk")->Apply(sizes);
 BENCHMARK(array_insert_sqlite)->Name("array_insert/sqlite")->Apply(sizes);
 BENCHMARK(array_insert_dtk)->Name("array_insert/dtk")->Apply(sizes);
 BENCHMARK(point_query_sqlite)->Name("point_query/sqlite")->Unit(benchmark::kMillisecond);
-BENCHMARK(point_query_dtk)->Name("point_query/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_dtk<library::query_points>)->Name("point_query/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_sqlite)->Name("point_query_kept/sqlite")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_dtk<library::query_points_kept>)->Name("point_query_kept/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_reprepared_sqlite)->Name("point_query_reprepared/sqlite")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_dtk<library::query_points_reprepared>)
+    ->Name("point_query_reprepared/dtk")
+    ->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-int main(int argc, char** argv) { return run_with_ratios(argc, argv, "sqlite"); }
+int main(int argc, char** argv) {
+    return run_with_ratios(argc, argv, "sqlite");
+}

@@ -20,7 +20,9 @@ void require(sword status) {
     if (status != OCI_SUCCESS) std::abort();
 }
 
-const OraText* text(const char* value) { return reinterpret_cast<const OraText*>(value); }
+const OraText* text(const char* value) {
+    return reinterpret_cast<const OraText*>(value);
+}
 
 /// A session and one statement on it, by OCI alone.
 class Direct {
@@ -51,11 +53,13 @@ class Direct {
     }
     void define(OCIStmt* statement, ub4 position, void* value, sb4 size, ub2 type, sb2* indicator) {
         OCIDefine* define = nullptr;
-        require(OCIDefineByPos(statement, &define, error, position, value, size, type, indicator, nullptr, nullptr, OCI_DEFAULT));
+        require(OCIDefineByPos(statement, &define, error, position, value, size, type, indicator, nullptr, nullptr,
+                               OCI_DEFAULT));
     }
     void bind(OCIStmt* statement, ub4 position, void* value, sb4 size, ub2 type) {
         OCIBind* bind = nullptr;
-        require(OCIBindByPos(statement, &bind, error, position, value, size, type, nullptr, nullptr, nullptr, 0, nullptr, OCI_DEFAULT));
+        require(OCIBindByPos(statement, &bind, error, position, value, size, type, nullptr, nullptr, nullptr, 0,
+                             nullptr, OCI_DEFAULT));
     }
 
     OCISvcCtx* service = nullptr;
@@ -102,7 +106,7 @@ void row_fetch_oci(benchmark::State& state) {
 
 void row_fetch_dtk(benchmark::State& state) {
     const dataset::Pool pool(dataset::file_with_rows(fetched_rows));
-    const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
+    const dtk::Connection connection(pool.base->mb_getConnection(true));
     for (auto _ : state) library::fetch_rows(*connection).require(fetched_rows);
     state.SetItemsProcessed(state.iterations() * fetched_rows);
 }
@@ -126,7 +130,8 @@ void bulk_fetch_oci(benchmark::State& state) {
             OCIAttrGet(statement, OCI_HTYPE_STMT, &count, nullptr, OCI_ATTR_ROWS_FETCHED, direct.error);
             for (std::size_t i = 0; i < count; ++i) {
                 batch.symbols[i] = symbols.data() + i * text_bytes;
-                total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i], dataset::day_of(batch.dates[i]));
+                total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i],
+                          dataset::day_of(batch.dates[i]));
             }
         }
         direct.release(statement);
@@ -137,7 +142,7 @@ void bulk_fetch_oci(benchmark::State& state) {
 
 void bulk_fetch_dtk(benchmark::State& state) {
     const dataset::Pool pool(dataset::file_with_rows(fetched_rows));
-    const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
+    const dtk::Connection connection(pool.base->mb_getConnection(true));
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) library::fetch_batches(*connection, batch).require(fetched_rows);
     state.SetItemsProcessed(state.iterations() * fetched_rows);
@@ -157,7 +162,8 @@ void array_insert_oci(benchmark::State& state) {
         for (long long first = 0; first < inserted_rows; first += dataset::batch_rows) {
             untimed(state, [&] { batch.fill(first); });
             for (std::size_t i = 0; i < batch.symbols.size(); ++i) {
-                std::memcpy(symbols.data() + i * text_bytes, batch.symbols[i].c_str(), batch.symbols[i].mb_length() + 1);
+                std::memcpy(symbols.data() + i * text_bytes, batch.symbols[i].c_str(),
+                            batch.symbols[i].mb_length() + 1);
             }
             direct.execute(statement, dataset::batch_rows);
         }
@@ -169,12 +175,11 @@ void array_insert_oci(benchmark::State& state) {
 
 void array_insert_dtk(benchmark::State& state) {
     const dataset::Pool pool(dataset::file_with_rows(fetched_rows));
-    const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
+    const dtk::Connection connection(pool.base->mb_getConnection(true));
     dataset::Batch batch(dataset::batch_rows);
     for (auto _ : state) {
-        library::insert_batches(*connection, batch, inserted_rows, [&](long long first) {
-            untimed(state, [&] { batch.fill(first); });
-        });
+        library::insert_batches(*connection, batch, inserted_rows,
+                                [&](long long first) { untimed(state, [&] { batch.fill(first); }); });
         untimed(state, [&] { connection->mb_rollback(); });
     }
     state.SetItemsProcessed(state.iterations() * inserted_rows);
@@ -204,8 +209,8 @@ void point_query_oci(benchmark::State& state) {
 
 void point_query_dtk(benchmark::State& state) {
     const dataset::Pool pool(dataset::file_with_rows(fetched_rows));
-    const std::unique_ptr<DTK_ConnectionBase> connection(pool.base->mb_getConnection(true));
-    for (auto _ : state) library::query_points(*connection, queries).require(queries);
+    const dtk::Connection connection(pool.base->mb_getConnection(true));
+    for (auto _ : state) library::query_points_kept(*connection, queries).require(queries);
     state.SetItemsProcessed(state.iterations() * queries);
 }
 
@@ -215,9 +220,11 @@ BENCHMARK(bulk_fetch_oci)->Name("bulk_fetch/oci")->Unit(benchmark::kMillisecond)
 BENCHMARK(bulk_fetch_dtk)->Name("bulk_fetch/dtk")->Unit(benchmark::kMillisecond);
 BENCHMARK(array_insert_oci)->Name("array_insert/oci")->Unit(benchmark::kMillisecond);
 BENCHMARK(array_insert_dtk)->Name("array_insert/dtk")->Unit(benchmark::kMillisecond);
-BENCHMARK(point_query_oci)->Name("point_query/oci")->Unit(benchmark::kMillisecond);
-BENCHMARK(point_query_dtk)->Name("point_query/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_oci)->Name("point_query_kept/oci")->Unit(benchmark::kMillisecond);
+BENCHMARK(point_query_dtk)->Name("point_query_kept/dtk")->Unit(benchmark::kMillisecond);
 
 } // namespace
 
-int main(int argc, char** argv) { return run_with_ratios(argc, argv, "oci"); }
+int main(int argc, char** argv) {
+    return run_with_ratios(argc, argv, "oci");
+}

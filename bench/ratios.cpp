@@ -19,8 +19,9 @@ class Reporter : public benchmark::ConsoleReporter {
         for (const Run& run : runs) {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
             const auto items = run.counters.find("items_per_second");
-            const double seconds = items != run.counters.end() ? 1 / items->second.value
-                                                               : run.real_accumulated_time / static_cast<double>(run.iterations);
+            const double seconds = items != run.counters.end()
+                                       ? 1 / items->second.value
+                                       : run.real_accumulated_time / static_cast<double>(run.iterations);
             samples[run.run_name.function_name + (run.run_name.args.empty() ? "" : "/" + run.run_name.args) +
                     (run.run_name.threads.empty() ? "" : "/" + run.run_name.threads)]
                 .push_back(seconds * 1e9);
@@ -31,7 +32,9 @@ class Reporter : public benchmark::ConsoleReporter {
 };
 
 /// What else the machine does only ever adds to a time, so the fastest repetition tells most about the work itself.
-double fastest(const std::vector<double>& values) { return *std::min_element(values.begin(), values.end()); }
+double fastest(const std::vector<double>& values) {
+    return *std::min_element(values.begin(), values.end());
+}
 
 double median(std::vector<double> values) {
     std::sort(values.begin(), values.end());

@@ -18,50 +18,70 @@ inline void add_row(DTK_ResultSetBase& row, dataset::Total& total) {
 }
 
 /// Reads all rows one by one through the typed getters.
-inline dataset::Total fetch_rows(DTK_ConnectionBase& connection) {
+inline dataset::Total fetch_rows(DTK_ConnectionBase& connection, const char* sql = dataset::select_all) {
     dataset::Total total;
-    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_all));
-    statement->mb_execute();
-    const std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_getResultSet());
+    const auto statement = dtk::prepare(connection, sql);
+    const auto rows = dtk::open(*statement);
     while (rows->mb_fetch()) add_row(*rows, total);
-    statement->mb_closeResultSet(rows.get());
-    connection.mb_terminateStatement(statement.get());
     return total;
 }
 
 /// Reads all rows in batches into arrays.
 inline dataset::Total fetch_batches(DTK_ConnectionBase& connection, dataset::Batch& batch) {
     dataset::Total total;
-    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_all));
-    statement->mb_execute();
-    const std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_getResultSet());
+    const auto statement = dtk::prepare(connection, dataset::select_all);
+    const auto rows = dtk::open(*statement);
     rows->mb_setBulkCount(dataset::batch_rows);
-    *rows << batch.ids.data() << batch.symbols.data() << batch.quantities.data() << batch.prices.data() << batch.dates.data();
+    *rows << batch.ids.data() << batch.symbols.data() << batch.quantities.data() << batch.prices.data()
+          << batch.dates.data();
     while (rows->mb_fetch()) {
         const auto count = static_cast<std::size_t>(rows->mb_getNumArrayRows());
         for (std::size_t i = 0; i < count; ++i) {
-            total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i], dataset::day_of(batch.dates[i]));
+            total.add(batch.ids[i], batch.symbols[i].mb_length(), batch.quantities[i], batch.prices[i],
+                      dataset::day_of(batch.dates[i]));
         }
     }
-    statement->mb_closeResultSet(rows.get());
-    connection.mb_terminateStatement(statement.get());
     return total;
 }
 
-/// Reads the rows 0 to count - 1 one query each: one statement and one result set, the placeholder's value set anew.
+/// Reads the rows 0 to count - 1, one query each: one statement, a result set for each query.
 inline dataset::Total query_points(DTK_ConnectionBase& connection, long long count) {
     dataset::Total total;
-    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::select_one));
-    std::unique_ptr<DTK_ResultSetBase> rows;
+    const auto query = dtk::prepare(connection, dataset::select_one);
     for (long long i = 0; i < count; ++i) {
-        statement->mb_setInt64(1, dataset::id_of(i));
-        statement->mb_execute();
-        if (!rows) rows.reset(statement->mb_getResultSet());
+        query->mb_setInt64(1, dataset::id_of(i));
+        const auto rows = dtk::open(*query);
         rows->mb_fetch();
         add_row(*rows, total);
     }
-    statement->mb_closeResultSet(rows.get());
-    connection.mb_terminateStatement(statement.get());
+    return total;
+}
+
+/// The same with one result set for all queries.
+inline dataset::Total query_points_kept(DTK_ConnectionBase& connection, long long count) {
+    dataset::Total total;
+    const auto query = dtk::prepare(connection, dataset::select_one);
+    query->mb_setInt64(1, dataset::id_of(0));
+    const auto rows = dtk::open(*query);
+    for (long long i = 0;;) {
+        rows->mb_fetch();
+        add_row(*rows, total);
+        if (++i == count) return total;
+        query->mb_setInt64(1, dataset::id_of(i));
+        query->mb_execute();
+    }
+}
+
+/// The same with a statement and a result set for each query.
+inline dataset::Total query_points_reprepared(DTK_ConnectionBase& connection, long long count) {
+    dataset::Total total;
+    for (long long i = 0; i < count; ++i) {
+        const auto query = dtk::prepare(connection, dataset::select_one);
+        query->mb_setInt64(1, dataset::id_of(i));
+        const auto rows = dtk::open(*query);
+        rows->mb_fetch();
+        add_row(*rows, total);
+    }
     return total;
 }
 
@@ -69,7 +89,7 @@ inline dataset::Total query_points(DTK_ConnectionBase& connection, long long cou
 /// @param fill  fills the batch with the rows from its argument on
 template <class Fill>
 void insert_batches(DTK_ConnectionBase& connection, dataset::Batch& batch, long long rows, Fill fill) {
-    const std::unique_ptr<DTK_StatementBase> statement(connection.mb_createStatement(dataset::insert));
+    const auto statement = dtk::prepare(connection, dataset::insert);
     statement->mb_setUpdateCount(dataset::batch_rows);
     *statement << batch.ids.data();
     statement->mb_setStringArray(batch.symbols.data(), 12);
@@ -78,7 +98,6 @@ void insert_batches(DTK_ConnectionBase& connection, dataset::Batch& batch, long 
         fill(first);
         statement->mb_executeArrayUpdate();
     }
-    connection.mb_terminateStatement(statement.get());
 }
 
 } // namespace library
