@@ -1,23 +1,21 @@
-#include "dtk/dtk.h"
+#include "dtk/handles.h"
 
 #include <iostream>
-#include <memory>
 #include <string>
 
 namespace {
 
 /// Writes a row, reads it back and has a statement fail: what came back, as one line.
 std::string round_trip(DTK_ConnectionBase& connection) {
-    std::unique_ptr<DTK_StatementBase> statement(
-        connection.mb_createStatement("CREATE TABLE notes (id NUMBER(9), text VARCHAR2(20), day DATE, body BLOB)"));
-    statement->mb_executeUpdate();
-    statement->mb_setSQL("INSERT INTO notes VALUES (:id, :text, :day, EMPTY_BLOB())");
-    statement->mb_setInt(1, 7);
-    statement->mb_setString(2, "seven");
-    statement->mb_setDate(3, DTK_DbDate(DTK_Date(2024, 2, 29)));
-    statement->mb_executeUpdate();
+    dtk::execute(connection, "CREATE TABLE notes (id NUMBER(9), text VARCHAR2(20), day DATE, body BLOB)");
+    const auto insert = dtk::prepare(connection, "INSERT INTO notes VALUES (:id, :text, :day, EMPTY_BLOB())");
+    insert->mb_setInt(1, 7);
+    insert->mb_setString(2, "seven");
+    insert->mb_setDate(3, DTK_DbDate(DTK_Date(2024, 2, 29)));
+    insert->mb_executeUpdate();
 
-    std::unique_ptr<DTK_ResultSetBase> rows(statement->mb_executeQuery("SELECT * FROM notes FOR UPDATE"));
+    const auto query = dtk::prepare(connection, "SELECT * FROM notes FOR UPDATE");
+    const auto rows = dtk::open(*query);
     if (!rows->mb_fetch()) return "no row";
     DTK_Date nextYear(rows->mb_getDate(3));
     nextYear.mb_addMonths(12);
@@ -27,23 +25,20 @@ std::string round_trip(DTK_ConnectionBase& connection) {
     body.mb_get()->mb_write(sizeof bytes, bytes, 1);
     std::string line = std::to_string(rows->mb_getInt(1)) + ' ' + rows->mb_getString(2).c_str() + ' ' +
                        nextYear.mb_toString(DF_YYYYMMDD).c_str() + ' ' + std::to_string(body.mb_get()->mb_length());
-    statement->mb_closeResultSet(rows.get());
 
     try {
-        statement->mb_executeQuery("SELECT * FROM nowhere");
+        dtk::execute(connection, "DELETE FROM nowhere");
     } catch (DTK_Exception& error) {
         line += " ORA-" + std::to_string(error.mb_getDBErrorCode());
     }
-    connection.mb_terminateStatement(statement.get());
     return line;
 }
 
 } // namespace
 
 int main() try {
-    std::unique_ptr<DTK_ConnectionPoolBase> pool(gb_getConnectionPool());
-    pool->mb_create("consumer", "secret", "memory:consumer", 1, 1, "", "", 0);
-    std::unique_ptr<DTK_ConnectionBase> connection(pool->mb_getConnection(true));
+    const auto pool = dtk::make_pool("consumer", "secret", "memory:consumer", 1);
+    const dtk::Connection connection(pool->mb_getConnection(true));
     const std::string line = round_trip(*connection);
     if (line == "7 seven 20250228 3 ORA-942") return 0;
     std::cerr << "consumer got: " << line << '\n';
