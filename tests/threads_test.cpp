@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 
+#include "dtk/oracle/_DTK_ConnectionPool.h"
 #include "tests/fixture.h"
 #include "tests/interpose.h"
 
@@ -88,6 +89,44 @@ TEST_P(PooledThreads, NeverHoldMoreThanThereAre) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfPools, PooledThreads, testing::Values(1, 2));
+
+TEST_F(Threads, FindEveryPermitAgainAfterAnyMixOfReconnects) {
+    constexpr int maximum = 3, borrowers = 6, borrowings = 15, reconnects = 4;
+    interpose::on("OCILogon2", [](const auto&) {
+        std::this_thread::yield(); // so that others come in the way of a lazy logon
+        return std::nullopt;
+    });
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        Pool pool = account.pool(round % (maximum + 1), maximum);
+        const auto work = [&](int worker) {
+            for (int i = 0; i < borrowings; ++i) {
+                const Connection connection = borrow(*pool, i + worker);
+                EXPECT_TRUE(connection->mb_ping()) << "handed out without a session";
+                if (i % 3 == 0) pool->mb_returnConnection(connection.get());
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int worker = 0; worker < borrowers; ++worker)
+            threads.emplace_back([&, worker] { EXPECT_EQ(thrown([&] { work(worker); }), ""); });
+        for (int generation = 0; generation < reconnects; ++generation) {
+            pool->mb_reConnect(generation);
+            if (generation % 2 == round % 2) Connection(pool->mb_getConnection(false)); // else two in a row
+        }
+        for (std::thread& thread : threads) thread.join();
+        std::vector<Connection> all;
+        all.emplace_back(pool->mb_getConnection(false)); // waits for the last reconnect
+        EXPECT_EQ(thrown([&] {
+                      while (all.size() <= maximum)
+                          EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(true))->mb_ping());
+                  }),
+                  "DTK 3  Process is not able to acquire a semaphore ");
+        EXPECT_EQ(all.size(), unsigned{maximum});
+        all.clear();
+        const std::string deletion = thrown([&] { delete pool.release(); });
+        if (!deletion.empty()) _DTK_ConnectionPool::mb_closeEnvironment(); // idle sessions of both generations
+    }
+}
 
 TEST_F(Threads, ReadTheErrorOfTheirOwnStatement) {
     if (account.database.mb_subStr(0, 7).c_str() != std::string("memory:"))

@@ -10,7 +10,6 @@
 #include "dtk/oracle/sessions.h"
 
 namespace error = dtk::error;
-using dtk::oracle::check;
 using dtk::oracle::ignore;
 using dtk::oracle::MutexGuard;
 using dtk::oracle::ServiceContext;
@@ -24,28 +23,6 @@ namespace {
 constexpr unsigned int credentialLimit_bytes = 64;
 constexpr int yieldsBeforeSleep = 8;
 
-/// A permit that goes back to the semaphore unless the hand-out that it was taken for succeeds. A reconnect that began
-/// meanwhile gives out permits of its own, so that this one is void.
-class Permit {
-  public:
-    Permit(DTK_Semaphore& semaphore, const std::atomic<int>& generation)
-        : m_semaphore(&semaphore),
-          m_current(generation),
-          m_generation(generation) {}
-    Permit(const Permit&) = delete;
-    Permit& operator=(const Permit&) = delete;
-    ~Permit() {
-        if (m_semaphore && m_generation == m_current) m_semaphore->mb_release();
-    }
-
-    void spend() { m_semaphore = nullptr; }
-
-  private:
-    DTK_Semaphore* m_semaphore;
-    const std::atomic<int>& m_current;
-    int m_generation;
-};
-
 } // namespace
 
 _DTK_ConnectionPool::_DTK_ConnectionPool()
@@ -54,7 +31,9 @@ _DTK_ConnectionPool::_DTK_ConnectionPool()
       m_maxSessions(0),
       m_queueMutex(false),
       m_reconnectMutex(false),
-      m_reconnects(std::make_shared<dtk::oracle::Reconnects>()) {
+      m_reconnects(std::make_shared<dtk::oracle::Reconnects>()),
+      m_openGeneration(0),
+      m_permits(0) {
     mb_InitializeEnvironment();
     m_available.mb_destroy();
     m_available.mb_init(0);
@@ -67,7 +46,7 @@ _DTK_ConnectionPool::~_DTK_ConnectionPool() noexcept(false) {
         if (std::uncaught_exceptions() > 0) return;
         throw DTK_Exception(error::connections_still_open);
     }
-    for (; !m_freeSessions.empty(); m_freeSessions.pop()) dtk::oracle::logOff(m_freeSessions.front(), m_OCIError);
+    for (; !m_freeSessions.empty(); m_freeSessions.pop()) ignore(OCILogoff(m_freeSessions.front(), m_OCIError));
     mb_closeEnvironment();
 }
 
@@ -98,13 +77,9 @@ void _DTK_ConnectionPool::mb_create(const DTK_String& user, const DTK_String& pa
 
 DTK_ConnectionBase* _DTK_ConnectionPool::mb_getConnection(bool timedWait) {
     auto connection = std::make_unique<_DTK_Connection>();
-    takePermit(timedWait);
-    Permit permit(m_available, m_generation);
-    const MutexGuard lock(m_queueMutex);
-    connection->m_svcCtx = takeSession();
-    connection->m_pool = this;
-    connection->m_generation = m_generation;
-    permit.spend();
+    do {
+        takePermit(timedWait);
+    } while (!handOut(*connection));
     return connection.release();
 }
 
@@ -153,13 +128,36 @@ void _DTK_ConnectionPool::takePermit(bool timedWait) {
         if (m_available.mb_tryAcquire()) return;
         std::this_thread::yield();
     }
-    while (!m_available.mb_acquire()) {
-        // A signal has interrupted the wait.
+    // A signal may end the wait without a permit. handOut looks whether there is one, and has the caller wait again.
+    m_available.mb_acquire();
+}
+
+// Adds what the pool may hand out at most, and lets as many waiting threads proceed.
+void _DTK_ConnectionPool::releasePermits() {
+    for (int i = 0; i < m_maxSessions; ++i) {
+        ++m_permits;
+        m_available.mb_release();
     }
 }
 
-void _DTK_ConnectionPool::releasePermits() {
-    for (int i = 0; i < m_maxSessions; ++i) m_available.mb_release();
+// The semaphore only lets threads in. m_permits is what counts: a thread that took a permit before a reconnect may come
+// in after it, when that permit has been replaced. Such a thread waits anew, or uses up one of the new permits.
+bool _DTK_ConnectionPool::handOut(_DTK_Connection& connection) {
+    const MutexGuard lock(m_queueMutex);
+    if (m_openGeneration != m_generation || m_permits == 0) return false;
+    try {
+        connection.m_svcCtx = takeSession();
+    } catch (...) {
+        if (m_openGeneration == m_generation && m_available.mb_getSemValue() < m_permits) m_available.mb_release();
+        throw;
+    }
+    --m_permits;
+    while (m_available.mb_getSemValue() > m_permits && m_available.mb_tryAcquire()) {
+        // Each pass takes a permit that stands for none.
+    }
+    connection.m_pool = this;
+    connection.m_generation = m_openGeneration;
+    return true;
 }
 
 void _DTK_ConnectionPool::forgetCredentials() {
@@ -178,13 +176,18 @@ void _DTK_ConnectionPool::requireShortCredentials() const {
 
 void _DTK_ConnectionPool::pushNewSession() {
     ServiceContext session = dtk::oracle::allocateServiceContext(m_environment);
-    check(dtk::oracle::logOn(m_environment, m_OCIError, session, m_user, m_password, m_database), m_OCIError);
+    const sword status = dtk::oracle::logOn(m_environment, m_OCIError, session, m_user, m_password, m_database);
+    if (status != OCI_SUCCESS) {
+        const ORCL_Exception refusal(m_OCIError); // before a logoff writes to the error handle
+        if (status == OCI_SUCCESS_WITH_INFO) dtk::oracle::logOff(session.release(), m_OCIError);
+        throw ORCL_Exception(refusal);
+    }
     m_freeSessions.push(session.get());
     static_cast<void>(session.release());
 }
 
 // With neither an idle session nor room for a further one the permits outnumber the sessions, as they may after a
-// reconnect: the caller gets a connection without a session.
+// second mb_create: the caller gets a connection without a session.
 OCISvcCtx* _DTK_ConnectionPool::takeSession() {
     if (m_freeSessions.empty() && m_sessionCount < m_maxSessions) {
         pushNewSession();
@@ -200,6 +203,7 @@ bool _DTK_ConnectionPool::queueSession(_DTK_Connection& connection) {
     const MutexGuard lock(m_queueMutex);
     if (connection.m_generation != m_generation) return false;
     m_freeSessions.push(connection.m_svcCtx);
+    ++m_permits;
     m_available.mb_release();
     return true;
 }

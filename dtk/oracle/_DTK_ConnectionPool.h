@@ -66,6 +66,7 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     friend void* gb_pthreadInitFunc(void* pool);
 
     void takePermit(bool timedWait);
+    bool handOut(_DTK_Connection& connection);
     void releasePermits();
     void drainPermits();
     void drainSessions(std::queue<OCISvcCtx*>& drained);
@@ -94,6 +95,8 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     DTK_Mutex m_reconnectMutex;
     DTK_Semaphore m_available;
     std::shared_ptr<dtk::oracle::Reconnects> m_reconnects;
+    int m_openGeneration; ///< whose sessions are handed out; behind m_generation while a reconnect is under way
+    int m_permits;        ///< hand-outs that may still be made; the semaphore may hold less while threads come in
 };
 
 /// The start routine of a reconnect thread; its argument is the pool.

@@ -38,10 +38,10 @@ bool _DTK_ConnectionPool::mb_executeReConnect() {
 
 // The queue is drained by the new thread, so that the caller never waits for an earlier reconnect that holds the mutex.
 void _DTK_ConnectionPool::startReconnect() {
-    m_reconnects->begin();
+    m_reconnects->begin(m_generation);
     pthread_t thread;
     if (pthread_create(&thread, nullptr, gb_pthreadInitFunc, this) != 0) {
-        m_reconnects->end();
+        m_reconnects->cancel();
         throw DTK_Exception(error::reconnect_thread_failed);
     }
 }
@@ -51,10 +51,14 @@ void _DTK_ConnectionPool::reconnect() {
     std::queue<OCISvcCtx*> drained;
     {
         const MutexGuard lock(m_queueMutex);
+        const int generation = reconnects->next();
         // A connection that came back meanwhile has released a permit of the old generation.
         drainPermits();
-        for (int drains = reconnects->takeDrains(); drains > 0; --drains) drainSessions(drained);
-        while (!reconnects->closing() && !mb_executeReConnect()) sleep(retryPause_s);
+        m_permits = 0;
+        // More than one generation has begun when a thread could not be started: each drains the queue once.
+        for (int i = m_openGeneration; i < generation; ++i) drainSessions(drained);
+        while (!mb_executeReConnect() && !reconnects->closing()) sleep(retryPause_s);
+        m_openGeneration = generation;
     }
     // Last of all: a session whose server is gone may keep its logoff waiting.
     for (; !drained.empty(); drained.pop()) dtk::oracle::discard(drained.front(), m_OCIError);
@@ -79,8 +83,13 @@ void _DTK_ConnectionPool::drainSessions(std::queue<OCISvcCtx*>& drained) {
 void _DTK_ConnectionPool::logOnAgain() {
     requireShortCredentials();
     ServiceContext session = dtk::oracle::allocateServiceContext(m_environment);
-    if (dtk::oracle::logOn(m_environment, m_OCIError, session, m_user, m_password, m_database) != OCI_SUCCESS) {
+    const sword status = dtk::oracle::logOn(m_environment, m_OCIError, session, m_user, m_password, m_database);
+    if (status != OCI_SUCCESS) {
         OCISvcCtx* refused = session.release();
+        if (status == OCI_SUCCESS_WITH_INFO) {
+            dtk::oracle::logOff(refused, m_OCIError);
+            throw DTK_Exception(error::logon_failed);
+        }
         if (OCIHandleFree(refused, OCI_HTYPE_SVCCTX) != OCI_SUCCESS) ignore(OCILogoff(refused, m_OCIError));
         throw DTK_Exception(error::logon_failed);
     }

@@ -19,7 +19,7 @@ sword logOn(OCIEnv* environment, OCIError* errorHandle, ServiceContext& serviceC
     const sword status =
         OCILogon2(environment, errorHandle, &session, oraText(user), user.mb_length(), oraText(password),
                   password.mb_length(), oraText(database), database.mb_length(), OCI_DEFAULT);
-    if (status == OCI_SUCCESS && session != serviceContext.get()) serviceContext.reset(session);
+    if (status >= OCI_SUCCESS && session != serviceContext.get()) serviceContext.reset(session);
     return status;
 }
 
