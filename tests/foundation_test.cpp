@@ -8,11 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "dtk/foundation/DTK_Guard.h"
-#include "dtk/foundation/DTK_Mutex.h"
-#include "dtk/foundation/DTK_Semaphore.h"
-#include "dtk/foundation/DTK_String.h"
-#include "dtk/foundation/ORCL_Exception.h"
+#include "dtk/dtk.h"
 #include "tests/support.h"
 
 namespace {

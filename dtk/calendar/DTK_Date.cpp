@@ -14,8 +14,6 @@ namespace error = dtk::error;
 
 namespace {
 
-constexpr long seconds_per_day = 86400;
-
 struct DateText {
     char text[3 * calendar::longest_number + 1];
 };
@@ -55,10 +53,10 @@ DTK_Date::DTK_Date(char* text) {
     mb_fromText(text);
 }
 
-DTK_Date::DTK_Date(const DTK_DateTime& dateTime) : m_jday(dateTime.m_julian / seconds_per_day) {}
+DTK_Date::DTK_Date(const DTK_DateTime& dateTime) : m_jday(dateTime.m_julian / calendar::seconds_per_day) {}
 
 DTK_Date& DTK_Date::operator=(DTK_DateTime dateTime) {
-    m_jday = dateTime.m_julian / seconds_per_day;
+    m_jday = dateTime.m_julian / calendar::seconds_per_day;
     return *this;
 }
 

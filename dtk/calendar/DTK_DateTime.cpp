@@ -14,8 +14,6 @@ namespace error = dtk::error;
 
 namespace {
 
-constexpr long long seconds_per_day = 86400;
-
 struct DateTimeText {
     char text[6 * calendar::longest_number + 1];
 };
@@ -30,7 +28,7 @@ bool isValid(const st_DateTime& value) {
 }
 
 long long julianSeconds(const st_DateTime& value) {
-    return calendar::day_number(civil(value)) * seconds_per_day +
+    return calendar::day_number(civil(value)) * calendar::seconds_per_day +
            (value.hour * 3600 + value.minute * 60 + value.second);
 }
 
@@ -75,7 +73,7 @@ void write(DateTimeText& out, const st_DateTime& value, DATETIME_FORMAT format) 
 
 DTK_DateTime::DTK_DateTime(long long julianSeconds) : m_julian(julianSeconds) {}
 
-DTK_DateTime::DTK_DateTime(const DTK_Date& date) : m_julian(date.m_jday * seconds_per_day) {}
+DTK_DateTime::DTK_DateTime(const DTK_Date& date) : m_julian(date.m_jday * calendar::seconds_per_day) {}
 
 DTK_DateTime::DTK_DateTime(const DTK_DbDate& dbDate) {
     *this = dbDate;
@@ -115,8 +113,8 @@ long long DTK_DateTime::mb_toJulianDateTime(st_DateTime& dateTime) {
 }
 
 void DTK_DateTime::mb_toDateTime(int& year, int& month, int& day, int& hour, int& minute, int& second) const {
-    const calendar::CivilDate date = calendar::civil_date(m_julian / seconds_per_day);
-    const int rest = static_cast<int>(m_julian % seconds_per_day);
+    const calendar::CivilDate date = calendar::civil_date(m_julian / calendar::seconds_per_day);
+    const int rest = static_cast<int>(m_julian % calendar::seconds_per_day);
     year = static_cast<int>(date.year);
     month = date.month;
     day = date.day;
@@ -130,7 +128,7 @@ void DTK_DateTime::mb_toDateTime(st_DateTime& dateTime) const {
 }
 
 long long DTK_DateTime::mb_addDays(int n) {
-    return mb_addSeconds(n * seconds_per_day);
+    return mb_addSeconds(n * calendar::seconds_per_day);
 }
 
 long long DTK_DateTime::mb_addHours(int n) {
@@ -148,10 +146,10 @@ long long DTK_DateTime::mb_addSeconds(long long n) {
 }
 
 long long DTK_DateTime::mb_addMonths(int n) {
-    const auto start = calendar::civil_date(m_julian / seconds_per_day);
+    const auto start = calendar::civil_date(m_julian / calendar::seconds_per_day);
     const auto moved = calendar::plus_months(start, n, calendar::MonthZero::is_invalid);
     if (!calendar::is_valid(moved)) throw DTK_Exception(error::date_time_months_invalid);
-    return m_julian = calendar::day_number(moved) * seconds_per_day + m_julian % seconds_per_day;
+    return m_julian = calendar::day_number(moved) * calendar::seconds_per_day + m_julian % calendar::seconds_per_day;
 }
 
 bool DTK_DateTime::mb_validate(st_DateTime& dateTime) {
