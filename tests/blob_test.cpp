@@ -7,6 +7,7 @@
 #include <oci.h>
 
 #include "dtk/oracle/_DTK_Blob.h"
+#include "dtk/oracle/_DTK_ResultSet.h"
 #include "tests/fixture.h"
 
 namespace {
@@ -211,6 +212,72 @@ TEST_F(Blobs, HandleAndColumnShareTheLocator) {
     EXPECT_FALSE(rows->mb_fetch());
 }
 
+/// A row with the BLOBs "one" and "two"; the handle on the first one, or both, has gone.
+class LentBlobs : public Blobs {
+  protected:
+    LentBlobs() {
+        table("t", "a BLOB, b BLOB");
+        execute("INSERT INTO t VALUES (HEXTORAW('6F6E65'), HEXTORAW('74776F'))");
+        execute("INSERT INTO t VALUES (HEXTORAW('6F6E65'), HEXTORAW('74776F'))");
+        fetch("SELECT a, b FROM t");
+        fetched.mb_init(nullptr);
+        interpose::reset();
+    }
+
+    /// The locators freed since interpose was reset: handles that shared one which stays free nothing.
+    static std::size_t locatorsFreed() {
+        std::size_t count = 0;
+        for (const auto& call : interpose::calls("OCIDescriptorFree")) count += call.argument<void*>(0) != nullptr;
+        return count;
+    }
+
+    DTK_Blob second;
+};
+
+TEST_F(LentBlobs, AreHandedOutWithoutACallOfOci) {
+    interpose::on("OCIDescriptorAlloc", [](const auto&) { return OCI_ERROR; });
+    second = rows->mb_getDTK_Blob(2);
+    EXPECT_EQ(called(), "");
+    EXPECT_EQ(content(second), "two");
+    second.mb_init(nullptr);
+    EXPECT_EQ(thrown([&] { rows->mb_fetch(); }).substr(0, 7), "DTK 602") << "the fetch replaces what was freed";
+    interpose::reset();
+    ASSERT_TRUE(rows->mb_fetch());
+    second = rows->mb_getDTK_Blob(1);
+    EXPECT_EQ(content(second), "one");
+}
+
+TEST_F(LentBlobs, AreAskedForOnceOrTheHandleIsKept) {
+    unsigned char byte = 0;
+    for (int i = 0; i < 2; ++i) {
+        second = rows->mb_getDTK_Blob(1);
+        EXPECT_FALSE(second.mb_get()->mb_isNull());
+        EXPECT_EQ(thrown([&] { second.mb_get()->mb_read(1, &byte, 1); }), "DTK 600 Uninitialized _DTK_Blob object");
+    }
+    DTK_Blob kept, again;
+    kept = rows->mb_getDTK_Blob(2);
+    for (int i = 0; i < 2; ++i) {
+        again = rows->mb_getDTK_Blob(2);
+        EXPECT_EQ(content(again), "two");
+    }
+    EXPECT_EQ(locatorsFreed(), 0u);
+    EXPECT_EQ(content(kept), "two");
+}
+
+TEST_F(LentBlobs, OutliveAnAssignedResultSet) {
+    auto& original = static_cast<_DTK_ResultSet&>(*rows);
+    DTK_Blob kept;
+    kept = original.mb_getDTK_Blob(2);
+    const Statement statement = prepare("SELECT 1 FROM DUAL");
+    const support::ResultSet others = support::open(*statement);
+    others->mb_fetch();
+    original = static_cast<_DTK_ResultSet&>(*others);
+    second = original.mb_getDTK_Blob(2);
+    second.mb_init(nullptr);
+    EXPECT_EQ(locatorsFreed(), 0u);
+    EXPECT_EQ(content(kept), "two");
+}
+
 TEST_F(Blobs, ArraysGoInAndOut) {
     DTK_Blob in[3], out[2];
     int keys[]{1, 2, 3};
@@ -316,6 +383,9 @@ const HandleRow handles[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Is, Handle, testing::ValuesIn(handles), rowName);
+
+// Clients pass plain pointers where a smart pointer is wanted.
+static_assert(std::is_convertible_v<DTK_BlobBase*, DTK_SmartPointer<DTK_BlobBase>>);
 
 TEST(SmartPointer, GivesNothingWhenItIsEmpty) {
     auto* object = new _DTK_Blob;

@@ -177,6 +177,42 @@ TEST_F(Statements, PositionsOutsideTheTextAreRefused) {
     }
 }
 
+TEST_F(Statements, UnpreparedOneHasNoPositions) {
+    const Statement statement = prepare("");
+    _DTK_Statement alone;
+    DTK_Blob blob, blobs[1];
+    int number = 0;
+    interpose::reset();
+    for (DTK_StatementBase* unprepared : {statement.get(), static_cast<DTK_StatementBase*>(&alone)}) {
+        unprepared->mb_setUpdateCount(1);
+        const auto refusals = std::vector{thrown([&] { unprepared->mb_setInt(1, 1); }),
+                                          thrown([&] { unprepared->mb_setString(1, "a"); }),
+                                          thrown([&] { unprepared->mb_setDTK_Blob(1, blob); }),
+                                          thrown([&] { unprepared->mb_registerOutParam(1, DTK_INT, 0, ""); }),
+                                          thrown([&] { unprepared->mb_registerOutParam(1, DTK_BLOB, 0, ""); }),
+                                          thrown([&] { unprepared->mb_getInt64(1); }),
+                                          thrown([&] { *unprepared << &number; }),
+                                          thrown([&] { *unprepared << blobs; })};
+        EXPECT_EQ(refusals, std::vector<std::string>(8, notPrepared));
+        EXPECT_FALSE(unprepared->mb_isNull(1) || unprepared->mb_isTruncated(1));
+    }
+    EXPECT_EQ(called(), "");
+    EXPECT_EQ(blob.mb_get(), nullptr);
+}
+
+// A client that takes any position must not make the library write behind its own list of them.
+TEST_F(Statements, PositionOutsideTheTextIsRefusedEvenIfTheClientTakesIt) {
+    const Statement statement = prepare("SELECT :1 FROM DUAL");
+    statement->mb_setUpdateCount(1);
+    interpose::on("OCIBindByPos", [](const auto&) { return OCI_SUCCESS; });
+    int numbers[]{1};
+    DTK_String texts[]{"a"};
+    *statement << numbers;
+    EXPECT_EQ(thrown([&] { *statement << numbers; }), unreadable);
+    EXPECT_EQ(thrown([&] { *statement << texts; }), unreadable);
+    EXPECT_EQ(thrown([&] { statement->mb_setInt(1000, 1); }), unreadable);
+}
+
 TEST_F(Statements, AssignedOneLeavesItsOldValuesBehind) {
     table("t", "a NUMBER(9), b NUMBER(9)");
     const Statement one = prepare("INSERT INTO t VALUES (:1, :2)"), many = prepare("INSERT INTO t VALUES (:1, :2)");
@@ -540,6 +576,11 @@ TEST(Mapper, CarriesTextsAndIntegers) {
     numberMapper.mb_mapToint64();
     EXPECT_EQ(printed([&] { textMapper.mb_print(); }), "a\nnew\nabc\n");
     EXPECT_EQ(printed([&] { numberMapper.mb_print(); }), "-12\n-9223372036854775808\n0\n");
+
+    // A number that does not fit fills its slot without a NUL, which OCI refuses, instead of becoming a smaller one.
+    long long wide[]{1234, 123, -123};
+    DTK_int64_mapper(wide, textSlots, 3, sizeof textSlots[0], nullptr).mb_mapToArray();
+    EXPECT_EQ(std::string(textSlots[0], sizeof textSlots), std::string("1234123\0-123", sizeof textSlots));
 }
 
 } // namespace

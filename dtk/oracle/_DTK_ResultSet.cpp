@@ -35,10 +35,7 @@ _DTK_ResultSet::_DTK_ResultSet(const _DTK_ResultSet& other)
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it copies plain members
 _DTK_ResultSet& _DTK_ResultSet::operator=(const _DTK_ResultSet& other) {
     // What was defined on another statement's handle cannot be defined again on this one.
-    if (m_stmtHandle != other.m_stmtHandle) {
-        m_definedColumns.clear();
-        m_lentLocators.clear();
-    }
+    if (m_stmtHandle != other.m_stmtHandle) m_definedColumns.clear();
     m_stmtHandle = other.m_stmtHandle;
     m_errorHandle = other.m_errorHandle;
     m_svcCtx = other.m_svcCtx;

@@ -138,7 +138,7 @@ class DTK_EXPORT _DTK_ResultSet : public DTK_ResultSetBase {
     template <typename T> DTK_ResultSetBase& registerArray(T* values);
     template <typename T> DTK_ResultSetBase& extract(T& value, T (DTK_ResultSetBase::*getter)(unsigned int));
 
-    dtk::oracle::LentLocator& lend(_DTK_Blob& columnBlob);
+    std::unique_ptr<_DTK_Blob> lend(_DTK_Blob& columnBlob);
     void replaceFreedLocators();
     void replaceLocator(_DTK_Blob& columnBlob);
 

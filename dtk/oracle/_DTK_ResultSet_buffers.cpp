@@ -123,14 +123,18 @@ void _DTK_ResultSet::define(OCIDefine*& handle, unsigned int position, void* val
     if (!again) m_defines.push_back(handle);
 }
 
-dtk::oracle::LentLocator& _DTK_ResultSet::lend(_DTK_Blob& columnBlob) {
-    replaceFreedLocators();
+// The last handle of a row has freed the locator, and OCI fetches no second one into the column before the next row: a
+// later handle gets none.
+std::unique_ptr<_DTK_Blob> _DTK_ResultSet::lend(_DTK_Blob& columnBlob) {
     for (auto& lent : m_lentLocators) {
-        if (lent.column == &columnBlob) return lent;
+        if (lent.column != &columnBlob) continue;
+        if (*lent.handles == 0) return std::make_unique<_DTK_Blob>();
+        return std::make_unique<dtk::oracle::LentBlob>(columnBlob, lent.handles);
     }
+    const auto handles = std::make_shared<std::atomic<int>>(0);
+    m_lentLocators.push_back({&columnBlob, handles});
     m_fetchPrepared = false;
-    m_lentLocators.push_back({&columnBlob, std::make_shared<std::atomic<int>>(0)});
-    return m_lentLocators.back();
+    return std::make_unique<dtk::oracle::LentBlob>(columnBlob, handles);
 }
 
 void _DTK_ResultSet::replaceFreedLocators() {

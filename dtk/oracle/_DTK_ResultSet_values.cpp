@@ -106,8 +106,7 @@ DTK_Blob _DTK_ResultSet::mb_getDTK_Blob(unsigned int position) {
     const columnBuffer& buffer = fetchedColumn(position);
     if (buffer.m_type != DTK_BLOB) throw DTK_Exception(error::column_conversion_unexpected);
     auto& blob = *static_cast<_DTK_Blob*>(buffer.m_value);
-    const auto& handles = lend(blob).handles;
-    auto lent = std::make_unique<dtk::oracle::LentBlob>(blob, handles);
+    auto lent = lend(blob);
     lent->mb_setNull(buffer.m_indicator == dtk::oracle::indicatorNull);
     return DTK_Blob(std::move(lent));
 }

@@ -51,6 +51,7 @@ DTK_StatementBase& _DTK_Statement::operator<<(long long* values) {
 
 DTK_StatementBase& _DTK_Statement::operator<<(DTK_Blob* blobs) {
     const unsigned int position = takeBindPosition();
+    parameter(position); // before a temporary BLOB is made for it
     const auto count = static_cast<std::size_t>(m_updateCount);
     for (std::size_t i = 0; i < count; ++i) {
         dtk::oracle::attach(blobs[i], dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::m_environment,

@@ -78,13 +78,13 @@ void _DTK_Statement::mb_setDate(unsigned int position, DTK_DbDate value) {
 }
 
 void _DTK_Statement::mb_setDTK_Blob(unsigned int position, DTK_Blob& value) {
+    Parameter& bound = parameter(position);
     if (!value.mb_get()) {
         dtk::oracle::attach(
             value, dtk::oracle::makeTemporaryBlob(_DTK_ConnectionPool::m_environment, serviceContext(), errorHandle()));
     }
     auto& blob = static_cast<_DTK_Blob&>(*value.mb_get());
     bind(position, &blob.m_locator, 0, OracleType<DTK_Blob>::external, nullFlagAsIndicator(blob.mb_isNull()));
-    Parameter& bound = parameter(position);
     bound.blobIndicator = blob.mb_isNull() ? dtk::oracle::indicatorNull : short{0};
     bound.single = {&blob.m_locator, 0, OracleType<DTK_Blob>::external, &bound.blobIndicator};
 }
@@ -134,6 +134,7 @@ long long _DTK_Statement::mb_getInt64(unsigned int position) {
 
 // OCI has the words for a position that the text does not have.
 void _DTK_Statement::refusePosition(unsigned int position) {
+    if (m_state == unprepared) throw DTK_Exception(error::statement_not_prepared);
     static int unused = 0; // for good, should OCI take it all the same
     OCIBind* handle = nullptr;
     check(OCIBindByPos(m_stmtHandle, &handle, errorHandle(), position, &unused, sizeof unused, SQLT_INT, nullptr,
@@ -144,12 +145,12 @@ void _DTK_Statement::refusePosition(unsigned int position) {
 
 void _DTK_Statement::bind(unsigned int position, void* value, int size_bytes, unsigned short external,
                           void* indicators) {
+    Parameter& bound = parameter(position);
     OCIBind* handle = nullptr;
     check(OCIBindByPos(m_stmtHandle, &handle, errorHandle(), position, value, size_bytes, external, indicators, nullptr,
                        nullptr, 0, nullptr, OCI_DEFAULT),
           errorHandle());
     m_binds[position - 1] = handle;
-    Parameter& bound = parameter(position);
     bound.single = {};
     bound.iterations = {};
 }
@@ -197,6 +198,7 @@ void _DTK_Statement::registerText(unsigned int position, DTK_DATATYPES type, uns
 // The buffer owns a cell that points to the locator, not the locator: that goes to the handle that mb_getDTK_Blob
 // makes, or stays with OCI.
 void _DTK_Statement::registerBlob(unsigned int position) {
+    Parameter& bound = parameter(position);
     OCILobLocator* locator = nullptr;
     if (!dtk::oracle::allocateLocator(_DTK_ConnectionPool::m_environment, locator)) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
@@ -205,7 +207,6 @@ void _DTK_Statement::registerBlob(unsigned int position) {
     if (!dtk::oracle::createTemporary(serviceContext(), errorHandle(), locator)) {
         throw DTK_Exception(error::parameter_blob_descriptor_failed);
     }
-    Parameter& bound = parameter(position);
     Storage cell = makeStorage(sizeof(void*));
     *static_cast<OCILobLocator**>(cell.get()) = locator;
     bind(position, locator, 0, OracleType<DTK_Blob>::external, &bound.m_indicator);
