@@ -1,7 +1,7 @@
 #include "dtk/oracle/_DTK_Blob.h"
 
-#include "dtk/oracle/check.h"
-#include "dtk/oracle/locators.h"
+#include "dtk/oracle/detail/locators.h"
+#include "dtk/oracle/detail/oci.h"
 
 namespace error = dtk::error;
 using dtk::oracle::check;
@@ -104,8 +104,10 @@ bool _DTK_Blob::mb_flushBuffer() {
 bool _DTK_Blob::mb_initialize(OCIEnv* environment, OCISvcCtx* serviceContext, OCIError* errorHandle, bool temporary) {
     m_svcCtx = serviceContext;
     m_errorHandle = errorHandle;
-    if (!dtk::oracle::allocateLocator(environment, m_locator) ||
-        (temporary && !dtk::oracle::createTemporary(m_svcCtx, m_errorHandle, m_locator))) {
+    OCILobLocator* locator = dtk::oracle::allocateLocator(environment);
+    if (!locator) throw DTK_Exception(error::blob_descriptor_failed);
+    m_locator = locator;
+    if (temporary && !dtk::oracle::createTemporary(m_svcCtx, m_errorHandle, m_locator)) {
         throw DTK_Exception(error::blob_descriptor_failed);
     }
     return false;
@@ -132,4 +134,8 @@ unsigned int _DTK_Blob::readFrom(unsigned int amount, unsigned char* buffer, uns
 int _DTK_Blob::writeAt(unsigned int& amount, unsigned char* buffer, unsigned int offset) {
     return OCILobWrite(m_svcCtx, m_errorHandle, m_locator, &amount, offset, buffer, amount, OCI_ONE_PIECE, nullptr,
                        nullptr, 0, SQLCS_IMPLICIT);
+}
+
+OCILobLocator*& dtk::oracle::locatorOf(_DTK_Blob& blob) {
+    return blob.m_locator;
 }

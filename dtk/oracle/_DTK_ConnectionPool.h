@@ -59,10 +59,14 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
     /// @}
 
+    /// @{
+
+    /// The same for those that know no pool, as a statement does whose connection has gone back.
+    static OCIError* sharedErrorHandle() { return m_OCIError; }
+    static OCIEnv* sharedEnvironment() { return m_environment; }
+    /// @}
+
   private:
-    // They use the shared handles also when their connection has gone back and knows no pool any more.
-    friend class _DTK_Connection;
-    friend class _DTK_Statement;
     friend void* gb_pthreadInitFunc(void* pool);
 
     void takePermit(bool timedWait);

@@ -1,7 +1,7 @@
 #include "dtk/oracle/_DTK_stmtMetadata.h"
 
 #include "dtk/foundation/DTK_DATATYPES.h"
-#include "dtk/oracle/check.h"
+#include "dtk/oracle/detail/oci.h"
 
 namespace error = dtk::error;
 using dtk::oracle::check;

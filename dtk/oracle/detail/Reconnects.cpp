@@ -1,4 +1,4 @@
-#include "dtk/oracle/Reconnects.h"
+#include "dtk/oracle/detail/Reconnects.h"
 
 namespace dtk::oracle {
 

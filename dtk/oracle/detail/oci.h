@@ -7,6 +7,13 @@
 
 namespace dtk::oracle {
 
+/// What the OCI calls of a statement and its result sets work on. Owned by others.
+struct Handles {
+    OCIStmt* statement;
+    OCIError* error;
+    OCISvcCtx* session;
+};
+
 /// Turns every status but success into an ORCL_Exception.
 inline void check(sword status, OCIError* errorHandle) {
     if (status != OCI_SUCCESS) throw ORCL_Exception(errorHandle);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dtk/oracle/Storage.h"
+#include "dtk/oracle/detail/Storage.h"
 
 namespace dtk::oracle {
 
