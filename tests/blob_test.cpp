@@ -286,17 +286,18 @@ TEST_F(Blobs, ArraysGoInAndOut) {
     *statement << keys << in;
     unsigned char buffer[] = "abc";
     for (unsigned int i = 0; i < 3; ++i) in[i].mb_get()->mb_write(i + 1, buffer, 1);
-    in[1].mb_get()->mb_setNull(true);
+    in[0].mb_get()->mb_setNull(true);
     statement->mb_executeArrayUpdate();
     rows = &open("SELECT b FROM t ORDER BY k");
     rows->mb_setBulkCount(2);
     *rows << out;
     ASSERT_TRUE(rows->mb_fetch());
-    EXPECT_EQ(content(out[0]), "a");
-    EXPECT_TRUE(out[1].mb_get()->mb_isNull());
+    EXPECT_TRUE(out[0].mb_get()->mb_isNull());
+    EXPECT_EQ(content(out[1]), "ab");
     ASSERT_TRUE(rows->mb_fetch());
     ASSERT_EQ(rows->mb_getNumArrayRows(), 1);
     EXPECT_EQ(content(out[0]), "abc");
+    EXPECT_TRUE(out[1].mb_get()->mb_isNull()) << "behind the last row";
     EXPECT_FALSE(rows->mb_fetch());
 }
 

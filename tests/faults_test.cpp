@@ -25,9 +25,6 @@ using support::Pool;
 using support::ResultSet;
 using support::Statement;
 
-constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
-constexpr auto stillOpen = "DTK 501 There are still open Connections";
-
 /// Makes one call fail, counted from 1 on over all calls but those of sleep, which return at once.
 class Fault {
   public:

@@ -8,6 +8,9 @@
 #include "tests/interpose.h"
 #include "tests/support.h"
 
+inline constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
+inline constexpr auto stillOpen = "DTK 501 There are still open Connections";
+
 /// An account of the database that the tests run in: DTK_TEST_DATABASE, DTK_TEST_USER and DTK_TEST_PASSWORD, or else
 /// one of the embedded client's that ends with the test. Tests make their tables anew, so those of one server run in
 /// turn.
@@ -71,23 +74,6 @@ struct World {
     support::ResultSet m_rows{nullptr, {}};
 };
 
-/// "" or what a call throws: the exact type, then the library's code and message, or Oracle's number.
-template <typename Call> std::string thrown(Call call) {
-    try {
-        call();
-        return "";
-    } catch (DTK_Exception& error) {
-        const std::string type = typeid(error) == typeid(DTK_Exception)    ? "DTK "
-                                 : typeid(error) == typeid(ORCL_Exception) ? "ORCL "
-                                                                           : "? ";
-        const std::string message = error.mb_getMessage();
-        if (error.mb_getErrorCode() != 0) return type + std::to_string(error.mb_getErrorCode()) + " " + message;
-        const std::string digits = std::to_string(error.mb_getDBErrorCode());
-        const std::string number = "ORA-" + std::string(5 - digits.size(), '0') + digits;
-        return type + (message.rfind(number + ": ", 0) == 0 ? number : "0 " + message);
-    }
-}
-
 /// What a call writes to standard output.
 template <typename Call> std::string printed(Call call) {
     testing::internal::CaptureStdout();
@@ -112,9 +98,9 @@ template <typename T> std::string shown(const T& value) {
 /// and BLOB: the value, or "!" and the code of a refused conversion.
 template <typename Source> std::string readings(Source& source, unsigned int position) {
     const auto reading = [](auto getter) {
-        const std::string text = outcome([&] { return shown(getter()); });
+        const std::string text = thrown([&] { return shown(getter()); });
         const std::size_t refused = text.find(" Unexpected conversion requested, check column type");
-        return " " + (refused == std::string::npos ? text : "!" + text.substr(0, refused));
+        return " " + (refused == std::string::npos ? text : "!" + text.substr(4, refused - 4));
     };
     const auto blobSize = [&] {
         DTK_Blob blob;

@@ -15,9 +15,6 @@ namespace {
 using support::Connection;
 using support::Pool;
 
-constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
-constexpr auto stillOpen = "DTK 501 There are still open Connections";
-
 /// A database whose file goes away and comes back. The pause between two attempts to reconnect takes no time: the test
 /// decides what happens in it.
 class Outage : public testing::Test {

@@ -13,8 +13,6 @@ namespace {
 using support::Connection;
 using support::Pool;
 
-constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
-constexpr auto stillOpen = "DTK 501 There are still open Connections";
 constexpr auto uninitialized = "DTK 201 Uninitialized _DTK_Connection Object";
 
 std::size_t callsOf(std::string_view function) {
@@ -262,6 +260,18 @@ TEST_F(ConnectionPool, LogonWithAWarningLeavesNoSessionOnTheServer) {
     EXPECT_TRUE(Connection(pool->mb_getConnection(false))->mb_ping());
     EXPECT_EQ(callsOf("OCILogoff"), 3u);
     EXPECT_EQ(callsOf("sleep"), 3u);
+}
+
+TEST_F(ConnectionPool, PingTellsByItsResultAloneAndTakesTheErrorAway) {
+    const Pool pool = account.pool(1, 1);
+    const Connection connection = handOut(*pool);
+    for (const int status : {OCI_SUCCESS, OCI_SUCCESS_WITH_INFO, OCI_ERROR}) {
+        interpose::reset();
+        interpose::on("OCIPing", [&](const auto&) { return status; });
+        EXPECT_EQ(connection->mb_ping(), status == OCI_SUCCESS);
+        EXPECT_EQ(called(), "OCIPing OCIErrorGet");
+        EXPECT_EQ(interpose::calls()[1].argument<ub4>(6), ub4{OCI_HTYPE_ERROR});
+    }
 }
 
 class Sessionless : public ConnectionPool, public testing::WithParamInterface<bool> {};

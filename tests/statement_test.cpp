@@ -110,7 +110,7 @@ TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
 
     void* const oldHandle = interpose::calls("OCIStmtExecute").front().argument<void*>(1);
     interpose::reset();
-    statement->mb_setSQL("INSERT INTO t VALUES (:a + :b)");
+    statement->mb_setSQL("INSERT INTO t VALUES (:a - :b)");
     EXPECT_EQ(called(), "OCIStmtRelease OCIStmtPrepare2 OCIAttrGet");
     EXPECT_EQ(interpose::calls()[0].argument<void*>(0), oldHandle);
     EXPECT_EQ(interpose::calls()[1].argument<ub4>(4), 30u);
@@ -118,13 +118,14 @@ TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
     EXPECT_EQ(thrown([&] { *statement << numbers; }), countNotSet);
     for (const unsigned int position : {1, 2}) {
         EXPECT_EQ(thrown([&] { statement->mb_getInt(position); }), unreadable);
-        statement->mb_setInt(position, 8);
     }
+    statement->mb_setInt(1, 20);
+    statement->mb_setInt(2, 8);
     statement->mb_execute();
     statement->mb_setUpdateCount(1);
     *statement << numbers;
     statement->mb_execute();
-    EXPECT_EQ(value("SELECT COUNT(*) || ' ' || MIN(n) || ' ' || MAX(n) FROM t WHERE n > 4"), "2 12 16");
+    EXPECT_EQ(value("SELECT COUNT(*) || ' ' || MIN(n) || ' ' || MAX(n) FROM t WHERE n <> 4"), "2 -4 12");
 }
 
 TEST_F(Statements, TerminatedIsUnpreparedAndMayBeUsedAgain) {
@@ -545,6 +546,37 @@ TEST_F(Statements, ArraysSendWhatTheyHoldAndOnlyAProcedureMapsBack) {
     EXPECT_EQ(shown(texts[0]) + shown(texts[1]), "alater");
     statement->mb_executeProcedure();
     EXPECT_EQ(shown(texts[0]) + shown(texts[1]), "a!later!");
+}
+
+TEST_F(Statements, SingleValueBesideAnArrayMayBecomeOneOfAnotherType) {
+    table("t", "n NUMBER(9), v VARCHAR2(10)");
+    int numbers[]{1, 2, 3};
+    const Statement statement = prepare("INSERT INTO t VALUES (:1, :2)");
+    statement->mb_setUpdateCount(3);
+    *statement << numbers;
+    statement->mb_setInt(2, 7);
+    statement->mb_executeArrayUpdate();
+    statement->mb_setString(2, "seven");
+    statement->mb_executeArrayUpdate();
+    statement->mb_setInt(2, 8);
+    statement->mb_executeArrayUpdate();
+    EXPECT_EQ(value("SELECT COUNT(*) || MIN(v) || MAX(v) FROM t"), "97seven");
+    EXPECT_EQ(value("SELECT TO_CHAR(COUNT(*)) FROM t WHERE v = '8'"), "3");
+}
+
+TEST_F(Statements, OutputBesideAnArrayIsThatOfTheFirstIteration) {
+    execute("CREATE OR REPLACE PROCEDURE p (a IN NUMBER, b OUT NUMBER) IS BEGIN b := NULLIF(a, 1); END;");
+    int numbers[]{1, 5};
+    const Statement statement = prepare("BEGIN p(:1, :2); END;");
+    statement->mb_setUpdateCount(2);
+    *statement << numbers;
+    statement->mb_registerOutParam(2, DTK_INT, 0, "");
+    statement->mb_executeProcedure();
+    EXPECT_TRUE(statement->mb_isNull(2));
+    numbers[0] = 4;
+    statement->mb_executeProcedure();
+    EXPECT_FALSE(statement->mb_isNull(2));
+    EXPECT_EQ(statement->mb_getInt(2), 4);
 }
 
 TEST_F(Statements, FailingRowEndsAnArrayAndKeepsTheRowsBeforeIt) {

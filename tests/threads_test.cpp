@@ -82,8 +82,7 @@ TEST_P(PooledThreads, NeverHoldMoreThanThereAre) {
     for (const Pool& pool : pools) {
         std::vector<Connection> all;
         for (int i = 0; i < sessionCount; ++i) EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(true))->mb_ping());
-        EXPECT_EQ(thrown([&] { all.emplace_back(pool->mb_getConnection(true)); }),
-                  "DTK 3  Process is not able to acquire a semaphore ");
+        EXPECT_EQ(thrown([&] { all.emplace_back(pool->mb_getConnection(true)); }), noPermit);
     }
     EXPECT_EQ(interpose::calls("OCILogon2").size(), pools.size() * sessionCount);
 }
@@ -120,7 +119,7 @@ TEST_F(Threads, FindEveryPermitAgainAfterAnyMixOfReconnects) {
                       while (all.size() <= maximum)
                           EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(true))->mb_ping());
                   }),
-                  "DTK 3  Process is not able to acquire a semaphore ");
+                  noPermit);
         EXPECT_EQ(all.size(), unsigned{maximum});
         all.clear();
         const std::string deletion = thrown([&] { delete pool.release(); });
