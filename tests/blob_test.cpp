@@ -301,6 +301,23 @@ TEST_F(Blobs, ArraysGoInAndOut) {
     EXPECT_FALSE(rows->mb_fetch());
 }
 
+TEST_F(Blobs, SingleOneBesideAnArrayIsSentOncePerIteration) {
+    DTK_Blob blob;
+    temporary(blob, "abc");
+    int keys[]{1, 2};
+    const Statement statement = prepare("INSERT INTO t VALUES (:1, :2)");
+    statement->mb_setUpdateCount(2);
+    *statement << keys;
+    for (const bool null : {false, true}) {
+        blob.mb_get()->mb_setNull(null);
+        statement->mb_setDTK_Blob(2, blob);
+        statement->mb_executeArrayUpdate();
+    }
+    EXPECT_EQ(value("SELECT TO_CHAR(COUNT(*)) FROM t WHERE b IS NULL"), "2");
+    fetch("SELECT b FROM t WHERE b IS NOT NULL ORDER BY k DESC");
+    EXPECT_EQ(content(fetched), "abc");
+}
+
 TEST_F(Blobs, ProcedureFillsArraysAndParameters) {
     execute("CREATE OR REPLACE PROCEDURE p (a IN VARCHAR2, b OUT BLOB) IS BEGIN b := HEXTORAW(a); END;");
     DTK_String hex[]{"0102", "03", ""};

@@ -281,9 +281,9 @@ TEST(Validation, TellsDatesFromTexts) {
 }
 
 TEST(Validation, KnowsTheLengthsOfMonthsAndYears) {
-    const std::tuple<int, int, int> lengths[] = {{2023, 2, 28},  {2024, 2, 29}, {1900, 2, 28},
-                                                 {2000, 2, 29},  {2023, 1, 31}, {2023, 4, 30},
-                                                 {2023, 12, 31}, {2023, 0, 0},  {2023, 13, 0}};
+    const std::tuple<int, int, int> lengths[] = {{2023, 2, 28}, {2024, 2, 29}, {1900, 2, 28}, {1800, 2, 28},
+                                                 {2000, 2, 29}, {2023, 1, 31}, {2023, 4, 30}, {2023, 12, 31},
+                                                 {2023, 0, 0},  {2023, 13, 0}};
     DTK_Date date(2000, 1, 1);
     DTK_DateTime dateTime(date);
     DTK_DbDate dbDate(date);

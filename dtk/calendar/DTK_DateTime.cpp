@@ -96,6 +96,7 @@ DTK_DateTime::DTK_DateTime(const char* text, DATETIME_FORMAT format) {
     mb_fromText(text, format);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): its signature is fixed
 DTK_DateTime& DTK_DateTime::operator=(DTK_String text) {
     mb_fromText(text.c_str(), DTF_YYYYMMDDHH24MISS);
     return *this;
