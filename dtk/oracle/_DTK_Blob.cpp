@@ -27,7 +27,7 @@ _DTK_Blob& _DTK_Blob::operator=(const _DTK_Blob& other) {
     return *this;
 }
 
-// A locator that is not temporary, or that there is not, is OCI's to refuse: there is nothing to do about it here.
+// OCI refuses to free a null locator, or as temporary one that is not: nothing can be done about it here.
 _DTK_Blob::~_DTK_Blob() {
     ignore(OCILobFreeTemporary(m_svcCtx, m_errorHandle, m_locator));
     ignore(OCIDescriptorFree(m_locator, OCI_DTYPE_LOB));
@@ -77,7 +77,7 @@ unsigned int _DTK_Blob::mb_readChunk(unsigned int amount, unsigned char* buffer)
     return bytesRead;
 }
 
-// Callers know this operation as one that never fails and always writes at the position reached by reading.
+// Callers rely on this: it never fails, and it writes where reading has stopped.
 unsigned int _DTK_Blob::mb_writeChunk(unsigned int amount, unsigned char* buffer) {
     requireLocator();
     if (amount == 0) return 0;

@@ -48,7 +48,7 @@ bool _DTK_Connection::mb_ping() {
     if (!m_svcCtx) return false;
     OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     const sword status = OCIPing(m_svcCtx, errorHandle, OCI_DEFAULT);
-    // A ping tells by its result alone: what OCI says of a failure is asked for and dropped.
+    // Only the result tells. The error is read so that no later call reports it, and dropped.
     sb4 number = 0;
     OraText text[1024];
     ignore(OCIErrorGet(errorHandle, 1, nullptr, &number, text, sizeof text, OCI_HTYPE_ERROR));

@@ -113,7 +113,7 @@ bool _DTK_ConnectionPool::mb_executeReConnect() {
     try {
         for (int i = 0; i < m_sessionCount; ++i) logOnAgain();
     } catch (const std::exception&) {
-        // Nobody waits for the reason: the caller tries again, and an exception must not end the thread.
+        // The caller tries again. An exception must not end the thread, and nobody would read the reason.
         return false;
     }
     releasePermits();
@@ -148,7 +148,7 @@ void _DTK_ConnectionPool::takePermit(bool timedWait) {
         m_available.mb_timeWaitAcquire(&deadline);
         return;
     }
-    // Whoever holds a permit may be waiting for this processor, and a thread that sleeps has to be woken by the system.
+    // The thread that gives a permit back may be waiting for this processor. Yielding to it is cheaper than to sleep.
     for (int i = 0; i < yieldsBeforeSleep; ++i) {
         if (m_available.mb_tryAcquire()) return;
         std::this_thread::yield();
@@ -252,7 +252,7 @@ void _DTK_ConnectionPool::reconnect() {
         while (!mb_executeReConnect() && !reconnects->closing()) sleep(retryPause_s);
         m_openGeneration = generation;
     }
-    // Last of all: a session whose server is gone may keep its logoff waiting.
+    // After the mutex is free: the logoff of a session whose server has gone may take long.
     for (; !drained.empty(); drained.pop()) dtk::oracle::discard(drained.front(), m_OCIError);
     reconnects->end();
 }
@@ -263,7 +263,7 @@ void _DTK_ConnectionPool::drainPermits() {
     }
 }
 
-// The queue shrinks while the counter grows, so half of the sessions stay: applications count on those that still work.
+// The queue shrinks while the counter grows, so half of the sessions stay. Applications use those that still work.
 void _DTK_ConnectionPool::drainSessions(std::queue<OCISvcCtx*>& drained) {
     for (std::size_t i = 0; i < m_freeSessions.size(); ++i) {
         drained.push(m_freeSessions.front());
@@ -279,7 +279,7 @@ void _DTK_ConnectionPool::logOnAgain() {
     logon.release();
 }
 
-// The exit unwinds the stack, so that nothing that needs a destructor may live here.
+// pthread_exit unwinds the stack: keep objects with destructors out of this function.
 void* gb_pthreadInitFunc(void* pool) {
     pthread_detach(pthread_self()); // nobody joins it
     static_cast<_DTK_ConnectionPool*>(pool)->reconnect();

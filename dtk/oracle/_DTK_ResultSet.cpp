@@ -51,7 +51,7 @@ _DTK_ResultSet::_DTK_ResultSet(const _DTK_ResultSet& other)
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it copies plain members
 _DTK_ResultSet& _DTK_ResultSet::operator=(const _DTK_ResultSet& other) {
-    // What was defined on another statement's handle cannot be defined again on this one.
+    // Their defines are on the old statement, and must not be made again on the new one.
     if (m_stmtHandle != other.m_stmtHandle) {
         for (const auto& column : m_columns) column->undefine();
     }
@@ -163,8 +163,8 @@ DTK_stmtMetadataBase* _DTK_ResultSet::mb_getMetadata() {
     return metadata.release();
 }
 
-// Arrays have no columns of the result set's own, and before the first fetch there are none. Position 0 wraps around to
-// one that never exists.
+// There are no columns before the first fetch, nor when arrays are registered for all. Position 0 wraps around to one
+// that never exists.
 bool _DTK_ResultSet::mb_isNull(unsigned int position) {
     return hasColumn(position) && column(position).m_indicator == dtk::oracle::indicatorNull;
 }
@@ -283,7 +283,7 @@ Handles _DTK_ResultSet::handles() const {
     return {m_stmtHandle, m_errorHandle, m_svcCtx};
 }
 
-// Arrays of one element are fetched with a bulk count of 1 as well, and then there is no column to read.
+// A fetch with a bulk count of 1 may also fill arrays of one element. Then there is no column to read.
 Column& _DTK_ResultSet::fetchedColumn(unsigned int position) const {
     if (!m_rowFetched || !hasColumn(position)) fail(error::row_not_fetched);
     return column(position);
@@ -345,7 +345,7 @@ unsigned int _DTK_ResultSet::takeArrayColumn(const error::Definition& countNotSe
     return ++m_columnCursor;
 }
 
-// The array takes the place of the column's own buffer, which must not be defined again over it.
+// OCI writes into the array from now on. Defining the column again would undo that.
 void _DTK_ResultSet::defineArray(unsigned int position, const OciBuffer& buffer) {
     m_defines.reserve(m_defines.size() + 1); // once OCI knows the buffer, push_back must not throw
     OCIDefine* handle = nullptr;
@@ -356,7 +356,7 @@ void _DTK_ResultSet::defineArray(unsigned int position, const OciBuffer& buffer)
     }
 }
 
-// Clients know the missing bulk count of 64-bit integers by a code of its own.
+// For 64-bit integers the missing bulk count has a code of its own, which clients know.
 template <typename T> DTK_ResultSetBase& _DTK_ResultSet::registerArray(T* values) {
     const auto& countNotSet =
         std::is_same_v<T, long long> ? error::bulk_count_not_set_for_int64_or_blob : error::bulk_count_not_set;

@@ -53,7 +53,7 @@ _DTK_Statement::_DTK_Statement(const _DTK_Statement& other)
     appendPlaceholders(other.m_paramBuffers.size());
 }
 
-// A statement assigned to itself has as many placeholders again: the count is taken before any is appended.
+// Assigned to itself, a statement gets twice its placeholders: the count is read before any is appended.
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
 _DTK_Statement& _DTK_Statement::operator=(const _DTK_Statement& other) {
     if (m_stmtHandle != other.m_stmtHandle) {
@@ -246,7 +246,7 @@ DTK_Blob _DTK_Statement::mb_getDTK_Blob(unsigned int position) {
     return dtk::oracle::handleOn(std::move(blob));
 }
 
-// Clients know this getter's conversion error by the code that a result set's getters use.
+// Unlike the other getters this one throws 402, as those of result sets do: clients know it so.
 long long _DTK_Statement::mb_getInt64(unsigned int position) {
     return readNumber<long long>(parameter(position), error::column_conversion_unexpected);
 }
@@ -359,10 +359,10 @@ DTK_ResultSetBase* _DTK_Statement::handOver(std::unique_ptr<_DTK_ResultSet> resu
     return resultSet.release();
 }
 
-// OCI has the words for a position that the text does not have.
+// OCI is asked to bind there, so that its own error is thrown.
 void _DTK_Statement::refusePosition(unsigned int position) {
     if (m_state == unprepared) throw DTK_Exception(error::statement_not_prepared);
-    static int unused = 0; // for good, should OCI take it all the same
+    static int unused = 0; // static, as a client that takes the position keeps the address
     dtk::oracle::bind(handles(), position, {&unused, sizeof unused, OracleType<int>::external});
     throw DTK_Exception(error::parameter_conversion_unexpected);
 }
@@ -386,7 +386,7 @@ template <typename T> void* _DTK_Statement::storedValue(unsigned int position) {
     return bound.m_value;
 }
 
-// OCI gets one byte less of a DTK_STRING than there is, and all of any other type.
+// Of a DTK_STRING OCI is given one byte less than there is; of any other type all bytes.
 void _DTK_Statement::registerText(unsigned int position, DTK_DATATYPES type, unsigned int size) {
     const unsigned int bound_bytes = type == DTK_STRING ? size - 1 : size;
     parameter(position).bindValue(handles(), position, type, makeStorage(size),
