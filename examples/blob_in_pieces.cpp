@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iostream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,11 @@ char* chars(Bytes& bytes) {
     return reinterpret_cast<char*>(bytes.data());
 }
 
+/// Getters do not tell that there is no row: what mb_fetch returns does.
+void require_row(DTK_ResultSetBase& rows, int id) {
+    if (!rows.mb_fetch()) throw std::runtime_error("there is no document " + std::to_string(id));
+}
+
 /// A BLOB of a table is written through its row, which is locked meanwhile: so it is stored empty, then selected.
 void store_file(DTK_ConnectionBase& connection, int id, const std::string& path) {
     const auto insert = dtk::prepare(connection, "INSERT INTO document VALUES (:1, EMPTY_BLOB())");
@@ -28,7 +34,7 @@ void store_file(DTK_ConnectionBase& connection, int id, const std::string& path)
     const auto query = dtk::prepare(connection, "SELECT content FROM document WHERE id = :1 FOR UPDATE");
     query->mb_setInt(1, id);
     const auto rows = dtk::open(*query);
-    rows->mb_fetch();
+    require_row(*rows, id);
     DTK_Blob content = rows->mb_getDTK_Blob(1); // it goes before the result set, whose row it belongs to
     std::ifstream file(path, std::ios::binary);
     Bytes piece(piece_bytes);
@@ -43,7 +49,7 @@ void read_file(DTK_ConnectionBase& connection, int id, const std::string& path) 
     const auto query = dtk::prepare(connection, "SELECT content FROM document WHERE id = :1");
     query->mb_setInt(1, id);
     const auto rows = dtk::open(*query);
-    rows->mb_fetch();
+    require_row(*rows, id);
     DTK_Blob content = rows->mb_getDTK_Blob(1);
     if (content.mb_get()->mb_isNull()) return;
     std::ofstream file(path, std::ios::binary);
@@ -76,6 +82,9 @@ int main() try {
     std::cout << (equal ? "The copy equals the original.\n" : "The copy DIFFERS from the original.\n");
     return equal ? 0 : 1;
 } catch (DTK_Exception& error) {
+    std::cerr << "blob_in_pieces: " << error.what() << '\n';
+    return 1;
+} catch (std::runtime_error& error) {
     std::cerr << "blob_in_pieces: " << error.what() << '\n';
     return 1;
 }

@@ -7,11 +7,12 @@
 #include <oci.h>
 
 #include "dtk/oracle/_DTK_Blob.h"
+#include "dtk/oracle/_DTK_ResultSet.h"
 #include "tests/fixture.h"
 
 namespace {
 
-using support::Statement;
+using dtk::Statement;
 std::string content(DTK_Blob& blob) {
     std::vector<unsigned char> read(blob.mb_get()->mb_length());
     EXPECT_EQ(blob.mb_get()->mb_read(unsigned(read.size()), read.data(), 1), read.size());
@@ -211,6 +212,72 @@ TEST_F(Blobs, HandleAndColumnShareTheLocator) {
     EXPECT_FALSE(rows->mb_fetch());
 }
 
+/// A row with the BLOBs "one" and "two"; the handle on the first one, or both, has gone.
+class LentBlobs : public Blobs {
+  protected:
+    LentBlobs() {
+        table("t", "a BLOB, b BLOB");
+        execute("INSERT INTO t VALUES (HEXTORAW('6F6E65'), HEXTORAW('74776F'))");
+        execute("INSERT INTO t VALUES (HEXTORAW('6F6E65'), HEXTORAW('74776F'))");
+        fetch("SELECT a, b FROM t");
+        fetched.mb_init(nullptr);
+        interpose::reset();
+    }
+
+    /// The locators freed since interpose was reset: handles that shared one which stays free nothing.
+    static std::size_t locatorsFreed() {
+        std::size_t count = 0;
+        for (const auto& call : interpose::calls("OCIDescriptorFree")) count += call.argument<void*>(0) != nullptr;
+        return count;
+    }
+
+    DTK_Blob second;
+};
+
+TEST_F(LentBlobs, AreHandedOutWithoutACallOfOci) {
+    interpose::on("OCIDescriptorAlloc", [](const auto&) { return OCI_ERROR; });
+    second = rows->mb_getDTK_Blob(2);
+    EXPECT_EQ(called(), "");
+    EXPECT_EQ(content(second), "two");
+    second.mb_init(nullptr);
+    EXPECT_EQ(thrown([&] { rows->mb_fetch(); }).substr(0, 7), "DTK 602") << "the fetch replaces what was freed";
+    interpose::reset();
+    ASSERT_TRUE(rows->mb_fetch());
+    second = rows->mb_getDTK_Blob(1);
+    EXPECT_EQ(content(second), "one");
+}
+
+TEST_F(LentBlobs, AreAskedForOnceOrTheHandleIsKept) {
+    unsigned char byte = 0;
+    for (int i = 0; i < 2; ++i) {
+        second = rows->mb_getDTK_Blob(1);
+        EXPECT_FALSE(second.mb_get()->mb_isNull());
+        EXPECT_EQ(thrown([&] { second.mb_get()->mb_read(1, &byte, 1); }), "DTK 600 Uninitialized _DTK_Blob object");
+    }
+    DTK_Blob kept, again;
+    kept = rows->mb_getDTK_Blob(2);
+    for (int i = 0; i < 2; ++i) {
+        again = rows->mb_getDTK_Blob(2);
+        EXPECT_EQ(content(again), "two");
+    }
+    EXPECT_EQ(locatorsFreed(), 0u);
+    EXPECT_EQ(content(kept), "two");
+}
+
+TEST_F(LentBlobs, OutliveAnAssignedResultSet) {
+    auto& original = static_cast<_DTK_ResultSet&>(*rows);
+    DTK_Blob kept;
+    kept = original.mb_getDTK_Blob(2);
+    const Statement statement = prepare("SELECT 1 FROM DUAL");
+    const dtk::ResultSet others = dtk::open(*statement);
+    others->mb_fetch();
+    original = static_cast<_DTK_ResultSet&>(*others);
+    second = original.mb_getDTK_Blob(2);
+    second.mb_init(nullptr);
+    EXPECT_EQ(locatorsFreed(), 0u);
+    EXPECT_EQ(content(kept), "two");
+}
+
 TEST_F(Blobs, ArraysGoInAndOut) {
     DTK_Blob in[3], out[2];
     int keys[]{1, 2, 3};
@@ -219,18 +286,36 @@ TEST_F(Blobs, ArraysGoInAndOut) {
     *statement << keys << in;
     unsigned char buffer[] = "abc";
     for (unsigned int i = 0; i < 3; ++i) in[i].mb_get()->mb_write(i + 1, buffer, 1);
-    in[1].mb_get()->mb_setNull(true);
+    in[0].mb_get()->mb_setNull(true);
     statement->mb_executeArrayUpdate();
     rows = &open("SELECT b FROM t ORDER BY k");
     rows->mb_setBulkCount(2);
     *rows << out;
     ASSERT_TRUE(rows->mb_fetch());
-    EXPECT_EQ(content(out[0]), "a");
-    EXPECT_TRUE(out[1].mb_get()->mb_isNull());
+    EXPECT_TRUE(out[0].mb_get()->mb_isNull());
+    EXPECT_EQ(content(out[1]), "ab");
     ASSERT_TRUE(rows->mb_fetch());
     ASSERT_EQ(rows->mb_getNumArrayRows(), 1);
     EXPECT_EQ(content(out[0]), "abc");
+    EXPECT_TRUE(out[1].mb_get()->mb_isNull()) << "behind the last row";
     EXPECT_FALSE(rows->mb_fetch());
+}
+
+TEST_F(Blobs, SingleOneBesideAnArrayIsSentOncePerIteration) {
+    DTK_Blob blob;
+    temporary(blob, "abc");
+    int keys[]{1, 2};
+    const Statement statement = prepare("INSERT INTO t VALUES (:1, :2)");
+    statement->mb_setUpdateCount(2);
+    *statement << keys;
+    for (const bool null : {false, true}) {
+        blob.mb_get()->mb_setNull(null);
+        statement->mb_setDTK_Blob(2, blob);
+        statement->mb_executeArrayUpdate();
+    }
+    EXPECT_EQ(value("SELECT TO_CHAR(COUNT(*)) FROM t WHERE b IS NULL"), "2");
+    fetch("SELECT b FROM t WHERE b IS NOT NULL ORDER BY k DESC");
+    EXPECT_EQ(content(fetched), "abc");
 }
 
 TEST_F(Blobs, ProcedureFillsArraysAndParameters) {
@@ -316,6 +401,9 @@ const HandleRow handles[] = {
 };
 
 INSTANTIATE_TEST_SUITE_P(Is, Handle, testing::ValuesIn(handles), rowName);
+
+// Clients pass plain pointers where a smart pointer is wanted.
+static_assert(std::is_convertible_v<DTK_BlobBase*, DTK_SmartPointer<DTK_BlobBase>>);
 
 TEST(SmartPointer, GivesNothingWhenItIsEmpty) {
     auto* object = new _DTK_Blob;

@@ -8,9 +8,8 @@
 #include "tests/interpose.h"
 #include "tests/support.h"
 
-namespace support {
-using namespace dtk;
-}
+inline constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
+inline constexpr auto stillOpen = "DTK 501 There are still open Connections";
 
 /// An account of the database that the tests run in: DTK_TEST_DATABASE, DTK_TEST_USER and DTK_TEST_PASSWORD, or else
 /// one of the embedded client's that ends with the test. Tests make their tables anew, so those of one server run in
@@ -20,8 +19,8 @@ struct Account {
     DTK_String password = setting("DTK_TEST_PASSWORD", "tiger");
     DTK_String database = setting("DTK_TEST_DATABASE", freshName());
 
-    support::Pool pool(unsigned int initial, unsigned int maximum) const {
-        support::Pool made(gb_getConnectionPool());
+    dtk::Pool pool(unsigned int initial, unsigned int maximum) const {
+        dtk::Pool made(gb_getConnectionPool());
         made->mb_create(user, password, database, initial, maximum, "", "", 0);
         return made;
     }
@@ -40,12 +39,12 @@ struct Account {
 /// A connection with a second one to look at its work from outside, both of one pool.
 struct World {
     Account account;
-    support::Pool pool = account.pool(2, 2);
-    support::Connection connection{pool->mb_getConnection(true)};
-    support::Connection other{pool->mb_getConnection(true)};
+    dtk::Pool pool = account.pool(2, 2);
+    dtk::Connection connection{pool->mb_getConnection(true)};
+    dtk::Connection other{pool->mb_getConnection(true)};
 
-    support::Statement prepare(const DTK_String& sql) const { return support::prepare(*connection, sql); }
-    void execute(const DTK_String& sql) const { support::execute(*connection, sql); }
+    dtk::Statement prepare(const DTK_String& sql) const { return dtk::prepare(*connection, sql); }
+    void execute(const DTK_String& sql) const { dtk::execute(*connection, sql); }
 
     void table(const char* name, const std::string& columns) const {
         support::drop_table(*connection, name);
@@ -56,41 +55,24 @@ struct World {
     DTK_ResultSetBase& open(const DTK_String& sql) {
         m_rows.reset();
         query = prepare(sql);
-        m_rows = support::open(*query);
+        m_rows = dtk::open(*query);
         return *m_rows;
     }
 
     /// The first value of a query as text, seen through one of the connections.
     static std::string value(DTK_ConnectionBase& seenBy, const DTK_String& sql) {
-        const support::Statement statement = support::prepare(seenBy, sql);
-        const support::ResultSet rows = support::open(*statement);
+        const dtk::Statement statement = dtk::prepare(seenBy, sql);
+        const dtk::ResultSet rows = dtk::open(*statement);
         if (!rows->mb_fetch()) return "no row";
         return rows->mb_isNull(1) ? "NULL" : rows->mb_getString(1).c_str();
     }
     std::string value(const DTK_String& sql) const { return value(*connection, sql); }
 
-    support::Statement query{nullptr, {}};
+    dtk::Statement query{nullptr, {}};
 
   private:
-    support::ResultSet m_rows{nullptr, {}};
+    dtk::ResultSet m_rows{nullptr, {}};
 };
-
-/// "" or what a call throws: the exact type, then the library's code and message, or Oracle's number.
-template <typename Call> std::string thrown(Call call) {
-    try {
-        call();
-        return "";
-    } catch (DTK_Exception& error) {
-        const std::string type = typeid(error) == typeid(DTK_Exception)    ? "DTK "
-                                 : typeid(error) == typeid(ORCL_Exception) ? "ORCL "
-                                                                           : "? ";
-        const std::string message = error.mb_getMessage();
-        if (error.mb_getErrorCode() != 0) return type + std::to_string(error.mb_getErrorCode()) + " " + message;
-        const std::string digits = std::to_string(error.mb_getDBErrorCode());
-        const std::string number = "ORA-" + std::string(5 - digits.size(), '0') + digits;
-        return type + (message.rfind(number + ": ", 0) == 0 ? number : "0 " + message);
-    }
-}
 
 /// What a call writes to standard output.
 template <typename Call> std::string printed(Call call) {
@@ -116,9 +98,9 @@ template <typename T> std::string shown(const T& value) {
 /// and BLOB: the value, or "!" and the code of a refused conversion.
 template <typename Source> std::string readings(Source& source, unsigned int position) {
     const auto reading = [](auto getter) {
-        const std::string read = outcome([&] { return shown(getter()); });
+        const std::string read = thrown([&] { return shown(getter()); });
         const std::size_t refused = read.find(" Unexpected conversion requested, check column type");
-        return " " + (refused == std::string::npos ? read : "!" + read.substr(0, refused));
+        return " " + (refused == std::string::npos ? read : "!" + read.substr(4, refused - 4));
     };
     const auto blobSize = [&] {
         DTK_Blob blob;

@@ -8,11 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "dtk/foundation/DTK_Guard.h"
-#include "dtk/foundation/DTK_Mutex.h"
-#include "dtk/foundation/DTK_Semaphore.h"
-#include "dtk/foundation/DTK_String.h"
-#include "dtk/foundation/ORCL_Exception.h"
+#include "dtk/dtk.h"
 #include "tests/support.h"
 
 namespace {
@@ -140,6 +136,8 @@ INSTANTIATE_TEST_SUITE_P(
                     TextRow{"replace_nothing", "aXa", [](S s) { return replaced(s, "", "b", 0); }, "aXa"},
                     TextRow{"replace_negative_start", "aXa", [](S s) { return replaced(s, "a", "b", -1); }, "aXa"},
                     TextRow{"int", "", [](S) { return converted<&S::mb_fromInt>(-7); }, "-7"},
+                    TextRow{"long", "", [](S) { return converted<&S::mb_fromLong>(LONG_MIN); }, "-9223372036854775808"},
+                    TextRow{"float", "", [](S) { return converted<&S::mb_fromFloat>(-0.15625f); }, "-0.156250"},
                     TextRow{"int64", "", [](S) { return converted<&S::mb_fromInt64>(LLONG_MIN); },
                             "-9223372036854775808"},
                     TextRow{"double_large", "", [](S) { return converted<&S::mb_fromDouble>(-0x1p100); },
@@ -179,7 +177,7 @@ TEST_P(SemaphoreWait, ThrowsWhatTheSystemSays) {
     DTK_Semaphore semaphore;
     timedWaitErrno = GetParam().errorNumber;
     const timespec past{1, 0};
-    EXPECT_EQ(outcome([&] { semaphore.mb_timeWaitAcquire(&past); }), GetParam().error);
+    EXPECT_EQ(thrown([&] { semaphore.mb_timeWaitAcquire(&past); }), GetParam().error);
     timedWaitErrno = 0;
     errno = GetParam().errorNumber;
     EXPECT_EQ(semaphore.mb_getErrorNumber(), GetParam().libraryNumber);
@@ -188,27 +186,28 @@ TEST_P(SemaphoreWait, ThrowsWhatTheSystemSays) {
 
 INSTANTIATE_TEST_SUITE_P(
     Errors, SemaphoreWait,
-    testing::Values(WaitRow{"deadlock", EDEADLK, -11, "5 Deadlock detected by the system"},
-                    WaitRow{"unsupported", ENOSYS, 0, "3  Not implemented "},
-                    WaitRow{"signal", EINTR, -12, "6 External signal interrupted"},
-                    WaitRow{"timeout", ETIMEDOUT, 0, "3  Process is not able to acquire a semaphore "},
-                    WaitRow{"malformed", EINVAL, -10, "3  Process is not able to acquire a semaphore "}),
+    testing::Values(WaitRow{"deadlock", EDEADLK, -11, "DTK 5 Deadlock detected by the system"},
+                    WaitRow{"unsupported", ENOSYS, 0, "DTK 3  Not implemented "},
+                    WaitRow{"signal", EINTR, -12, "DTK 6 External signal interrupted"},
+                    WaitRow{"timeout", ETIMEDOUT, 0, "DTK 3  Process is not able to acquire a semaphore "},
+                    WaitRow{"malformed", EINVAL, -10, "DTK 3  Process is not able to acquire a semaphore "}),
     rowName);
 
 TEST(Semaphore, CountsPermits) {
     DTK_Semaphore semaphore;
     const timespec past{1, 0};
     EXPECT_TRUE(semaphore.mb_timeWaitAcquire(&past));
-    EXPECT_EQ(outcome([&] { semaphore.mb_timeWaitAcquire(&past); }), "3  Process is not able to acquire a semaphore ");
+    EXPECT_EQ(thrown([&] { semaphore.mb_timeWaitAcquire(&past); }),
+              "DTK 3  Process is not able to acquire a semaphore ");
     EXPECT_FALSE(semaphore.mb_tryAcquire());
     EXPECT_EQ(semaphore.mb_getErrorNumber(), -9); // EAGAIN
     EXPECT_TRUE(semaphore.mb_release());
     EXPECT_TRUE(semaphore.mb_acquire());
-    EXPECT_EQ(outcome([&] { semaphore.mb_init(-1); }), "1 The value max value for semaphore cannot be -ve");
+    EXPECT_EQ(thrown([&] { semaphore.mb_init(-1); }), "DTK 1 The value max value for semaphore cannot be -ve");
     EXPECT_EQ(semaphore.mb_getSemValue(), 0);
 }
 
-const char* const stillLocked = "7  Semaphore is still locked by some process ";
+const char* const stillLocked = "DTK 7  Semaphore is still locked by some process ";
 
 TEST(Semaphore, GivesUpDestroyingWhenBusyAHundredTimes) {
     DTK_Semaphore semaphore;
@@ -217,7 +216,7 @@ TEST(Semaphore, GivesUpDestroyingWhenBusyAHundredTimes) {
     EXPECT_TRUE(semaphore.mb_destroy());
     semaphore.mb_init(1);
     destroyErrnos.assign(101, EBUSY);
-    EXPECT_EQ(outcome([&] { semaphore.mb_destroy(); }), stillLocked);
+    EXPECT_EQ(thrown([&] { semaphore.mb_destroy(); }), stillLocked);
     EXPECT_EQ(destroyErrnos.size(), 1u);
     destroyErrnos.clear();
 }
@@ -228,8 +227,8 @@ TEST(Semaphore, DestructorThrowsButNeverDuringUnwinding) {
         destroyErrnos.assign(100, EBUSY);
         if (unwinding) throw DTK_Exception(1, "first");
     };
-    EXPECT_EQ(outcome([&] { destroyBusy(false); }), stillLocked);
-    EXPECT_EQ(outcome([&] { destroyBusy(true); }), "1 first");
+    EXPECT_EQ(thrown([&] { destroyBusy(false); }), stillLocked);
+    EXPECT_EQ(thrown([&] { destroyBusy(true); }), "DTK 1 first");
     EXPECT_TRUE(destroyErrnos.empty());
 }
 

@@ -10,6 +10,7 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <unistd.h>
 
 #include <oci.h>
@@ -32,9 +33,10 @@ Record& record() {
 std::shared_ptr<const Hook> note(const Call& call) {
     Record& noted = record();
     const std::lock_guard lock(noted.mutex);
-    noted.calls.push_back(call);
+    const bool isSemaphore = call.function.rfind("sem_", 0) == 0;
+    if (!isSemaphore) noted.calls.push_back(call);
     auto hook = noted.hooks.find(call.function);
-    if (hook == noted.hooks.end()) hook = noted.hooks.find(std::string_view{});
+    if (hook == noted.hooks.end() && !isSemaphore) hook = noted.hooks.find(std::string_view{});
     return hook == noted.hooks.end() ? nullptr : hook->second;
 }
 
@@ -52,7 +54,7 @@ template <typename T> std::intptr_t word(T argument) {
         return static_cast<std::intptr_t>(argument);
 }
 
-template <auto* function, typename... Arguments> auto stand_in(const char* name, Arguments... arguments) {
+template <auto* function, typename... Arguments> auto standIn(const char* name, Arguments... arguments) {
     static const auto client = reinterpret_cast<decltype(function)>(next(name));
     Call call{name, {word(arguments)...}, {}};
     if (const auto hook = note(call)) {
@@ -86,111 +88,117 @@ void reset() {
 
 } // namespace interpose
 
-using interpose::stand_in;
+using interpose::standIn;
 
 extern "C" {
 
 sword OCIEnvCreate(OCIEnv** a, ub4 b, void* c, void* (*d)(void*, size_t), void* (*e)(void*, void*, size_t),
                    void (*f)(void*, void*), size_t g, void** h) {
-    return stand_in<OCIEnvCreate>(__func__, a, b, c, d, e, f, g, h);
+    return standIn<OCIEnvCreate>(__func__, a, b, c, d, e, f, g, h);
 }
 sword OCIHandleAlloc(const void* a, void** b, ub4 c, size_t d, void** e) {
-    return stand_in<OCIHandleAlloc>(__func__, a, b, c, d, e);
+    return standIn<OCIHandleAlloc>(__func__, a, b, c, d, e);
 }
 sword OCIHandleFree(void* a, ub4 b) {
-    return stand_in<OCIHandleFree>(__func__, a, b);
+    return standIn<OCIHandleFree>(__func__, a, b);
 }
 sword OCIDescriptorAlloc(const void* a, void** b, ub4 c, size_t d, void** e) {
-    return stand_in<OCIDescriptorAlloc>(__func__, a, b, c, d, e);
+    return standIn<OCIDescriptorAlloc>(__func__, a, b, c, d, e);
 }
 sword OCIDescriptorFree(void* a, ub4 b) {
-    return stand_in<OCIDescriptorFree>(__func__, a, b);
+    return standIn<OCIDescriptorFree>(__func__, a, b);
 }
 sword OCIErrorGet(void* a, ub4 b, OraText* c, sb4* d, OraText* e, ub4 f, ub4 g) {
-    return stand_in<OCIErrorGet>(__func__, a, b, c, d, e, f, g);
+    return standIn<OCIErrorGet>(__func__, a, b, c, d, e, f, g);
 }
 sword OCILogon2(OCIEnv* a, OCIError* b, OCISvcCtx** c, const OraText* d, ub4 e, const OraText* f, ub4 g,
                 const OraText* h, ub4 i, ub4 j) {
-    return stand_in<OCILogon2>(__func__, a, b, c, d, e, f, g, h, i, j);
+    return standIn<OCILogon2>(__func__, a, b, c, d, e, f, g, h, i, j);
 }
 sword OCILogoff(OCISvcCtx* a, OCIError* b) {
-    return stand_in<OCILogoff>(__func__, a, b);
+    return standIn<OCILogoff>(__func__, a, b);
 }
 sword OCIPing(OCISvcCtx* a, OCIError* b, ub4 c) {
-    return stand_in<OCIPing>(__func__, a, b, c);
+    return standIn<OCIPing>(__func__, a, b, c);
 }
 sword OCIPasswordChange(OCISvcCtx* a, OCIError* b, const OraText* c, ub4 d, const OraText* e, ub4 f, const OraText* g,
                         sb4 h, ub4 i) {
-    return stand_in<OCIPasswordChange>(__func__, a, b, c, d, e, f, g, h, i);
+    return standIn<OCIPasswordChange>(__func__, a, b, c, d, e, f, g, h, i);
 }
 sword OCITransCommit(OCISvcCtx* a, OCIError* b, ub4 c) {
-    return stand_in<OCITransCommit>(__func__, a, b, c);
+    return standIn<OCITransCommit>(__func__, a, b, c);
 }
 sword OCITransRollback(OCISvcCtx* a, OCIError* b, ub4 c) {
-    return stand_in<OCITransRollback>(__func__, a, b, c);
+    return standIn<OCITransRollback>(__func__, a, b, c);
 }
 sword OCIStmtPrepare2(OCISvcCtx* a, OCIStmt** b, OCIError* c, const OraText* d, ub4 e, const OraText* f, ub4 g, ub4 h,
                       ub4 i) {
-    return stand_in<OCIStmtPrepare2>(__func__, a, b, c, d, e, f, g, h, i);
+    return standIn<OCIStmtPrepare2>(__func__, a, b, c, d, e, f, g, h, i);
 }
 sword OCIStmtRelease(OCIStmt* a, OCIError* b, const OraText* c, ub4 d, ub4 e) {
-    return stand_in<OCIStmtRelease>(__func__, a, b, c, d, e);
+    return standIn<OCIStmtRelease>(__func__, a, b, c, d, e);
 }
 sword OCIStmtExecute(OCISvcCtx* a, OCIStmt* b, OCIError* c, ub4 d, ub4 e, const OCISnapshot* f, OCISnapshot* g, ub4 h) {
-    return stand_in<OCIStmtExecute>(__func__, a, b, c, d, e, f, g, h);
+    return standIn<OCIStmtExecute>(__func__, a, b, c, d, e, f, g, h);
 }
 sword OCIStmtFetch(OCIStmt* a, OCIError* b, ub4 c, ub2 d, ub4 e) {
-    return stand_in<OCIStmtFetch>(__func__, a, b, c, d, e);
+    return standIn<OCIStmtFetch>(__func__, a, b, c, d, e);
 }
 sword OCIBindByPos(OCIStmt* a, OCIBind** b, OCIError* c, ub4 d, void* e, sb4 f, ub2 g, void* h, ub2* i, ub2* j, ub4 k,
                    ub4* l, ub4 m) {
-    return stand_in<OCIBindByPos>(__func__, a, b, c, d, e, f, g, h, i, j, k, l, m);
+    return standIn<OCIBindByPos>(__func__, a, b, c, d, e, f, g, h, i, j, k, l, m);
 }
 sword OCIDefineByPos(OCIStmt* a, OCIDefine** b, OCIError* c, ub4 d, void* e, sb4 f, ub2 g, void* h, ub2* i, ub2* j,
                      ub4 k) {
-    return stand_in<OCIDefineByPos>(__func__, a, b, c, d, e, f, g, h, i, j, k);
+    return standIn<OCIDefineByPos>(__func__, a, b, c, d, e, f, g, h, i, j, k);
 }
 sword OCIParamGet(const void* a, ub4 b, OCIError* c, void** d, ub4 e) {
-    return stand_in<OCIParamGet>(__func__, a, b, c, d, e);
+    return standIn<OCIParamGet>(__func__, a, b, c, d, e);
 }
 sword OCIAttrGet(const void* a, ub4 b, void* c, ub4* d, ub4 e, OCIError* f) {
-    return stand_in<OCIAttrGet>(__func__, a, b, c, d, e, f);
+    return standIn<OCIAttrGet>(__func__, a, b, c, d, e, f);
 }
 sword OCILobCreateTemporary(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub2 d, ub1 e, ub1 f, boolean g,
                             OCIDuration h) {
-    return stand_in<OCILobCreateTemporary>(__func__, a, b, c, d, e, f, g, h);
+    return standIn<OCILobCreateTemporary>(__func__, a, b, c, d, e, f, g, h);
 }
 sword OCILobFreeTemporary(OCISvcCtx* a, OCIError* b, OCILobLocator* c) {
-    return stand_in<OCILobFreeTemporary>(__func__, a, b, c);
+    return standIn<OCILobFreeTemporary>(__func__, a, b, c);
 }
 sword OCILobRead(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4* d, ub4 e, void* f, ub4 g, void* h,
                  sb4 (*i)(void*, const void*, ub4, ub1), ub2 j, ub1 k) {
-    return stand_in<OCILobRead>(__func__, a, b, c, d, e, f, g, h, i, j, k);
+    return standIn<OCILobRead>(__func__, a, b, c, d, e, f, g, h, i, j, k);
 }
 sword OCILobWrite(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4* d, ub4 e, void* f, ub4 g, ub1 h, void* i,
                   sb4 (*j)(void*, void*, ub4*, ub1*), ub2 k, ub1 l) {
-    return stand_in<OCILobWrite>(__func__, a, b, c, d, e, f, g, h, i, j, k, l);
+    return standIn<OCILobWrite>(__func__, a, b, c, d, e, f, g, h, i, j, k, l);
 }
 sword OCILobGetLength(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4* d) {
-    return stand_in<OCILobGetLength>(__func__, a, b, c, d);
+    return standIn<OCILobGetLength>(__func__, a, b, c, d);
 }
 sword OCILobGetChunkSize(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4* d) {
-    return stand_in<OCILobGetChunkSize>(__func__, a, b, c, d);
+    return standIn<OCILobGetChunkSize>(__func__, a, b, c, d);
 }
 sword OCILobIsEqual(OCIEnv* a, const OCILobLocator* b, const OCILobLocator* c, boolean* d) {
-    return stand_in<OCILobIsEqual>(__func__, a, b, c, d);
+    return standIn<OCILobIsEqual>(__func__, a, b, c, d);
 }
 sword OCILobLocatorIsInit(OCIEnv* a, OCIError* b, const OCILobLocator* c, boolean* d) {
-    return stand_in<OCILobLocatorIsInit>(__func__, a, b, c, d);
+    return standIn<OCILobLocatorIsInit>(__func__, a, b, c, d);
 }
 sword OCILobFlushBuffer(OCISvcCtx* a, OCIError* b, OCILobLocator* c, ub4 d) {
-    return stand_in<OCILobFlushBuffer>(__func__, a, b, c, d);
+    return standIn<OCILobFlushBuffer>(__func__, a, b, c, d);
 }
 unsigned sleep(unsigned a) {
-    return stand_in<sleep>(__func__, a);
+    return standIn<sleep>(__func__, a);
+}
+int sem_wait(sem_t* a) {
+    return standIn<sem_wait>(__func__, a);
+}
+int sem_trywait(sem_t* a) {
+    return standIn<sem_trywait>(__func__, a);
 }
 int pthread_create(pthread_t* a, const pthread_attr_t* b, void* (*c)(void*), void* d) {
-    return stand_in<pthread_create>(__func__, a, b, c, d);
+    return standIn<pthread_create>(__func__, a, b, c, d);
 }
 
 } // extern "C"

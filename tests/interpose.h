@@ -11,7 +11,7 @@
 
 /// Stands between the library and the OCI client: a test program with interpose.cpp among its sources sees every call
 /// of an OCI function, of sleep and of pthread_create, may answer it in the client's place, and otherwise has it passed
-/// on.
+/// on. Calls of sem_wait and sem_trywait are too many to note: they reach a hook of their own alone.
 namespace interpose {
 
 /// One call with its arguments in the order of the published signature.

@@ -12,11 +12,8 @@
 
 namespace {
 
-using support::Connection;
-using support::Pool;
-
-constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
-constexpr auto stillOpen = "DTK 501 There are still open Connections";
+using dtk::Connection;
+using dtk::Pool;
 
 /// A database whose file goes away and comes back. The pause between two attempts to reconnect takes no time: the test
 /// decides what happens in it.
@@ -25,7 +22,7 @@ class Outage : public testing::Test {
     Outage() {
         account.database = file;
         pool = account.pool(4, 4);
-        support::execute(*handOut(), "CREATE TABLE work (worker NUMBER(9), item NUMBER(9))");
+        dtk::execute(*handOut(), "CREATE TABLE work (worker NUMBER(9), item NUMBER(9))");
     }
     ~Outage() override {
         interpose::reset();
@@ -68,7 +65,7 @@ TEST_F(Outage, CostsWorkersNothingButTime) {
         gone.count_down();
     };
     const auto insert = [](DTK_ConnectionBase& connection, int worker, int item) {
-        const support::Statement statement = support::prepare(connection, "INSERT INTO work VALUES (:1, :2)");
+        const dtk::Statement statement = dtk::prepare(connection, "INSERT INTO work VALUES (:1, :2)");
         statement->mb_setInt(1, worker);
         statement->mb_setInt(2, item);
         statement->mb_executeUpdate();

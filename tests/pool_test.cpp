@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cerrno>
 #include <functional>
 #include <vector>
 
@@ -8,11 +10,9 @@
 
 namespace {
 
-using support::Connection;
-using support::Pool;
+using dtk::Connection;
+using dtk::Pool;
 
-constexpr auto noPermit = "DTK 3  Process is not able to acquire a semaphore ";
-constexpr auto stillOpen = "DTK 501 There are still open Connections";
 constexpr auto uninitialized = "DTK 201 Uninitialized _DTK_Connection Object";
 
 std::size_t callsOf(std::string_view function) {
@@ -164,6 +164,114 @@ TEST_F(ConnectionPool, ReconnectDuringARefusedLazyLogonKeepsTheMaximum) {
     EXPECT_NE(thrown([&] { handOut(*pool); }), "");
     const Connection first(pool->mb_getConnection(false)), second = handOut(*pool);
     EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+}
+
+TEST_F(ConnectionPool, ReconnectDuringALazyLogonLeavesItsSessionBehind) {
+    const Pool pool = account.pool(0, 2);
+    interpose::on("OCILogon2", [&](const auto& call) {
+        interpose::reset();
+        const int status = call.pass();
+        pool->mb_reConnect(0);
+        return status;
+    });
+    Connection early = handOut(*pool);
+    EXPECT_TRUE(early->mb_ping());
+    std::vector<Connection> all;
+    while (all.size() < 2) EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(false))->mb_ping());
+    early.reset();
+    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit) << "it belongs to the generation before";
+    EXPECT_EQ(callsOf("OCILogoff"), 1u);
+}
+
+TEST_F(ConnectionPool, SignalDoesNotEndAWaitingHandOut) {
+    const Pool pool = account.pool(1, 1);
+    Connection only = handOut(*pool);
+    int waits = 0;
+    interpose::on("sem_wait", [&](const interpose::Call& call) {
+        if (++waits == 3) only.reset();
+        if (waits == 3) return call.pass();
+        errno = EINTR;
+        return -1;
+    });
+    const Connection next(pool->mb_getConnection(false));
+    EXPECT_TRUE(next->mb_ping());
+    EXPECT_EQ(waits, 3);
+    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+}
+
+// The session that comes back while mb_reConnect takes the permits away is still one of the generation before.
+TEST_F(ConnectionPool, PermitGivenBackWhileAReconnectBeginsIsTakenBackToo) {
+    const Pool pool = account.pool(1, 1);
+    Connection late = handOut(*pool);
+    interpose::on("sem_trywait", [&](const interpose::Call& call) {
+        const int status = call.pass();
+        if (status != 0) late.reset();
+        return status;
+    });
+    std::string whileAway = "no pause";
+    interpose::on("OCILogon2", [](const auto&) { return OCI_ERROR; });
+    interpose::on("sleep", [&](const auto&) {
+        whileAway = thrown([&] { handOut(*pool); });
+        interpose::reset();
+        return 0;
+    });
+    pool->mb_reConnect(0);
+    Connection(pool->mb_getConnection(false));
+    EXPECT_EQ(whileAway, noPermit);
+}
+
+TEST_F(ConnectionPool, DeletedSoonAfterAReconnectHasAllItsSessions) {
+    for (int round = 0; round < 20; ++round) {
+        Pool pool = account.pool(1, 1);
+        pool->mb_reConnect(0);
+        EXPECT_EQ(thrown([&] { delete pool.release(); }), "") << round;
+    }
+}
+
+// As a server answers while a password is about to expire: the logon is refused, although there is a session.
+TEST_F(ConnectionPool, LogonWithAWarningLeavesNoSessionOnTheServer) {
+    const Pool pool = account.pool(1, 2);
+    Pool refused(gb_getConnectionPool());
+    const Connection first = handOut(*pool);
+    const auto warn = [](std::size_t warnings) {
+        interpose::reset();
+        interpose::on("sleep", [](const auto&) { return 0; });
+        interpose::on("OCILogon2", [warnings](const interpose::Call& call) {
+            const int status = call.pass();
+            return callsOf("OCILogon2") <= warnings ? int{OCI_SUCCESS_WITH_INFO} : status;
+        });
+    };
+    const auto untilLogoff = [](std::string_view function) { // the position of the first one among all calls
+        const auto calls = interpose::calls();
+        return std::find_if(calls.begin(), calls.end(), [&](auto& call) { return call.function == function; }) -
+               calls.begin();
+    };
+    warn(1);
+    const auto create = [&] { refused->mb_create(account.user, account.password, account.database, 1, 1, "", "", 0); };
+    EXPECT_EQ(thrown(create).substr(0, 3), "DTK");
+    EXPECT_EQ(callsOf("OCILogoff"), 1u);
+    EXPECT_LT(untilLogoff("OCIErrorGet"), untilLogoff("OCILogoff")) << "a logoff overwrites the error";
+    warn(1);
+    EXPECT_EQ(thrown([&] { handOut(*pool); }).substr(0, 4), "ORCL");
+    EXPECT_EQ(callsOf("OCILogoff"), 1u);
+    EXPECT_LT(untilLogoff("OCIErrorGet"), untilLogoff("OCILogoff"));
+    warn(3);
+    pool->mb_reConnect(0);
+    EXPECT_TRUE(Connection(pool->mb_getConnection(false))->mb_ping());
+    EXPECT_EQ(callsOf("OCILogoff"), 3u);
+    EXPECT_EQ(callsOf("sleep"), 3u);
+}
+
+TEST_F(ConnectionPool, PingTellsByItsResultAloneAndTakesTheErrorAway) {
+    const Pool pool = account.pool(1, 1);
+    const Connection connection = handOut(*pool);
+    for (const int status : {OCI_SUCCESS, OCI_SUCCESS_WITH_INFO, OCI_ERROR}) {
+        interpose::reset();
+        interpose::on("OCIPing", [&](const auto&) { return status; });
+        EXPECT_EQ(connection->mb_ping(), status == OCI_SUCCESS);
+        EXPECT_EQ(called(), "OCIPing OCIErrorGet");
+        EXPECT_EQ(interpose::calls()[1].argument<ub4>(6), ub4{OCI_HTYPE_ERROR});
+    }
 }
 
 class Sessionless : public ConnectionPool, public testing::WithParamInterface<bool> {};

@@ -1,3 +1,4 @@
+#include <array>
 #include <functional>
 #include <tuple>
 #include <vector>
@@ -10,7 +11,7 @@
 
 namespace {
 
-using support::Statement;
+using dtk::Statement;
 
 class ResultSets : public World, public testing::Test {
   protected:
@@ -140,7 +141,7 @@ TEST_F(ResultSets, MetadataListsAppend) {
     table("t", "n NUMBER(9)");
     const Statement insert = prepare("INSERT INTO t VALUES (1)");
     insert->mb_executeUpdate();
-    const support::ResultSet none(insert->mb_getResultSet(), {insert.get()});
+    const dtk::ResultSet none(insert->mb_getResultSet(), {insert.get()});
     EXPECT_TRUE(none->mb_listColumnType().empty());
     const std::unique_ptr<DTK_stmtMetadataBase> owner(open("SELECT n, n FROM t").mb_getMetadata());
     auto& metadata = static_cast<_DTK_stmtMetadata&>(*owner);
@@ -179,6 +180,7 @@ TEST_P(Batches, ArriveUntilTheDataEnds) {
             EXPECT_EQ(numbers[i], ++seen);
             EXPECT_EQ(shown(texts[i]), "t" + std::to_string(seen));
         }
+        for (int i = batch; i < row.bulkCount; ++i) EXPECT_EQ(shown(texts[i]), "") << "behind the last row";
     }
     for (int i = 0; i < 3; ++i) EXPECT_FALSE(rows.mb_fetch());
     const auto fetch = interpose::calls("OCIStmtFetch").front();
@@ -262,7 +264,7 @@ TEST_F(ResultSets, GettersNeedARowFetchedAlone) {
     numberedRows(5);
     DTK_ResultSetBase& rows = open("SELECT n FROM t ORDER BY n");
     std::string refused;
-    for (int i = 0; i < 8; ++i) refused += " 404 fetch not called or fetch has been done for bulk data";
+    for (int i = 0; i < 8; ++i) refused += " DTK 404 fetch not called or fetch has been done for bulk data";
     EXPECT_EQ(readings(rows, 1), refused);
     rows.mb_setBulkCount(2);
     EXPECT_TRUE(rows.mb_fetch());
@@ -278,6 +280,27 @@ TEST_F(ResultSets, GettersNeedARowFetchedAlone) {
     EXPECT_TRUE(rows.mb_fetch());
     EXPECT_EQ(rows.mb_getInt(1), 3) << "a batch leaves the row fetched alone";
     EXPECT_FALSE(rows.mb_fetch());
+}
+
+TEST_F(ResultSets, ArrayTakesThePlaceOfAColumn) {
+    numberedRows(6);
+    DTK_ResultSetBase& rows = open("SELECT n, v FROM t ORDER BY n");
+    ASSERT_TRUE(rows.mb_fetch());
+    std::array<int, 2> numbers{};
+    rows.mb_setBulkCount(2);
+    rows.mb_setListCount(0);
+    rows << numbers.data();
+    for (const std::array batch : {std::array{2, 3}, {4, 5}}) {
+        ASSERT_TRUE(rows.mb_fetch());
+        EXPECT_EQ(numbers, batch);
+        EXPECT_EQ(rows.mb_getInt(1), 1);
+        EXPECT_EQ(shown(rows.mb_getString(2)), "t1");
+    }
+    rows.mb_setBulkCount(1);
+    ASSERT_TRUE(rows.mb_fetch());
+    EXPECT_EQ(numbers[0], 6);
+    EXPECT_EQ(rows.mb_getInt(1), 1) << "no column is defined over an array";
+    EXPECT_EQ(shown(rows.mb_getString(2)), "t6");
 }
 
 TEST_F(ResultSets, OperatorsReadTheColumnsInTurn) {
@@ -377,6 +400,20 @@ TEST_F(ResultSets, AssignedOneTakesTheStateOfTheOther) {
     assigned = original;
     ASSERT_TRUE(assigned.mb_fetch());
     EXPECT_EQ(assigned.mb_getNumArrayRows(), 3);
+}
+
+TEST_F(ResultSets, AssignedAcrossStatementsDefinesNothingOnTheOther) {
+    numberedRows(5);
+    auto& original = static_cast<_DTK_ResultSet&>(open("SELECT n FROM t ORDER BY n"));
+    ASSERT_TRUE(original.mb_fetch());
+    const Statement statement = prepare("SELECT v FROM t ORDER BY n");
+    const dtk::ResultSet others = dtk::open(*statement);
+    others->mb_setBulkCount(2);
+    original = static_cast<_DTK_ResultSet&>(*others);
+    interpose::reset();
+    interpose::on("OCIStmtFetch", [](const auto&) { return OCI_SUCCESS; });
+    EXPECT_TRUE(original.mb_fetch());
+    EXPECT_EQ(called(), "OCIStmtFetch");
 }
 
 TEST_F(ResultSets, CopiesFetchIntoBuffersOfTheirOwn) {

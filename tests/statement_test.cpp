@@ -12,7 +12,7 @@
 
 namespace {
 
-using support::Statement;
+using dtk::Statement;
 
 class Statements : public World, public testing::Test {
   protected:
@@ -110,7 +110,7 @@ TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
 
     void* const oldHandle = interpose::calls("OCIStmtExecute").front().argument<void*>(1);
     interpose::reset();
-    statement->mb_setSQL("INSERT INTO t VALUES (:a + :b)");
+    statement->mb_setSQL("INSERT INTO t VALUES (:a - :b)");
     EXPECT_EQ(called(), "OCIStmtRelease OCIStmtPrepare2 OCIAttrGet");
     EXPECT_EQ(interpose::calls()[0].argument<void*>(0), oldHandle);
     EXPECT_EQ(interpose::calls()[1].argument<ub4>(4), 30u);
@@ -118,13 +118,14 @@ TEST_F(Statements, NewTextReplacesTheOldOneAndItsSettings) {
     EXPECT_EQ(thrown([&] { *statement << numbers; }), countNotSet);
     for (const unsigned int position : {1, 2}) {
         EXPECT_EQ(thrown([&] { statement->mb_getInt(position); }), unreadable);
-        statement->mb_setInt(position, 8);
     }
+    statement->mb_setInt(1, 20);
+    statement->mb_setInt(2, 8);
     statement->mb_execute();
     statement->mb_setUpdateCount(1);
     *statement << numbers;
     statement->mb_execute();
-    EXPECT_EQ(value("SELECT COUNT(*) || ' ' || MIN(n) || ' ' || MAX(n) FROM t WHERE n > 4"), "2 12 16");
+    EXPECT_EQ(value("SELECT COUNT(*) || ' ' || MIN(n) || ' ' || MAX(n) FROM t WHERE n <> 4"), "2 -4 12");
 }
 
 TEST_F(Statements, TerminatedIsUnpreparedAndMayBeUsedAgain) {
@@ -175,6 +176,42 @@ TEST_F(Statements, PositionsOutsideTheTextAreRefused) {
         statement->mb_setErrorOnNull(position, true);
         EXPECT_FALSE(statement->mb_isNull(position) || statement->mb_isTruncated(position));
     }
+}
+
+TEST_F(Statements, UnpreparedOneHasNoPositions) {
+    const Statement statement = prepare("");
+    _DTK_Statement alone;
+    DTK_Blob blob, blobs[1];
+    int number = 0;
+    interpose::reset();
+    for (DTK_StatementBase* unprepared : {statement.get(), static_cast<DTK_StatementBase*>(&alone)}) {
+        unprepared->mb_setUpdateCount(1);
+        const auto refusals = std::vector{thrown([&] { unprepared->mb_setInt(1, 1); }),
+                                          thrown([&] { unprepared->mb_setString(1, "a"); }),
+                                          thrown([&] { unprepared->mb_setDTK_Blob(1, blob); }),
+                                          thrown([&] { unprepared->mb_registerOutParam(1, DTK_INT, 0, ""); }),
+                                          thrown([&] { unprepared->mb_registerOutParam(1, DTK_BLOB, 0, ""); }),
+                                          thrown([&] { unprepared->mb_getInt64(1); }),
+                                          thrown([&] { *unprepared << &number; }),
+                                          thrown([&] { *unprepared << blobs; })};
+        EXPECT_EQ(refusals, std::vector<std::string>(8, notPrepared));
+        EXPECT_FALSE(unprepared->mb_isNull(1) || unprepared->mb_isTruncated(1));
+    }
+    EXPECT_EQ(called(), "");
+    EXPECT_EQ(blob.mb_get(), nullptr);
+}
+
+// A client that takes any position must not make the library write behind its own list of them.
+TEST_F(Statements, PositionOutsideTheTextIsRefusedEvenIfTheClientTakesIt) {
+    const Statement statement = prepare("SELECT :1 FROM DUAL");
+    statement->mb_setUpdateCount(1);
+    interpose::on("OCIBindByPos", [](const auto&) { return OCI_SUCCESS; });
+    int numbers[]{1};
+    DTK_String texts[]{"a"};
+    *statement << numbers;
+    EXPECT_EQ(thrown([&] { *statement << numbers; }), unreadable);
+    EXPECT_EQ(thrown([&] { *statement << texts; }), unreadable);
+    EXPECT_EQ(thrown([&] { statement->mb_setInt(1000, 1); }), unreadable);
 }
 
 TEST_F(Statements, AssignedOneLeavesItsOldValuesBehind) {
@@ -511,6 +548,37 @@ TEST_F(Statements, ArraysSendWhatTheyHoldAndOnlyAProcedureMapsBack) {
     EXPECT_EQ(shown(texts[0]) + shown(texts[1]), "a!later!");
 }
 
+TEST_F(Statements, SingleValueBesideAnArrayMayBecomeOneOfAnotherType) {
+    table("t", "n NUMBER(9), v VARCHAR2(10)");
+    int numbers[]{1, 2, 3};
+    const Statement statement = prepare("INSERT INTO t VALUES (:1, :2)");
+    statement->mb_setUpdateCount(3);
+    *statement << numbers;
+    statement->mb_setInt(2, 7);
+    statement->mb_executeArrayUpdate();
+    statement->mb_setString(2, "seven");
+    statement->mb_executeArrayUpdate();
+    statement->mb_setInt(2, 8);
+    statement->mb_executeArrayUpdate();
+    EXPECT_EQ(value("SELECT COUNT(*) || MIN(v) || MAX(v) FROM t"), "97seven");
+    EXPECT_EQ(value("SELECT TO_CHAR(COUNT(*)) FROM t WHERE v = '8'"), "3");
+}
+
+TEST_F(Statements, OutputBesideAnArrayIsThatOfTheFirstIteration) {
+    execute("CREATE OR REPLACE PROCEDURE p (a IN NUMBER, b OUT NUMBER) IS BEGIN b := NULLIF(a, 1); END;");
+    int numbers[]{1, 5};
+    const Statement statement = prepare("BEGIN p(:1, :2); END;");
+    statement->mb_setUpdateCount(2);
+    *statement << numbers;
+    statement->mb_registerOutParam(2, DTK_INT, 0, "");
+    statement->mb_executeProcedure();
+    EXPECT_TRUE(statement->mb_isNull(2));
+    numbers[0] = 4;
+    statement->mb_executeProcedure();
+    EXPECT_FALSE(statement->mb_isNull(2));
+    EXPECT_EQ(statement->mb_getInt(2), 4);
+}
+
 TEST_F(Statements, FailingRowEndsAnArrayAndKeepsTheRowsBeforeIt) {
     table("t", "n NUMBER(2)");
     int numbers[]{1, 2, 100, 4};
@@ -540,6 +608,11 @@ TEST(Mapper, CarriesTextsAndIntegers) {
     numberMapper.mb_mapToint64();
     EXPECT_EQ(printed([&] { textMapper.mb_print(); }), "a\nnew\nabc\n");
     EXPECT_EQ(printed([&] { numberMapper.mb_print(); }), "-12\n-9223372036854775808\n0\n");
+
+    // A number that does not fit fills its slot without a NUL, which OCI refuses, instead of becoming a smaller one.
+    long long wide[]{1234, 123, -123};
+    DTK_int64_mapper(wide, textSlots, 3, sizeof textSlots[0], nullptr).mb_mapToArray();
+    EXPECT_EQ(std::string(textSlots[0], sizeof textSlots), std::string("1234123\0-123", sizeof textSlots));
 }
 
 } // namespace

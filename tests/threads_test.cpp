@@ -4,13 +4,14 @@
 #include <thread>
 #include <vector>
 
+#include "dtk/oracle/_DTK_ConnectionPool.h"
 #include "tests/fixture.h"
 #include "tests/interpose.h"
 
 namespace {
 
-using support::Connection;
-using support::Pool;
+using dtk::Connection;
+using dtk::Pool;
 
 constexpr int threadCount = 16;
 constexpr int sessionCount = 4;
@@ -38,7 +39,7 @@ Connection borrow(DTK_ConnectionPoolBase& pool, int round) {
 
 /// Adds the row of a worker's round, which must find the rows of the rounds before.
 void addRow(DTK_ConnectionBase& connection, int worker, int round) {
-    const support::Statement insert = support::prepare(connection, "INSERT INTO work VALUES (:1, :2)");
+    const dtk::Statement insert = dtk::prepare(connection, "INSERT INTO work VALUES (:1, :2)");
     insert->mb_setInt(1, worker);
     insert->mb_setInt(2, round);
     insert->mb_executeUpdate();
@@ -52,7 +53,7 @@ class Threads : public testing::Test {
     void SetUp() override {
         const Connection connection(keeper->mb_getConnection(true));
         support::drop_table(*connection, "work");
-        support::execute(*connection, "CREATE TABLE work (worker NUMBER(9), round NUMBER(9))");
+        dtk::execute(*connection, "CREATE TABLE work (worker NUMBER(9), round NUMBER(9))");
         interpose::reset();
     }
 
@@ -81,13 +82,50 @@ TEST_P(PooledThreads, NeverHoldMoreThanThereAre) {
     for (const Pool& pool : pools) {
         std::vector<Connection> all;
         for (int i = 0; i < sessionCount; ++i) EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(true))->mb_ping());
-        EXPECT_EQ(thrown([&] { all.emplace_back(pool->mb_getConnection(true)); }),
-                  "DTK 3  Process is not able to acquire a semaphore ");
+        EXPECT_EQ(thrown([&] { all.emplace_back(pool->mb_getConnection(true)); }), noPermit);
     }
     EXPECT_EQ(interpose::calls("OCILogon2").size(), pools.size() * sessionCount);
 }
 
 INSTANTIATE_TEST_SUITE_P(OfPools, PooledThreads, testing::Values(1, 2));
+
+TEST_F(Threads, FindEveryPermitAgainAfterAnyMixOfReconnects) {
+    constexpr int maximum = 3, borrowers = 6, borrowings = 15, reconnects = 4;
+    interpose::on("OCILogon2", [](const auto&) {
+        std::this_thread::yield(); // so that others come in the way of a lazy logon
+        return std::nullopt;
+    });
+    for (int round = 0; round < 40; ++round) {
+        SCOPED_TRACE(round);
+        Pool pool = account.pool(round % (maximum + 1), maximum);
+        const auto work = [&](int worker) {
+            for (int i = 0; i < borrowings; ++i) {
+                const Connection connection = borrow(*pool, i + worker);
+                EXPECT_TRUE(connection->mb_ping()) << "handed out without a session";
+                if (i % 3 == 0) pool->mb_returnConnection(connection.get());
+            }
+        };
+        std::vector<std::thread> threads;
+        for (int worker = 0; worker < borrowers; ++worker)
+            threads.emplace_back([&, worker] { EXPECT_EQ(thrown([&] { work(worker); }), ""); });
+        for (int generation = 0; generation < reconnects; ++generation) {
+            pool->mb_reConnect(generation);
+            if (generation % 2 == round % 2) Connection(pool->mb_getConnection(false)); // else two in a row
+        }
+        for (std::thread& thread : threads) thread.join();
+        std::vector<Connection> all;
+        all.emplace_back(pool->mb_getConnection(false)); // waits for the last reconnect
+        EXPECT_EQ(thrown([&] {
+                      while (all.size() <= maximum)
+                          EXPECT_TRUE(all.emplace_back(pool->mb_getConnection(true))->mb_ping());
+                  }),
+                  noPermit);
+        EXPECT_EQ(all.size(), unsigned{maximum});
+        all.clear();
+        const std::string deletion = thrown([&] { delete pool.release(); });
+        if (!deletion.empty()) _DTK_ConnectionPool::mb_closeEnvironment(); // idle sessions of both generations
+    }
+}
 
 TEST_F(Threads, ReadTheErrorOfTheirOwnStatement) {
     if (account.database.mb_subStr(0, 7).c_str() != std::string("memory:"))
@@ -104,7 +142,7 @@ TEST_F(Threads, ReadTheErrorOfTheirOwnStatement) {
         const Connection connection(wide->mb_getConnection(true));
         const auto& failure = failures[static_cast<std::size_t>(number) % std::size(failures)];
         for (int round = 0; round < rounds; ++round) {
-            EXPECT_EQ(thrown([&] { support::execute(*connection, failure.first); }), failure.second) << failure.first;
+            EXPECT_EQ(thrown([&] { dtk::execute(*connection, failure.first); }), failure.second) << failure.first;
             connection->mb_rollback();
         }
     });

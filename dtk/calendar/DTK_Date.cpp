@@ -14,8 +14,6 @@ namespace error = dtk::error;
 
 namespace {
 
-constexpr long seconds_per_day = 86400;
-
 struct DateText {
     char text[3 * calendar::longest_number + 1];
 };
@@ -24,7 +22,7 @@ calendar::CivilDate civil(const st_Date& date) {
     return {date.year, date.month, date.day};
 }
 
-st_Date readRecord(const char* text) {
+st_Date read_record(const char* text) {
     const std::string_view digits(text, strnlen(text, 8));
     return {.day = calendar::number_at(digits, 6, 2),
             .month = calendar::number_at(digits, 4, 2),
@@ -55,10 +53,10 @@ DTK_Date::DTK_Date(char* text) {
     mb_fromText(text);
 }
 
-DTK_Date::DTK_Date(const DTK_DateTime& dateTime) : m_jday(dateTime.m_julian / seconds_per_day) {}
+DTK_Date::DTK_Date(const DTK_DateTime& dateTime) : m_jday(dateTime.m_julian / calendar::seconds_per_day) {}
 
 DTK_Date& DTK_Date::operator=(DTK_DateTime dateTime) {
-    m_jday = dateTime.m_julian / seconds_per_day;
+    m_jday = dateTime.m_julian / calendar::seconds_per_day;
     return *this;
 }
 
@@ -99,7 +97,7 @@ bool DTK_Date::mb_validate(st_Date& date) {
 }
 
 bool DTK_Date::mb_validate(char* text) {
-    return text != nullptr && calendar::is_valid(civil(readRecord(text)));
+    return text != nullptr && calendar::is_valid(civil(read_record(text)));
 }
 
 bool DTK_Date::mb_isLeapYear(st_Date& date) {
@@ -149,7 +147,7 @@ DTK_String DTK_Date::mb_toString(DATE_FORMAT format) const {
 void DTK_Date::mb_fromText(char* text) {
     if (text == nullptr) throw DTK_Exception(error::date_text_null);
     if (*text == '\0') throw DTK_Exception(error::date_text_empty);
-    const calendar::CivilDate date = civil(readRecord(text));
+    const calendar::CivilDate date = civil(read_record(text));
     if (!calendar::is_valid(date)) throw DTK_Exception(error::date_invalid);
     m_jday = calendar::day_number(date);
 }

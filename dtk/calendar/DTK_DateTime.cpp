@@ -14,8 +14,6 @@ namespace error = dtk::error;
 
 namespace {
 
-constexpr long long seconds_per_day = 86400;
-
 struct DateTimeText {
     char text[6 * calendar::longest_number + 1];
 };
@@ -24,17 +22,17 @@ calendar::CivilDate civil(const st_DateTime& dateTime) {
     return {dateTime.year, dateTime.month, dateTime.day};
 }
 
-bool isValid(const st_DateTime& value) {
+bool is_valid(const st_DateTime& value) {
     return calendar::is_valid(civil(value)) && value.hour >= 0 && value.hour < 24 && value.minute >= 0 &&
            value.minute < 60 && value.second >= 0 && value.second < 60;
 }
 
-long long julianSeconds(const st_DateTime& value) {
-    return calendar::day_number(civil(value)) * seconds_per_day +
+long long julian_seconds(const st_DateTime& value) {
+    return calendar::day_number(civil(value)) * calendar::seconds_per_day +
            (value.hour * 3600 + value.minute * 60 + value.second);
 }
 
-st_DateTime readRecord(const char* text, DATETIME_FORMAT format) {
+st_DateTime read_record(const char* text, DATETIME_FORMAT format) {
     if (!calendar::is_known(format)) throw DTK_Exception(error::date_time_text_format_unknown);
     const std::string_view digits(text, strnlen(text, 14));
     st_DateTime record{};
@@ -73,9 +71,9 @@ void write(DateTimeText& out, const st_DateTime& value, DATETIME_FORMAT format) 
 
 } // namespace
 
-DTK_DateTime::DTK_DateTime(long long julianSeconds) : m_julian(julianSeconds) {}
+DTK_DateTime::DTK_DateTime(long long julian_seconds) : m_julian(julian_seconds) {}
 
-DTK_DateTime::DTK_DateTime(const DTK_Date& date) : m_julian(date.m_jday * seconds_per_day) {}
+DTK_DateTime::DTK_DateTime(const DTK_Date& date) : m_julian(date.m_jday * calendar::seconds_per_day) {}
 
 DTK_DateTime::DTK_DateTime(const DTK_DbDate& dbDate) {
     *this = dbDate;
@@ -90,14 +88,15 @@ DTK_DateTime& DTK_DateTime::operator=(DTK_DbDate dbDate) {
 
 DTK_DateTime::DTK_DateTime(int year, int month, int day, int hour, int minute, int second) {
     const st_DateTime value{day, month, year, hour, minute, second};
-    if (!isValid(value)) throw DTK_Exception(error::date_time_invalid);
-    m_julian = julianSeconds(value);
+    if (!is_valid(value)) throw DTK_Exception(error::date_time_invalid);
+    m_julian = julian_seconds(value);
 }
 
 DTK_DateTime::DTK_DateTime(const char* text, DATETIME_FORMAT format) {
     mb_fromText(text, format);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): its signature is fixed
 DTK_DateTime& DTK_DateTime::operator=(DTK_String text) {
     mb_fromText(text.c_str(), DTF_YYYYMMDDHH24MISS);
     return *this;
@@ -105,18 +104,18 @@ DTK_DateTime& DTK_DateTime::operator=(DTK_String text) {
 
 long long DTK_DateTime::mb_toJulianDateTime(int year, int month, int day, int hour, int minute, int second) {
     const st_DateTime value{day, month, year, hour, minute, second};
-    if (!isValid(value)) throw DTK_Exception(error::date_time_fields_invalid);
-    return m_julian = julianSeconds(value);
+    if (!is_valid(value)) throw DTK_Exception(error::date_time_fields_invalid);
+    return m_julian = julian_seconds(value);
 }
 
 long long DTK_DateTime::mb_toJulianDateTime(st_DateTime& dateTime) {
-    if (!isValid(dateTime)) throw DTK_Exception(error::date_time_record_invalid);
-    return m_julian = julianSeconds(dateTime);
+    if (!is_valid(dateTime)) throw DTK_Exception(error::date_time_record_invalid);
+    return m_julian = julian_seconds(dateTime);
 }
 
 void DTK_DateTime::mb_toDateTime(int& year, int& month, int& day, int& hour, int& minute, int& second) const {
-    const calendar::CivilDate date = calendar::civil_date(m_julian / seconds_per_day);
-    const int rest = static_cast<int>(m_julian % seconds_per_day);
+    const calendar::CivilDate date = calendar::civil_date(m_julian / calendar::seconds_per_day);
+    const int rest = static_cast<int>(m_julian % calendar::seconds_per_day);
     year = static_cast<int>(date.year);
     month = date.month;
     day = date.day;
@@ -130,7 +129,7 @@ void DTK_DateTime::mb_toDateTime(st_DateTime& dateTime) const {
 }
 
 long long DTK_DateTime::mb_addDays(int n) {
-    return mb_addSeconds(n * seconds_per_day);
+    return mb_addSeconds(n * calendar::seconds_per_day);
 }
 
 long long DTK_DateTime::mb_addHours(int n) {
@@ -148,18 +147,18 @@ long long DTK_DateTime::mb_addSeconds(long long n) {
 }
 
 long long DTK_DateTime::mb_addMonths(int n) {
-    const auto start = calendar::civil_date(m_julian / seconds_per_day);
+    const auto start = calendar::civil_date(m_julian / calendar::seconds_per_day);
     const auto moved = calendar::plus_months(start, n, calendar::MonthZero::is_invalid);
     if (!calendar::is_valid(moved)) throw DTK_Exception(error::date_time_months_invalid);
-    return m_julian = calendar::day_number(moved) * seconds_per_day + m_julian % seconds_per_day;
+    return m_julian = calendar::day_number(moved) * calendar::seconds_per_day + m_julian % calendar::seconds_per_day;
 }
 
 bool DTK_DateTime::mb_validate(st_DateTime& dateTime) {
-    return isValid(dateTime);
+    return is_valid(dateTime);
 }
 
 bool DTK_DateTime::mb_validate(char* text, DATETIME_FORMAT format) {
-    return isValid(readRecord(text == nullptr ? "" : text, format));
+    return is_valid(read_record(text == nullptr ? "" : text, format));
 }
 
 bool DTK_DateTime::mb_isLeapYear(st_DateTime& dateTime) {
@@ -180,7 +179,7 @@ DTK_DateTime& DTK_DateTime::mb_fromSysDate() {
     const std::time_t now = std::time(nullptr);
     std::tm local;
     localtime_r(&now, &local);
-    m_julian = julianSeconds(
+    m_julian = julian_seconds(
         {local.tm_mday, local.tm_mon + 1, local.tm_year + 1900, local.tm_hour, local.tm_min, local.tm_sec});
     return *this;
 }
@@ -206,12 +205,12 @@ long long DTK_DateTime::mb_fromText(const char* text, DATETIME_FORMAT format) {
     if (*text == '\0') throw DTK_Exception(error::date_time_text_empty);
     st_DateTime value;
     try {
-        value = readRecord(text, format);
+        value = read_record(text, format);
     } catch (const DTK_Exception&) {
         throw;
     } catch (...) {
         throw DTK_Exception(error::date_time_text_unreadable);
     }
-    if (!isValid(value)) throw DTK_Exception(error::date_time_text_invalid);
-    return m_julian = julianSeconds(value);
+    if (!is_valid(value)) throw DTK_Exception(error::date_time_text_invalid);
+    return m_julian = julian_seconds(value);
 }

@@ -33,7 +33,7 @@ st_DateTime decode(const unsigned char* image) {
             .second = image[6] - 1};
 }
 
-bool isInEncodingRange(unsigned char timeByte) {
+bool is_in_encoding_range(unsigned char timeByte) {
     return timeByte >= 1 && timeByte <= 60;
 }
 
@@ -145,8 +145,8 @@ unsigned char* DTK_DbDate::mb_fromDateTimeStruct(st_DateTime& dateTime) {
 bool DTK_DbDate::mb_validate(const unsigned char* image) {
     if (image == nullptr) return false;
     const st_DateTime value = decode(image);
-    return calendar::is_valid({value.year, value.month, value.day}) && isInEncodingRange(image[4]) &&
-           isInEncodingRange(image[5]) && isInEncodingRange(image[6]);
+    return calendar::is_valid({value.year, value.month, value.day}) && is_in_encoding_range(image[4]) &&
+           is_in_encoding_range(image[5]) && is_in_encoding_range(image[6]);
 }
 
 bool DTK_DbDate::mb_isLeapYear(st_DateTime& dateTime) {

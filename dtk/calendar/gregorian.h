@@ -5,6 +5,8 @@
 /// The proleptic Gregorian calendar that the calendar types share.
 namespace dtk::calendar {
 
+inline constexpr long long seconds_per_day = 86400;
+
 /// The year is wider than an int, so that no month sum overflows.
 struct CivilDate {
     long long year;

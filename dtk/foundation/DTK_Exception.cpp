@@ -20,6 +20,7 @@ DTK_Exception::DTK_Exception(int errorCode, std::string message)
       m_dbErrorCode(0),
       m_message(std::move(message)) {}
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): its signature is fixed
 DTK_Exception::DTK_Exception(int errorCode, std::string origin, int line, std::string message)
     : DTK_Exception(errorCode, located(origin, line, message)) {}
 

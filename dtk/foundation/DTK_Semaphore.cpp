@@ -10,8 +10,8 @@ namespace {
 constexpr int busy_limit = 100;
 constexpr int delay_passes = 30000;
 
-const dtk::error::Definition& timedWaitError(int errorNumber) {
-    switch (errorNumber) {
+const dtk::error::Definition& timed_wait_error(int error_number) {
+    switch (error_number) {
     case EDEADLK: return dtk::error::semaphore_deadlock;
     case ENOSYS: return dtk::error::semaphore_wait_not_implemented;
     case EINTR: return dtk::error::semaphore_wait_interrupted;
@@ -50,7 +50,7 @@ bool DTK_Semaphore::mb_acquire() {
 
 bool DTK_Semaphore::mb_timeWaitAcquire(const timespec* deadline) {
     if (sem_timedwait(&m_semaphore, deadline) == 0) return true;
-    throw DTK_Exception(timedWaitError(errno));
+    throw DTK_Exception(timed_wait_error(errno));
 }
 
 int DTK_Semaphore::mb_getSemValue() {

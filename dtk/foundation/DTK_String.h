@@ -1,7 +1,6 @@
 /// @file
 #pragma once
 
-#include <cstddef>
 #include <iosfwd>
 #include <string>
 
@@ -70,18 +69,6 @@ class DTK_EXPORT DTK_String {
     unsigned int mb_hash();
 
   private:
-    friend class _DTK_ResultSet;
-
-    /// Keeps what is private here out of the choice between the constructors that are not.
-    struct Private {
-        explicit Private() = default;
-    };
-
-    /// The first `length` of `readable` bytes. A constant number of bytes is copied without a call.
-    DTK_String(Private, const char* bytes, std::size_t readable, std::size_t length) : m_str(bytes, readable) {
-        m_str.resize(length);
-    }
-
     std::string m_str;
 };
 

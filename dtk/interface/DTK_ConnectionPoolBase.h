@@ -14,7 +14,8 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     /// Logs every session off and, with the last pool of the process, frees the shared environment.
     ///
     /// Give every connection back first, and let no other thread use the pool any more. A reconnect that is under way
-    /// is given up; the destructor waits for its attempt or pause to end (a minute, if the database stays away).
+    /// makes at least one attempt and is given up when that one fails, or the one after its pause; the destructor waits
+    /// for it (a minute, if the database stays away).
     ///
     /// @throws DTK_Exception 501 "There are still open Connections" the idle sessions are not exactly those that the
     ///         pool counts: connections are still out, or a reconnect has left sessions of both generations. The object
@@ -44,8 +45,8 @@ class DTK_EXPORT DTK_ConnectionPoolBase {
     ///
     /// @param timedWait  false: wait until a permit is free, without limit.
     ///                   true: never wait; with no permit free the call fails at once.
-    /// @return a connection that the caller owns; deleting it gives the session back. When a reconnect has left fewer
-    ///         sessions than permits it may hold no session: its operations then throw 201.
+    /// @return a connection that the caller owns; deleting it gives the session back. Only when mb_create has been
+    ///         called twice it may hold no session: its operations then throw 201.
     /// @throws DTK_Exception 3 " Process is not able to acquire a semaphore " no permit is free (timed form only)
     /// @throws DTK_Exception 500 "Error initializing connection handles" no service context could be allocated; the
     ///         permit is given back

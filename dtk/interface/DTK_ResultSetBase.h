@@ -64,7 +64,7 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// freed since.
     ///
     /// @return true: a row, or at least one row of a batch, has arrived. false: the data has ended; further calls
-    ///         return false again.
+    ///         return false again. The getters and mb_isNull then still tell of the row before.
     /// @throws ORCL_Exception OCI refused the fetch or a define, or reported a warning
     /// @throws DTK_Exception 704 "error in getting parameter count for the statement" the columns could not be
     ///         described
@@ -91,8 +91,8 @@ class DTK_EXPORT DTK_ResultSetBase {
     /// Moves operator<< and operator>> so that the next one uses column `count` + 1; column 1 for a count below 1.
     virtual void mb_setListCount(int count) = 0;
 
-    /// Whether the column is NULL in the row fetched last. A column of type DTK_UNKNOWN never reads as NULL: a NULL in
-    /// it makes mb_fetch fail.
+    /// Whether the column is NULL in the row fetched last; false when no row has arrived. A column of type DTK_UNKNOWN
+    /// never reads as NULL: a NULL in it makes mb_fetch fail.
     virtual bool mb_isNull(unsigned int column) = 0;
 
     /// Whether the value was cut and its full length does not fit 16 bits; a shorter cut is not reported.
@@ -119,8 +119,9 @@ class DTK_EXPORT DTK_ResultSetBase {
 
     /// @{
 
-    /// Each reads a column of the current row, as often and in any order as wanted. For a NULL column the value is what
-    /// the buffer last held: ask mb_isNull first.
+    /// Each reads a column of the row fetched last, as often and in any order as wanted. For a NULL column the value is
+    /// what the buffer last held: ask mb_isNull first. After mb_fetch has returned false they give the last row's
+    /// values again, and where there was no row at all, 0 and the empty text.
     ///
     /// Numbers convert among each other and into text; a date becomes a text of the form YYYYMMDDHH24MISS; a text never
     /// becomes a number. A floating-point value becomes an integer by way of 64 bits: truncated toward zero, 0 for NaN,
@@ -139,7 +140,9 @@ class DTK_EXPORT DTK_ResultSetBase {
     virtual long long mb_getInt64(unsigned int column) = 0;
 
     /// Hands out the column's BLOB, flagged null when the column is NULL. The handle shares the column's locator: the
-    /// next fetch moves the handle on to the next row's value. Read it before that, and keep one handle per row.
+    /// next fetch moves the handle on to the next row's value. Read it before that. Ask for a row's BLOB once, or keep
+    /// the first handle: with the last handle its locator is freed, and one asked for after that has none (its reads
+    /// and writes throw 600) until the next fetch.
     virtual DTK_Blob mb_getDTK_Blob(unsigned int column) = 0;
     /// @}
 

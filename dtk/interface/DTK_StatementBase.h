@@ -36,6 +36,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// @throws DTK_Exception 301 "Fetch count not set" mb_setUpdateCount has not been called; nothing has changed
     /// @throws DTK_Exception 602 "_DTK_Blob object initialization error, initialization of descriptor failed" a
     ///         temporary BLOB could not be made; the placeholder counts as taken
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws ORCL_Exception the bind was refused; the placeholder counts as taken
     virtual DTK_StatementBase& operator<<(DTK_DbDate* dates) = 0;
     virtual DTK_StatementBase& operator<<(DTK_String* strings) = 0;
@@ -115,6 +116,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// @param name  ignored
     /// @throws DTK_Exception 602 "DTK_Blob object initialization error, initialization of descriptor failed" a
     ///         temporary BLOB could not be made for a DTK_BLOB
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws ORCL_Exception the bind was refused
     ///
     /// After a failure the position is as before.
@@ -127,6 +129,7 @@ class DTK_EXPORT DTK_StatementBase {
     /// sends. Setting a number or date again with the same type only stores the value, without a bind. There is no way
     /// to bind an input NULL; a position whose last output was NULL sends NULL again.
     ///
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     /// @throws ORCL_Exception the bind was refused; the position keeps its old value
     virtual void mb_setInt(unsigned int position, int value) = 0;
     virtual void mb_setUInt(unsigned int position, unsigned int value) = 0;
@@ -149,6 +152,8 @@ class DTK_EXPORT DTK_StatementBase {
     /// @{
 
     /// Each reads the value of one position. After a NULL output it is what the storage last held: ask mb_isNull first.
+    /// So it is after an execution that put nothing out, of which mb_isNull does not tell: where a RETURNING may match
+    /// no row, set the position to a value that cannot come back before you execute.
     ///
     /// The numeric getters convert between DTK_INT, DTK_UINT, DTK_INT64, DTK_FLOAT and DTK_DOUBLE. A floating-point
     /// value becomes an integer by way of 64 bits: truncated toward zero, 0 for NaN, the nearest end where it does not
@@ -156,6 +161,7 @@ class DTK_EXPORT DTK_StatementBase {
     ///
     /// @throws DTK_Exception 303 "Unexpected conversion requested, check column type" (with code 402 for mb_getInt64)
     ///         the stored type cannot be read as the requested one
+    /// @throws DTK_Exception 302 "Statement handle not prepared" the statement is not prepared
     virtual int mb_getInt(unsigned int position) = 0;
     virtual unsigned int mb_getUInt(unsigned int position) = 0;
     virtual float mb_getFloat(unsigned int position) = 0;
@@ -190,7 +196,8 @@ class DTK_EXPORT DTK_StatementBase {
     /// @return 1: failures throw
     virtual int mb_executeUpdate() = 0;
 
-    /// Whether the position's output was NULL.
+    /// Whether the position's last output was NULL. An execution that puts nothing out, as a RETURNING that matched no
+    /// row, leaves this as it was: false, if it was the first.
     virtual bool mb_isNull(unsigned int position) = 0;
 
     /// Whether the position's output was cut and its full length does not fit 16 bits; a shorter cut is not reported.

@@ -6,6 +6,13 @@
 #include "dtk/interface/DTK_BlobBase.h"
 #include "dtk/oracle/DTK_SmartPointer.h"
 
+class DTK_Blob;
+class _DTK_Blob;
+
+namespace dtk::oracle {
+DTK_Blob handleOn(std::unique_ptr<_DTK_Blob> blob);
+}
+
 extern template class DTK_SmartPointer<DTK_BlobBase>;
 
 /// A caller's handle on a binary large object. Handles are assigned freely; the last one on an object deletes it.
@@ -35,10 +42,8 @@ class DTK_EXPORT DTK_Blob {
     DTK_BlobBase* mb_get();
 
   private:
-    friend class _DTK_ResultSet;
-    friend class _DTK_Statement;
+    friend DTK_Blob dtk::oracle::handleOn(std::unique_ptr<_DTK_Blob> blob);
 
-    // Getters return `DTK_Blob(std::move(blob))`, which the language never copies; a named local might be, uncounted.
     explicit DTK_Blob(std::unique_ptr<DTK_BlobBase> blob);
 
     DTK_SmartPointer<DTK_BlobBase> m_pointer;

@@ -3,10 +3,11 @@
 #include <new>
 
 #include "dtk/oracle/DTK_Blob.h"
-#include "dtk/oracle/OracleType.h"
 #include "dtk/oracle/_DTK_Blob.h"
+#include "dtk/oracle/detail/OracleType.h"
 
 using dtk::oracle::indicatorNull;
+using dtk::oracle::locatorOf;
 
 DTK_Blob_mapper::DTK_Blob_mapper(DTK_Blob* blobs, OCILobLocator** locators, int count, short* indicators)
     : m_blobs(blobs),
@@ -16,8 +17,8 @@ DTK_Blob_mapper::DTK_Blob_mapper(DTK_Blob* blobs, OCILobLocator** locators, int 
 
 void DTK_Blob_mapper::mb_mapToOCIBlobArray() {
     for (int i = 0; i < m_count; ++i) {
-        const auto* blob = static_cast<const _DTK_Blob*>(m_blobs[i].mb_get());
-        m_locators[i] = blob ? blob->m_locator : nullptr;
+        auto* blob = static_cast<_DTK_Blob*>(m_blobs[i].mb_get());
+        m_locators[i] = blob ? locatorOf(*blob) : nullptr;
         m_indicators[i] = !blob || blob->mb_isNull() ? indicatorNull : short{0};
     }
 }
@@ -26,7 +27,7 @@ void DTK_Blob_mapper::mb_mapToDTK_Blob() {
     for (int i = 0; i < m_count; ++i) {
         auto* blob = static_cast<_DTK_Blob*>(m_blobs[i].mb_get());
         if (!blob) continue;
-        blob->m_locator = m_locators[i];
+        locatorOf(*blob) = m_locators[i];
         blob->mb_setNull(m_indicators[i] == indicatorNull);
     }
 }

@@ -30,7 +30,7 @@ template <typename T> class DTK_EXPORT DTK_SmartPointer {
     };
 
     /// Takes the object over; a null one makes an empty pointer.
-    explicit DTK_SmartPointer(T* object) : m_counter(object ? new ST_Counter(object, 1) : nullptr) {}
+    DTK_SmartPointer(T* object) : m_counter(object ? new ST_Counter(object, 1) : nullptr) {}
     ~DTK_SmartPointer() { mb_release(); }
 
     /// Releases the old object and takes the new one over. It must not be the one that is already held. When there is

@@ -1,5 +1,6 @@
 #include "dtk/oracle/DTK_int64_mapper.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,7 +16,11 @@ DTK_int64_mapper::DTK_int64_mapper(long long* values, void* buffer, int count, i
       m_lengths(lengths) {}
 
 void DTK_int64_mapper::mb_mapToArray() {
-    for (int i = 0; i < m_count; ++i) std::snprintf(slot(i), static_cast<std::size_t>(m_width), "%lld", m_values[i]);
+    for (int i = 0; i < m_count; ++i) {
+        char digits[24];
+        const int length = std::snprintf(digits, sizeof digits, "%lld", m_values[i]);
+        std::memcpy(slot(i), digits, static_cast<std::size_t>(std::min(length + 1, m_width)));
+    }
 }
 
 void DTK_int64_mapper::mb_mapToint64() {

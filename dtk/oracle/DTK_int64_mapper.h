@@ -21,7 +21,7 @@ class DTK_EXPORT DTK_int64_mapper {
     DTK_int64_mapper& operator=(const DTK_int64_mapper&) = default;
     /// @}
 
-    /// Writes every value into its slot, cut to the slot's width.
+    /// Writes every value into its slot. One that is too long fills its slot without a NUL, which OCI refuses.
     void mb_mapToArray();
 
     /// Reads every slot's leading number into the caller's element: 0 where there is none, the nearest end of the range

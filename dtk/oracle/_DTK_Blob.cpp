@@ -1,7 +1,7 @@
 #include "dtk/oracle/_DTK_Blob.h"
 
-#include "dtk/oracle/check.h"
-#include "dtk/oracle/locators.h"
+#include "dtk/oracle/detail/locators.h"
+#include "dtk/oracle/detail/oci.h"
 
 namespace error = dtk::error;
 using dtk::oracle::check;
@@ -27,7 +27,7 @@ _DTK_Blob& _DTK_Blob::operator=(const _DTK_Blob& other) {
     return *this;
 }
 
-// A locator that is not temporary, or that there is not, is OCI's to refuse: there is nothing to do about it here.
+// OCI refuses to free a null locator, or as temporary one that is not: nothing can be done about it here.
 _DTK_Blob::~_DTK_Blob() {
     ignore(OCILobFreeTemporary(m_svcCtx, m_errorHandle, m_locator));
     ignore(OCIDescriptorFree(m_locator, OCI_DTYPE_LOB));
@@ -77,7 +77,7 @@ unsigned int _DTK_Blob::mb_readChunk(unsigned int amount, unsigned char* buffer)
     return bytesRead;
 }
 
-// Callers know this operation as one that never fails and always writes at the position reached by reading.
+// Callers rely on this: it never fails, and it writes where reading has stopped.
 unsigned int _DTK_Blob::mb_writeChunk(unsigned int amount, unsigned char* buffer) {
     requireLocator();
     if (amount == 0) return 0;
@@ -104,8 +104,10 @@ bool _DTK_Blob::mb_flushBuffer() {
 bool _DTK_Blob::mb_initialize(OCIEnv* environment, OCISvcCtx* serviceContext, OCIError* errorHandle, bool temporary) {
     m_svcCtx = serviceContext;
     m_errorHandle = errorHandle;
-    if (!dtk::oracle::allocateLocator(environment, m_locator) ||
-        (temporary && !dtk::oracle::createTemporary(m_svcCtx, m_errorHandle, m_locator))) {
+    OCILobLocator* locator = dtk::oracle::allocateLocator(environment);
+    if (!locator) throw DTK_Exception(error::blob_descriptor_failed);
+    m_locator = locator;
+    if (temporary && !dtk::oracle::createTemporary(m_svcCtx, m_errorHandle, m_locator)) {
         throw DTK_Exception(error::blob_descriptor_failed);
     }
     return false;
@@ -132,4 +134,8 @@ unsigned int _DTK_Blob::readFrom(unsigned int amount, unsigned char* buffer, uns
 int _DTK_Blob::writeAt(unsigned int& amount, unsigned char* buffer, unsigned int offset) {
     return OCILobWrite(m_svcCtx, m_errorHandle, m_locator, &amount, offset, buffer, amount, OCI_ONE_PIECE, nullptr,
                        nullptr, 0, SQLCS_IMPLICIT);
+}
+
+OCILobLocator*& dtk::oracle::locatorOf(_DTK_Blob& blob) {
+    return blob.m_locator;
 }

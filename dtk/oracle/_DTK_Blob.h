@@ -7,6 +7,11 @@ struct OCIEnv;
 struct OCIError;
 struct OCILobLocator;
 struct OCISvcCtx;
+class _DTK_Blob;
+
+namespace dtk::oracle {
+OCILobLocator*& locatorOf(_DTK_Blob& blob);
+}
 
 /// A BLOB over an OCI locator. Copies share the locator, and only one of a set of copies may be destroyed.
 class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
@@ -50,9 +55,7 @@ class DTK_EXPORT _DTK_Blob : public DTK_BlobBase {
     OCIError* m_errorHandle;  ///< the process's; not owned
 
   private:
-    friend class DTK_Blob_mapper;
-    friend class _DTK_ResultSet;
-    friend class _DTK_Statement;
+    friend OCILobLocator*& dtk::oracle::locatorOf(_DTK_Blob& blob);
 
     OCIEnv* environment() const;
     void requireLocator() const;

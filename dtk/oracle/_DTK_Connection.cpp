@@ -5,7 +5,7 @@
 
 #include "dtk/oracle/_DTK_ConnectionPool.h"
 #include "dtk/oracle/_DTK_Statement.h"
-#include "dtk/oracle/check.h"
+#include "dtk/oracle/detail/oci.h"
 
 namespace error = dtk::error;
 using dtk::oracle::check;
@@ -39,16 +39,16 @@ void _DTK_Connection::mb_terminateStatement(DTK_StatementBase* statement) {
     requireSession();
     auto& terminated = *static_cast<_DTK_Statement*>(statement);
     if (!terminated.m_stmtHandle) return;
-    OCIError* errorHandle = _DTK_ConnectionPool::m_OCIError;
+    OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     check(OCIStmtRelease(terminated.m_stmtHandle, errorHandle, nullptr, 0, OCI_DEFAULT), errorHandle);
     terminated.mb_reinitializeObject();
 }
 
 bool _DTK_Connection::mb_ping() {
     if (!m_svcCtx) return false;
-    OCIError* errorHandle = _DTK_ConnectionPool::m_OCIError;
+    OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     const sword status = OCIPing(m_svcCtx, errorHandle, OCI_DEFAULT);
-    // A ping tells by its result alone: what OCI says of a failure is asked for and dropped.
+    // Only the result tells. The error is read so that no later call reports it, and dropped.
     sb4 number = 0;
     OraText message[1024];
     ignore(OCIErrorGet(errorHandle, 1, nullptr, &number, message, sizeof message, OCI_HTYPE_ERROR));
@@ -57,14 +57,14 @@ bool _DTK_Connection::mb_ping() {
 
 bool _DTK_Connection::mb_commit() {
     requireSession();
-    OCIError* errorHandle = _DTK_ConnectionPool::m_OCIError;
+    OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     check(OCITransCommit(m_svcCtx, errorHandle, OCI_DEFAULT), errorHandle);
     return false;
 }
 
 bool _DTK_Connection::mb_rollback() {
     requireSession();
-    OCIError* errorHandle = _DTK_ConnectionPool::m_OCIError;
+    OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     check(OCITransRollback(m_svcCtx, errorHandle, OCI_DEFAULT), errorHandle);
     return false;
 }
@@ -72,7 +72,7 @@ bool _DTK_Connection::mb_rollback() {
 bool _DTK_Connection::mb_changePassword(const DTK_String& user, const DTK_String& oldPassword,
                                         const DTK_String& newPassword) {
     requireSession();
-    OCIError* errorHandle = _DTK_ConnectionPool::m_OCIError;
+    OCIError* errorHandle = _DTK_ConnectionPool::sharedErrorHandle();
     check(OCIPasswordChange(m_svcCtx, errorHandle, oraText(user), user.mb_length(), oraText(oldPassword),
                             oldPassword.mb_length(), oraText(newPassword), static_cast<sb4>(newPassword.mb_length()),
                             OCI_DEFAULT),

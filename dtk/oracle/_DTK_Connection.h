@@ -25,9 +25,11 @@ class DTK_EXPORT _DTK_Connection : public DTK_ConnectionBase {
     void mb_flushCache() override;
     void mb_setAutoCommit(bool on) override;
 
+    /// The session; null when the connection holds none.
+    OCISvcCtx* serviceContext() const { return m_svcCtx; }
+
   private:
     friend class _DTK_ConnectionPool;
-    friend class _DTK_Statement;
 
     void requireSession() const;
 

@@ -59,13 +59,18 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     OCIEnv* mb_getEnvironmentHandle() { return m_environment; }
     /// @}
 
+    /// @{
+
+    /// The same for those that know no pool, as a statement does whose connection has gone back.
+    static OCIError* sharedErrorHandle() { return m_OCIError; }
+    static OCIEnv* sharedEnvironment() { return m_environment; }
+    /// @}
+
   private:
-    // They use the shared handles also when their connection has gone back and knows no pool any more.
-    friend class _DTK_Connection;
-    friend class _DTK_Statement;
     friend void* gb_pthreadInitFunc(void* pool);
 
     void takePermit(bool timedWait);
+    bool handOut(_DTK_Connection& connection);
     void releasePermits();
     void drainPermits();
     void drainSessions(std::queue<OCISvcCtx*>& drained);
@@ -94,6 +99,8 @@ class DTK_EXPORT _DTK_ConnectionPool : public DTK_ConnectionPoolBase {
     DTK_Mutex m_reconnectMutex;
     DTK_Semaphore m_available;
     std::shared_ptr<dtk::oracle::Reconnects> m_reconnects;
+    int m_openGeneration; ///< whose sessions are handed out; behind m_generation while a reconnect is under way
+    int m_permits;        ///< hand-outs that may still be made; the semaphore may hold less while threads come in
 };
 
 /// The start routine of a reconnect thread; its argument is the pool.

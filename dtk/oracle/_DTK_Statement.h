@@ -3,22 +3,21 @@
 #include <memory>
 #include <vector>
 
-#include "dtk/foundation/columnBuffer.h"
 #include "dtk/foundation/export.h"
 #include "dtk/interface/DTK_StatementBase.h"
-#include "dtk/oracle/DTK_Blob_mapper.h"
-#include "dtk/oracle/DTK_String_mapper.h"
-#include "dtk/oracle/DTK_int64_mapper.h"
-#include "dtk/oracle/Rows.h"
+#include "dtk/oracle/detail/Mappers.h"
 
-struct OCIBind;
-struct OCIEnv;
 struct OCIError;
-struct OCILobLocator;
 struct OCIStmt;
 struct OCISvcCtx;
+class _DTK_Blob;
 class _DTK_Connection;
 class _DTK_ResultSet;
+
+namespace dtk::oracle {
+struct Handles;
+class Parameter;
+} // namespace dtk::oracle
 
 /// A statement over an OCI statement handle, which the connection releases. Bound values and array buffers belong to
 /// the statement; OCI reads and writes them in place.
@@ -88,50 +87,22 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
 
     enum State : int { unprepared = 0, prepared = 1, executedAsQuery = 3, executedWithIterations = 4 };
 
-    /// What a position's bind reads and writes while it is one value: not an array, and not unbound.
-    struct SingleValue {
-        void* value;
-        int size_bytes;
-        unsigned short external;
-        short* indicator;
-    };
-
-    struct Parameter : columnBuffer {
-        SingleValue single{};
-        short blobIndicator = 0;
-        dtk::oracle::Rows iterations; ///< the single value once per iteration, for executions with more than one
-    };
-
-    OCIError* errorHandle() const;
     OCISvcCtx* serviceContext() const;
+    dtk::oracle::Handles handles() const;
     bool hasParameter(unsigned int position) const { return position - 1 < m_paramBuffers.size(); }
-    Parameter& parameter(unsigned int position) {
-        if (!hasParameter(position)) refusePosition(position);
-        return *m_paramBuffers[position - 1];
-    }
+    dtk::oracle::Parameter& parameter(unsigned int position);
     [[noreturn]] void refusePosition(unsigned int position);
 
     void prepare(const DTK_String& sql);
     void appendPlaceholders(std::size_t count);
-    void releaseMappers();
-    void mapIn();
-    void mapOut();
+    void repeatValues(std::size_t iterations);
+    std::unique_ptr<_DTK_Blob> makeTemporaryBlob() const;
     DTK_ResultSetBase* handOver(std::unique_ptr<_DTK_ResultSet> resultSet);
 
-    void bind(unsigned int position, void* value, int size_bytes, unsigned short external, void* indicators);
-    void bindStorage(unsigned int position, dtk::oracle::Storage storage, int size_bytes, unsigned short external,
-                     DTK_DATATYPES type);
-    static void keep(Parameter& bound, dtk::oracle::Storage storage, int size_bytes, unsigned short external,
-                     DTK_DATATYPES type);
     template <typename T> void setValue(unsigned int position, const T& value);
     template <typename T> void* storedValue(unsigned int position);
     void registerText(unsigned int position, DTK_DATATYPES type, unsigned int size);
     void registerBlob(unsigned int position);
-
-    void repeatSingleValues(std::size_t iterations);
-    void bindIterations(unsigned int position, std::size_t iterations);
-    void takeFirstIteration();
-    void forgetSingleValues();
 
     unsigned int takeBindPosition();
     template <typename T> DTK_StatementBase& bindArray(T* values);
@@ -144,10 +115,6 @@ class DTK_EXPORT _DTK_Statement : public DTK_StatementBase {
     bool m_updateCountSet;
     State m_state;
     unsigned int m_executeMode;
-    std::vector<DTK_String_mapper> m_stringMappers;
-    std::vector<DTK_int64_mapper> m_int64Mappers;
-    std::vector<DTK_Blob_mapper> m_blobMappers;
-    std::vector<OCIBind*> m_binds;
-    std::vector<std::unique_ptr<Parameter>> m_paramBuffers;
-    bool m_valuesRepeated = false; ///< some position is bound to its iterations
+    dtk::oracle::Mappers m_mappers;
+    std::vector<std::unique_ptr<dtk::oracle::Parameter>> m_paramBuffers;
 };

@@ -1,7 +1,7 @@
 #include "dtk/oracle/_DTK_stmtMetadata.h"
 
 #include "dtk/foundation/DTK_DATATYPES.h"
-#include "dtk/oracle/check.h"
+#include "dtk/oracle/detail/oci.h"
 
 namespace error = dtk::error;
 using dtk::oracle::check;
@@ -74,7 +74,7 @@ int _DTK_stmtMetadata::mb_getType(unsigned int column) {
     return numberType(static_cast<unsigned int>(scale), precision);
 }
 
-// OCI writes the scale into one byte of the value; clients know negative scales by what that makes of them.
+// OCI writes the scale as one signed byte, so that -127 reads as 129. Clients rely on that.
 int _DTK_stmtMetadata::mb_getScale(unsigned int column) {
     unsigned short scale = 0;
     if (readAttribute(column, OCI_ATTR_SCALE, scale) != OCI_SUCCESS) throw DTK_Exception(error::scale_unavailable);

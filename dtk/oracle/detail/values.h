@@ -4,8 +4,9 @@
 #include <type_traits>
 
 #include "dtk/foundation/DTK_Exception.h"
+#include "dtk/foundation/DTK_String.h"
 #include "dtk/foundation/columnBuffer.h"
-#include "dtk/oracle/OracleType.h"
+#include "dtk/oracle/detail/OracleType.h"
 
 namespace dtk::oracle {
 
@@ -27,7 +28,12 @@ template <typename To, typename From> To convertNumber(From value) {
     }
 }
 
-/// Reads a number of another type than the one asked for. Out of line, so that the usual case needs no stack frame.
+/// Throws out of line: a getter that may throw itself takes more than twice the instructions.
+[[noreturn, gnu::noinline]] inline void fail(const error::Definition& reason) {
+    throw DTK_Exception(reason);
+}
+
+/// Reads a number of another type than the one asked for; out of line as well.
 template <typename To>
 [[gnu::noinline]] To readOtherNumber(const columnBuffer& buffer, const error::Definition& unreadable) {
     switch (buffer.m_type) {
@@ -48,5 +54,10 @@ template <typename To> To readNumber(const columnBuffer& buffer, const error::De
         return *static_cast<const To*>(buffer.m_value);
     return readOtherNumber<To>(buffer, unreadable);
 }
+
+/// Makes a text of a value that is none.
+///
+/// @throws DTK_Exception 402 it is a BLOB
+DTK_String otherText(const columnBuffer& buffer);
 
 } // namespace dtk::oracle

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "dtk/oracle/Storage.h"
+#include "dtk/oracle/detail/Storage.h"
 
 namespace dtk::oracle {
 
-/// Zeroed memory for as many values of one width, and behind them as many indicators, as OCI reads or writes at once.
+/// Zeroed memory for a number of values of one width, followed by their indicators.
 class Rows {
   public:
     Rows() = default;

@@ -15,7 +15,7 @@ struct StorageDeleter {
 /// ::operator delete, which is why it comes from ::operator new whatever it holds.
 using Storage = std::unique_ptr<void, StorageDeleter>;
 
-/// Zeroed memory. One byte behind it is zero as well, so that text which fills it still ends.
+/// Zeroed memory with one more zero byte behind it, so that a text that fills it still ends.
 inline Storage makeStorage(std::size_t size_bytes) {
     Storage storage(::operator new(size_bytes + 1));
     std::memset(storage.get(), 0, size_bytes + 1);

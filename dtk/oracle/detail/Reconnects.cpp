@@ -1,24 +1,30 @@
-#include "dtk/oracle/Reconnects.h"
-
-#include <utility>
+#include "dtk/oracle/detail/Reconnects.h"
 
 namespace dtk::oracle {
 
-void Reconnects::begin() {
+void Reconnects::begin(int generation) {
     const std::lock_guard lock(m_mutex);
+    m_generations.push_back(generation);
     ++m_threads;
-    ++m_drains;
+}
+
+void Reconnects::cancel() {
+    const std::lock_guard lock(m_mutex);
+    m_generations.pop_back();
+    --m_threads;
+}
+
+int Reconnects::next() {
+    const std::lock_guard lock(m_mutex);
+    const int generation = m_generations.front();
+    m_generations.pop_front();
+    return generation;
 }
 
 void Reconnects::end() {
     const std::lock_guard lock(m_mutex);
     --m_threads;
     m_ended.notify_all();
-}
-
-int Reconnects::takeDrains() {
-    const std::lock_guard lock(m_mutex);
-    return std::exchange(m_drains, 0);
 }
 
 bool Reconnects::closing() {

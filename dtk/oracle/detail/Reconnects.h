@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 
 namespace dtk::oracle {
@@ -9,14 +10,17 @@ namespace dtk::oracle {
 /// outlives the pool that waits for it.
 class Reconnects {
   public:
-    /// Announces a thread and a drain of the idle sessions.
-    void begin();
+    /// Announces a thread that is to open a generation.
+    void begin(int generation);
 
-    /// The last act of a thread, or of the caller when the thread could not be started. The drain stays announced.
+    /// Takes back the last announcement: its thread could not be started.
+    void cancel();
+
+    /// The generation to open next. Each thread asks once, and not always in the order in which they were started.
+    int next();
+
+    /// The last act of a thread.
     void end();
-
-    /// @return the drains announced since the last call
-    int takeDrains();
 
     bool closing();
 
@@ -27,7 +31,7 @@ class Reconnects {
     std::mutex m_mutex;
     std::condition_variable m_ended;
     int m_threads = 0;
-    int m_drains = 0;
+    std::deque<int> m_generations; ///< announced and not yet taken
     bool m_closing = false;
 };
 
