@@ -23,7 +23,7 @@ struct Call {
     /// The argument at an index that starts at 0.
     template <typename T> T argument(std::size_t index) const {
         if constexpr (std::is_pointer_v<T>)
-            return reinterpret_cast<T>(arguments.at(index));
+            return reinterpret_cast<T>(arguments.at(index)); // NOLINT(performance-no-int-to-ptr): it was one
         else
             return static_cast<T>(arguments.at(index));
     }

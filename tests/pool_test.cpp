@@ -216,7 +216,7 @@ TEST_F(ConnectionPool, PermitGivenBackWhileAReconnectBeginsIsTakenBackToo) {
         return 0;
     });
     pool->mb_reConnect(0);
-    Connection(pool->mb_getConnection(false));
+    const Connection waited(pool->mb_getConnection(false));
     EXPECT_EQ(whileAway, noPermit);
 }
 

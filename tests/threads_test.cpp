@@ -110,7 +110,8 @@ TEST_F(Threads, FindEveryPermitAgainAfterAnyMixOfReconnects) {
             threads.emplace_back([&, worker] { EXPECT_EQ(thrown([&] { work(worker); }), ""); });
         for (int generation = 0; generation < reconnects; ++generation) {
             pool->mb_reConnect(generation);
-            if (generation % 2 == round % 2) Connection(pool->mb_getConnection(false)); // else two in a row
+            if (generation % 2 != round % 2) continue; // two in a row
+            const Connection waited(pool->mb_getConnection(false));
         }
         for (std::thread& thread : threads) thread.join();
         std::vector<Connection> all;
