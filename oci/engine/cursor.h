@@ -57,8 +57,9 @@ class Cursor {
     Defines m_defines;
     Rows m_rows;
     bool m_described = false;
-    bool m_at_end = false;         ///< the end of the query has been reported
-    bool m_fetch_prepared = false; ///< described, not at its end and its outputs made: fetches need not look
+    bool m_at_end = false;              ///< the end of the query has been reported
+    bool m_fetch_prepared = false;      ///< described, not at its end and its outputs made: fetches need not look
+    unsigned long long m_locked_in = 0; ///< of FOR UPDATE the transaction that holds the rows' lock, with which it ends
     ub4 m_rows_fetched = 0;
     ub4 m_row_count = 0;
 };

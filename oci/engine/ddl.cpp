@@ -1,4 +1,5 @@
 #include "oci/engine/accounts.h"
+#include "oci/engine/alter_session.h"
 #include "oci/engine/definitions/catalogue_query.h"
 #include "oci/engine/definitions/catalogue_tables.h"
 #include "oci/engine/definitions/migration.h"
@@ -304,8 +305,7 @@ class Definition : TokenReader {
         if (accept("USER")) {
             const std::string user = accounts::canonical(name().text);
             const std::string password = identified_by();
-            accounts::drop(m_session, user);
-            return accounts::create(m_session, user, password);
+            return accounts::alter(m_session, user, password);
         }
         expect("TABLE", 940);
         const std::string sql = "ALTER TABLE " + identifier(name());
@@ -382,6 +382,7 @@ void execute_other(Session& session, const Statement& statement) {
     session.check_connected_lately();
     const Token& first = statement.tokens().front();
     if (control_transaction(session, statement.tokens())) return;
+    if (first.is("ALTER") && statement.tokens()[1].is("SESSION")) return alter_session(session, statement.text());
     if (!is_definition(first)) throw OracleError(900, "near \"" + std::string(first.text) + "\"");
     Definition(session, statement).run();
 }
