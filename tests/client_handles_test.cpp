@@ -1,4 +1,5 @@
 #include "tests/oci_session.h"
+#include "tests/scratch_folder.h"
 #include "tests/support.h"
 
 #include <cstring>
@@ -11,18 +12,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using Strings = std::vector<std::string>;
-
-struct ScratchFolder {
-    ScratchFolder() {
-        std::string pattern = fs::temp_directory_path() / "dtk-test-XXXXXX";
-        path = mkdtemp(pattern.data());
-    }
-    ~ScratchFolder() { fs::remove_all(path); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    fs::path path;
-};
 
 std::string errorText(const OciSession& session) {
     char text[400] = "";

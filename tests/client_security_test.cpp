@@ -1,5 +1,5 @@
 #include "tests/oci_session.h"
-#include "support.h"
+#include "tests/scratch_folder.h"
 
 #include <gtest/gtest.h>
 
