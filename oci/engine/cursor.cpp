@@ -2,6 +2,7 @@
 
 #include "oci/engine/buffers/large_object.h"
 #include "oci/engine/language.h"
+#include "oci/engine/other_statements.h"
 
 #include <sqlite3.h>
 

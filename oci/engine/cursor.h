@@ -67,7 +67,4 @@ class Cursor {
 /// Runs a block once for each iteration from `first` on.
 /// @param done  counts the iterations that succeeded
 void execute_block(Cursor& cursor, ub4 iterations, ub4 first, ub4& done);
-/// Runs DDL, or a statement that controls the transaction.
-void execute_other(Session& session, const Statement& statement);
-
 } // namespace oci

@@ -71,6 +71,8 @@ OracleError statement_error(std::string_view message) {
     if (message.starts_with("no such function: ")) {
         return OracleError(error::invalid_identifier, quoted_path(behind(message, ": ")));
     }
+    if (message.starts_with("not authorized to use function: "))
+        return OracleError(error::invalid_identifier, quoted_path(behind(message, ": ")));
     if (message.starts_with("ambiguous column name: ")) {
         return OracleError(error::ambiguous_column, quoted_path(behind(message, ": ")));
     }
@@ -81,15 +83,6 @@ OracleError statement_error(std::string_view message) {
         if (message.find(known.part) != std::string_view::npos) return OracleError(known.cause);
     }
     return OracleError(error::invalid_statement, message);
-}
-
-/// What SQL must not touch does not exist for who asks.
-OracleError forbidden_error(std::string_view message) {
-    constexpr std::string_view function = "not authorized to use function: ";
-    if (message.starts_with(function))
-        return OracleError(error::invalid_identifier, quoted_path(behind(message, function)));
-    return message.find("prohibited") != std::string_view::npos ? OracleError(error::no_such_table)
-                                                                : OracleError(error::insufficient_privileges);
 }
 
 std::string path_of(sqlite3* db) {
@@ -120,7 +113,7 @@ OracleError sqlite_error(sqlite3* db) {
         return extended == SQLITE_ERROR_SNAPSHOT ? OracleError(error::snapshot_too_old) : statement_error(message);
     case SQLITE_CONSTRAINT: return constraint_error(extended, message);
     case SQLITE_BUSY: return OracleError(error::wait_expired);
-    case SQLITE_AUTH: return forbidden_error(message);
+    case SQLITE_AUTH: return OracleError(error::no_such_table); // what SQL must not touch is not there
     case SQLITE_LOCKED: return OracleError(error::resource_busy);
     case SQLITE_ABORT:
     case SQLITE_SCHEMA: return OracleError(error::snapshot_too_old);
