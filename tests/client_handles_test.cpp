@@ -1,4 +1,5 @@
 #include "tests/oci_session.h"
+#include "tests/scratch_folder.h"
 #include "tests/support.h"
 
 #include <cstring>
@@ -11,18 +12,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using Strings = std::vector<std::string>;
-
-struct ScratchFolder {
-    ScratchFolder() {
-        std::string pattern = fs::temp_directory_path() / "dtk-test-XXXXXX";
-        path = mkdtemp(pattern.data());
-    }
-    ~ScratchFolder() { fs::remove_all(path); }
-    ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
-
-    fs::path path;
-};
 
 std::string errorText(const OciSession& session) {
     char text[400] = "";
@@ -237,7 +226,7 @@ TEST_F(ClientTransactions, undoWhatFailsAndNothingElse) {
         runAll({"SAVEPOINT a", "INSERT INTO t VALUES (1, 'x')", "SAVEPOINT b", "INSERT INTO t SELECT id + 1, v FROM t",
                 "INSERT INTO t SELECT id + 2, v FROM t", "SELECT COUNT(*) FROM t", "ROLLBACK TO c", "COMMIT FOR EVER",
                 "ROLLBACK WORK TO SAVEPOINT a", "SELECT COUNT(*) FROM t", "ROLLBACK TO b"}),
-        (Strings{"", "", "", "ORA-00001", "", "4", "ORA-01086", "ORA-00933", "", "1", "ORA-01086"}));
+        (Strings{"", "", "", "ORA-00001", "", "4", "ORA-01086", "ORA-02185", "", "1", "ORA-01086"}));
 }
 
 TEST_F(ClientTransactions, waitForTheLockAsLongAsTold) {

@@ -262,7 +262,7 @@ const Group groups[] = {
       {"SELECT ROWNUM FROM emp", "ORA-00904"},
       {"SELECT empno FROM emp FOR UPDATE SKIP LOCKED", "ORA-03001"},
       {"CREATE SEQUENCE s", "ORA-00900"},
-      {"ALTER SESSION SET x = 1", "ORA-00940"},
+      {"ALTER SESSION SET x = 1", "ORA-02248"},
       {"MERGE INTO emp USING dept ON (1 = 1) WHEN MATCHED THEN UPDATE SET sal = 1", "ORA-00900"}}},
 };
 

@@ -239,7 +239,7 @@ class Frame {
         const Translation translation = translate(m_session, statement, positions());
         if (translation.for_update) m_session.begin(translation.patience);
         if (query && translation.into.empty()) refuse("PLS-00428: an INTO clause is expected in this SELECT statement");
-        const Compiled compiled = m_session.compile(translation.sql);
+        const Compiled compiled = m_session.compile_for_application(translation.sql);
         check_targets(compiled.get(), translation);
         bind(compiled.get());
         if (!step(compiled.get())) {
@@ -255,7 +255,7 @@ class Frame {
     }
 
     OwnedValue evaluate(Tokens expression) {
-        const Compiled compiled = m_session.compile(translate_value(m_session, expression, positions()).sql);
+        const Compiled compiled = m_session.compile_for_application(translate_value(m_session, expression, positions()).sql);
         if (sqlite3_column_count(compiled.get()) != 1) refuse("PLS-00306: one value is expected");
         bind(compiled.get());
         step(compiled.get());

@@ -2,6 +2,7 @@
 
 #include "oci/engine/buffers/large_object.h"
 #include "oci/engine/language.h"
+#include "oci/engine/other_statements.h"
 
 #include <sqlite3.h>
 
@@ -43,6 +44,8 @@ void Cursor::define(unsigned position, const Buffer& buffer) {
 }
 
 void Cursor::execute(ub4 iterations, ub4 first) {
+    if (m_statement->text().find('\0') != std::string::npos) throw OracleError(error::invalid_character);
+    m_session.restart_work();
     m_rows.close();
     m_rows_fetched = 0;
     keep_open_queries_apart(m_session, m_statement->kind());
@@ -81,6 +84,7 @@ void Cursor::execute_query() {
     }
     if (began && !m_rows.row_waits()) m_session.rollback(); // no row, no lock
     if (m_statement->describe_by_value(m_rows.row_waits() ? m_rows.row() : nullptr)) m_defines.forget_outputs();
+    m_locked_in = translation.for_update ? m_session.transaction() : 0;
     m_described = true;
     m_at_end = false;
 }
@@ -162,9 +166,10 @@ void Cursor::run_actions(ub4 iteration) {
 
 [[gnu::noinline]] void Cursor::prepare_fetch() {
     if (!m_described) throw OracleError(24338);
-    if (m_at_end) throw OracleError(1002);
+    if (m_at_end || (m_locked_in != 0 && m_locked_in != m_session.transaction()))
+        throw OracleError(error::fetch_out_of_sequence);
     if (!m_defines.ready()) m_defines.make_outputs(m_statement->program().columns);
-    m_fetch_prepared = true;
+    m_fetch_prepared = m_locked_in == 0;
 }
 
 /// There is nothing behind the end, nor behind the row that failed.
@@ -185,6 +190,7 @@ inline bool Cursor::fetch_row(ub4 index) {
 
 bool Cursor::fetch(ub4 rows) {
     m_rows_fetched = 0;
+    m_session.restart_work();
     if (!m_fetch_prepared) prepare_fetch();
     try {
         for (ub4 row = 0; row < rows; ++row) {

@@ -57,8 +57,9 @@ class Cursor {
     Defines m_defines;
     Rows m_rows;
     bool m_described = false;
-    bool m_at_end = false;         ///< the end of the query has been reported
-    bool m_fetch_prepared = false; ///< described, not at its end and its outputs made: fetches need not look
+    bool m_at_end = false;              ///< the end of the query has been reported
+    bool m_fetch_prepared = false;      ///< described, not at its end and its outputs made: fetches need not look
+    unsigned long long m_locked_in = 0; ///< of FOR UPDATE the transaction that holds the rows' lock, with which it ends
     ub4 m_rows_fetched = 0;
     ub4 m_row_count = 0;
 };
@@ -66,7 +67,4 @@ class Cursor {
 /// Runs a block once for each iteration from `first` on.
 /// @param done  counts the iterations that succeeded
 void execute_block(Cursor& cursor, ub4 iterations, ub4 first, ub4& done);
-/// Runs DDL, or a statement that controls the transaction.
-void execute_other(Session& session, const Statement& statement);
-
 } // namespace oci

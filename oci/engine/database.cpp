@@ -1,8 +1,8 @@
 #include "oci/engine/database.h"
 
-#include "oci/values/errors.h"
+#include "oci/engine/scratch_folder.h"
+#include "oci/values/values.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <unistd.h>
@@ -44,15 +44,6 @@ fs::path absolute_path(std::string_view connect_string) {
     return folder / path.filename();
 }
 
-/// Shared by sessions as a file is, in a folder of its own that lives in memory where the system has such a place.
-std::string scratch_folder() {
-    std::error_code failure;
-    const fs::path root = fs::is_directory("/dev/shm", failure) ? fs::path("/dev/shm") : fs::temp_directory_path();
-    std::string pattern = root / "dtk-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw OracleError(1034, "no folder for a database in memory");
-    return pattern;
-}
-
 /// Runs behind all that a process does at its exit, which may leave sessions open.
 [[gnu::destructor]] void remove_scratch_folders() {
     for (const auto& [name, known] : registry().databases) {
@@ -70,24 +61,23 @@ std::shared_ptr<Database> Database::find(std::string_view connect_string) {
     const std::lock_guard lock(all.mutex);
     std::weak_ptr<Database>& known = all.databases[key];
     if (auto database = known.lock()) return database;
-    const std::string folder = in_memory ? scratch_folder() : std::string();
-    auto database = std::make_shared<Database>(in_memory ? folder + "/database" : key, folder);
+    auto folder = in_memory ? std::make_unique<ScratchFolder>() : nullptr;
+    const std::string path = in_memory ? folder->path() + "/database" : key;
+    const std::string name = in_memory ? key.substr(memory.size()) : fs::path(key).stem().string();
+    auto database = std::make_shared<Database>(path, upper(name), std::move(folder));
     known = database;
     return database;
 }
 
-Database::Database(std::string path, std::string scratch_folder)
+Database::Database(std::string path, std::string name, std::unique_ptr<ScratchFolder> folder)
     : m_path(std::move(path)),
-      m_scratch_folder(std::move(scratch_folder)),
-      m_process(getpid()) {}
+      m_name(std::move(name)),
+      m_folder(std::move(folder)) {}
 
-Database::~Database() {
-    remove_scratch_folder();
-}
+Database::~Database() = default;
 
 void Database::remove_scratch_folder() const {
-    std::error_code ignored;
-    if (in_memory() && m_process == getpid()) fs::remove_all(m_scratch_folder, ignored);
+    if (m_folder) m_folder->remove();
 }
 
 FileIdentity Database::identity() const {

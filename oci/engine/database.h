@@ -11,6 +11,8 @@
 
 namespace oci {
 
+class ScratchFolder;
+
 /// Tells one file from another that took its place.
 struct FileIdentity {
     dev_t device = 0;
@@ -25,19 +27,22 @@ class Database {
     /// The database that a connect string names: the path of a file, or memory:NAME. ORA-12154 when it names none.
     static std::shared_ptr<Database> find(std::string_view connect_string);
 
-    Database(std::string path, std::string scratch_folder);
+    Database(std::string path, std::string name, std::unique_ptr<ScratchFolder> folder);
     ~Database();
     Database(const Database&) = delete;
     Database& operator=(const Database&) = delete;
 
     const std::string& path() const { return m_path; }
-    bool in_memory() const { return !m_scratch_folder.empty(); }
+    /// The file's name without folder and ending, or what stands behind memory:, in capitals.
+    const std::string& name() const { return m_name; }
+    bool in_memory() const { return m_folder != nullptr; }
     /// Gives back the memory of a database in memory.
     void remove_scratch_folder() const;
 
     /// What stands at the path now; nothing (all zero) when the file is missing.
     FileIdentity identity() const;
-    /// May the next logon make the file? Not when it was there before: then it is away, and making it anew would lose it.
+    /// May the next logon make the file? Not when it was there before: then it is away, and making it anew would lose
+    /// it.
     bool may_create() const;
     void was_opened() { m_was_opened = true; }
 
@@ -55,8 +60,8 @@ class Database {
 
   private:
     const std::string m_path;
-    const std::string m_scratch_folder; ///< holds a memory database; removed with it
-    const pid_t m_process;              ///< that made it: not a child, which may end sooner
+    const std::string m_name;
+    const std::unique_ptr<ScratchFolder> m_folder; ///< of a database in memory
     std::atomic<bool> m_was_opened{false};
     std::atomic<std::int64_t> m_catalogue_changes{0};
     std::mutex m_mutex;

@@ -4,7 +4,7 @@
 #include "oci/engine/definitions/migration.h"
 #include "oci/engine/definitions/objects.h"
 #include "oci/engine/block.h"
-#include "oci/engine/cursor.h"
+#include "oci/engine/other_statements.h"
 #include "oci/engine/translate.h"
 #include "oci/sql/token_reader.h"
 
@@ -304,8 +304,7 @@ class Definition : TokenReader {
         if (accept("USER")) {
             const std::string user = accounts::canonical(name().text);
             const std::string password = identified_by();
-            accounts::drop(m_session, user);
-            return accounts::create(m_session, user, password);
+            return accounts::alter(m_session, user, password);
         }
         expect("TABLE", 940);
         const std::string sql = "ALTER TABLE " + identifier(name());
@@ -334,43 +333,6 @@ class Definition : TokenReader {
     const std::string& m_text;
 };
 
-/// COMMIT [WORK], ROLLBACK [WORK] [TO [SAVEPOINT] name] and SAVEPOINT name as statements.
-bool control_transaction(Session& session, Tokens tokens) {
-    std::size_t at = 0;
-    const auto accept = [&](std::string_view word) { return tokens[at].is(word) && ++at != 0; };
-    const auto expect_end = [&] {
-        accept(";");
-        if (tokens[at].kind != Token::Kind::end) throw OracleError(933);
-    };
-    const auto name = [&] {
-        if (!tokens[at].is_name()) throw OracleError(3001, "savepoint without a name");
-        const std::string quoted = identifier(tokens[at++]);
-        expect_end();
-        return quoted;
-    };
-    if (accept("COMMIT")) {
-        accept("WORK");
-        expect_end();
-        session.commit();
-    } else if (accept("ROLLBACK")) {
-        accept("WORK");
-        if (accept("TO")) {
-            accept("SAVEPOINT");
-            session.run("ROLLBACK TO " + name());
-        } else {
-            expect_end();
-            session.rollback();
-        }
-    } else if (accept("SAVEPOINT")) {
-        const std::string savepoint = name();
-        session.begin();
-        session.run("SAVEPOINT " + savepoint);
-    } else {
-        return false;
-    }
-    return true;
-}
-
 /// Any other statement is refused before it has ended the transaction.
 bool is_definition(const Token& first) {
     return first.is("CREATE") || first.is("DROP") || first.is("ALTER") || first.is("TRUNCATE");
@@ -378,11 +340,9 @@ bool is_definition(const Token& first) {
 
 } // namespace
 
-void execute_other(Session& session, const Statement& statement) {
-    session.check_connected_lately();
+void execute_definition(Session& session, const Statement& statement) {
     const Token& first = statement.tokens().front();
-    if (control_transaction(session, statement.tokens())) return;
-    if (!is_definition(first)) throw OracleError(900, "near \"" + std::string(first.text) + "\"");
+    if (!is_definition(first)) throw OracleError(error::invalid_statement, "near \"" + std::string(first.text) + "\"");
     Definition(session, statement).run();
 }
 

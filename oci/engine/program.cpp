@@ -31,9 +31,10 @@ void describe(Session& session, std::span<const Token> tokens, const Translation
 Program Program::compile(Session& session, std::string_view text, sql::Variables* variables) {
     Program made;
     made.compiled_at = session.database().ddl_count;
+    made.settings_then = session.settings_changes();
     const std::vector<Token> tokens = tokenize(text);
     const Translation old = translate(session, tokens, positions_of(variables));
-    made.compiled = session.compile(old.sql);
+    made.compiled = session.compile_for_application(old.sql);
     const bool query = tokens.front().is("SELECT") || tokens.front().is("WITH");
     if (!query || variables != nullptr) check_targets(made.compiled.get(), old);
     if (query) describe(session, tokens, old, made);

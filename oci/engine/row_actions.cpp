@@ -71,7 +71,7 @@ struct RowActions::Images {
 RowActions::RowActions(Session& session, std::span<const sql::RowAction> actions) : m_session(session) {
     for (const sql::RowAction& action : actions) {
         const bool fires = !action.old_values.empty() || !action.new_values.empty();
-        m_actions.push_back({action, session.compile(action.sql), fires});
+        m_actions.push_back({action, session.compile_for_application(action.sql), fires});
     }
 }
 

@@ -23,11 +23,11 @@ namespace {
 constexpr auto look_every = std::chrono::milliseconds(20);
 constexpr std::size_t most_kept_statements = 100;
 
-constexpr auto settings = "PRAGMA journal_mode=WAL;"
-                          "PRAGMA synchronous=NORMAL;"
-                          "PRAGMA foreign_keys=ON;"
-                          "PRAGMA case_sensitive_like=ON;"
-                          "PRAGMA temp_store=MEMORY";
+constexpr auto pragmas = "PRAGMA journal_mode=WAL;"
+                         "PRAGMA synchronous=NORMAL;"
+                         "PRAGMA foreign_keys=ON;"
+                         "PRAGMA case_sensitive_like=ON;"
+                         "PRAGMA temp_store=MEMORY";
 
 /// The clock that costs next to nothing to read, as exact as the system's ticks.
 std::chrono::nanoseconds coarse_now() {
@@ -36,23 +36,49 @@ std::chrono::nanoseconds coarse_now() {
     return std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
 }
 
-unsigned long long next_transaction() {
-    static std::atomic<unsigned long long> last{0};
+std::int64_t next_session() {
+    static std::atomic<std::int64_t> last{0};
     return ++last;
 }
 
+/// SQLite makes a file readable by everybody: this one will hold the hashes of passwords. SQLite's own files beside it
+/// get its mode.
+void make_private_file(const std::string& path) {
+    const int file = open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file >= 0) close(file);
+}
+
+std::string refusal(const std::string& path, const std::string& place) {
+    if (faccessat(AT_FDCWD, place.c_str(), W_OK, AT_EACCESS) == 0) return {};
+    const int reason = errno;
+    return reason == EROFS || reason == EACCES ? path + ": " + std::strerror(reason) : std::string();
+}
+
+/// Waits for processes that log on to the same new file: changing its journal is what SQLite does not wait for by
+/// itself.
+void run_patiently(sqlite3* db, const char* sql) {
+    const auto until = std::chrono::steady_clock::now() + Session::default_patience;
+    for (int status = SQLITE_BUSY; status != SQLITE_OK;) {
+        status = sqlite3_exec(db, sql, nullptr, nullptr, nullptr);
+        const bool busy = (status & 0xFF) == SQLITE_BUSY && std::chrono::steady_clock::now() < until;
+        if (status != SQLITE_OK && !busy) throw sqlite_error(db);
+        if (busy) sqlite3_sleep(5);
+    }
+}
+
+constexpr int steps_between_looks = 100'000;
+
 } // namespace
 
-void Finalizer::operator()(sqlite3_stmt* statement) const {
-    sqlite3_finalize(statement);
-}
 void Session::Closer::operator()(sqlite3* db) const {
     sqlite3_close_v2(db);
 }
 
 Session::Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password)
-    : m_database(std::move(database)),
-      m_user(accounts::canonical(user)) {
+    : m_database(std::move(database)) {
+    m_settings.user = accounts::canonical(user);
+    m_settings.session = next_session();
+    m_settings.database = m_database->name();
     open();
     accounts::authenticate(*this, password);
     catalogue::open(*this);
@@ -61,43 +87,67 @@ Session::Session(std::shared_ptr<Database> database, std::string_view user, std:
 }
 
 void Session::open() {
+    open_file();
+    set_up_connection();
+    m_work.prepare();
+    m_identity = m_database->identity();
+    m_database->was_opened();
+}
+
+void Session::open_file() {
     const bool create = m_database->may_create();
+    if (create) {
+        // One at a time: closing a file gives up the locks that SQLite may have on it in another thread.
+        const std::lock_guard lock(m_database->setup);
+        make_private_file(m_database->path());
+    }
+    check_place();
     sqlite3* db = nullptr;
     const int flags =
         SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE | (create ? SQLITE_OPEN_CREATE : 0);
     const int status = sqlite3_open_v2(m_database->path().c_str(), &db, flags, nullptr);
     m_db.reset(db);
-    if (status != SQLITE_OK) {
-        check_place();
-        const std::string reason = m_database->path() + ": " + std::strerror(sqlite3_system_errno(db));
-        throw OracleError(m_database->identity() == FileIdentity{} ? 1034 : 1157, reason);
-    }
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    sqlite3_db_config(db, SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
-    sqlite3_busy_timeout(db, static_cast<int>(default_patience.count()));
-    try {
-        run(settings);
-    } catch (const OracleError&) {
-        check_place();
-        throw;
-    }
+    if (status == SQLITE_OK) return;
+    if (db == nullptr || status == SQLITE_NOMEM) throw std::bad_alloc();
+    const std::string reason = m_database->path() + ": " + std::strerror(sqlite3_system_errno(db));
+    throw OracleError(m_database->identity() == FileIdentity{} ? error::not_available : error::cannot_identify_file,
+                      reason);
+}
+
+void Session::set_up_connection() {
+    sqlite3_db_config(db(), SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    sqlite3_db_config(db(), SQLITE_DBCONFIG_DQS_DDL, 0, nullptr);
+    sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
+    run_patiently(db(), pragmas);
     if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
-    register_functions(db, m_user);
+    register_functions(db(), m_settings.user);
     register_user_functions(*this);
-    m_begin = compile("BEGIN IMMEDIATE");
-    m_commit = compile("COMMIT");
-    m_rollback = compile("ROLLBACK");
-    m_identity = m_database->identity();
-    m_database->was_opened();
+    m_authorizer.guard(db());
+    sqlite3_progress_handler(
+        db(), steps_between_looks,
+        [](void* session) { return static_cast<Session*>(session)->too_much_work(steps_between_looks) ? 1 : 0; }, this);
 }
 
 void Session::check_place() const {
-    const auto end_of_folder = m_database->path().rfind('/') + 1;
-    const std::string folder = m_database->path().substr(0, end_of_folder);
-    if (faccessat(AT_FDCWD, folder.c_str(), W_OK, AT_EACCESS) == 0) return;
-    const int reason = errno;
-    if (reason != EROFS && reason != EACCES) return;
-    throw OracleError(16000, m_database->path() + ": " + std::strerror(reason));
+    const std::string& path = m_database->path();
+    std::string refused = refusal(path, path.substr(0, path.rfind('/') + 1));
+    // Opened once to be read, the file would leave files of SQLite's beside it that nobody can write to any more.
+    if (refused.empty()) refused = refusal(path, path);
+    if (!refused.empty()) throw OracleError(error::read_only_database, refused);
+}
+
+bool Session::too_much_work(std::int64_t steps) {
+    m_work_done += steps;
+    return m_work_limit != 0 && m_work_done > m_work_limit;
+}
+
+void Session::count_work(std::int64_t steps) {
+    if (too_much_work(steps)) throw OracleError(error::cancelled);
+}
+
+SessionSettings& Session::change_settings() {
+    ++m_settings_changes;
+    return m_settings;
 }
 
 void Session::set_language(std::unique_ptr<Language> language) {
@@ -107,7 +157,7 @@ void Session::set_language(std::unique_ptr<Language> language) {
 Session::~Session() {
     m_language.reset(); // its statements are the session's
     m_kept.clear();
-    if (m_transaction != 0) end_transaction(); // closing the connection rolls back
+    m_work.abandon();
 }
 
 void Session::check_connected() {
@@ -122,68 +172,17 @@ void Session::check_connected_lately() {
 
 void Session::lose() {
     m_lost = true;
-    if (m_transaction != 0) rollback();
+    rollback();
 }
 
-int Session::begin_immediate() {
-    const int status = sqlite3_step(m_begin.get());
-    sqlite3_reset(m_begin.get());
-    return status;
-}
-
-bool Session::begin(std::chrono::milliseconds patience) {
-    if (m_transaction != 0) return false;
-    check_connected();
-    if (!m_database->acquire_writer(patience)) throw OracleError(patience.count() == 0 ? 54 : 30006);
-    sqlite3_busy_timeout(db(), static_cast<int>(patience.count()));
-    int status = begin_immediate();
-    if (status == SQLITE_BUSY_SNAPSHOT) {
-        // A query that is still open sees an older state of the database than a writer has to start from.
-        try {
-            detach_queries();
-            status = begin_immediate();
-        } catch (...) {
-            m_database->release_writer();
-            throw;
-        }
-    }
-    sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
-    if (status != SQLITE_DONE) {
-        m_database->release_writer();
-        throw(status & 0xFF) == SQLITE_BUSY && patience.count() == 0 ? OracleError(54) : sqlite_error(db());
-    }
-    m_transaction = next_transaction();
-    return true;
-}
-
-void Session::end_transaction() {
-    m_transaction = 0;
-    m_database->release_writer();
+void Session::give_up() {
+    m_lost = true;
+    throw OracleError(error::not_connected);
 }
 
 void Session::commit() {
     check_connected();
-    if (m_transaction == 0) return;
-    const int status = sqlite3_step(m_commit.get());
-    if (status != SQLITE_DONE) {
-        const OracleError error = sqlite_error(db());
-        sqlite3_reset(m_commit.get());
-        rollback();
-        throw error;
-    }
-    sqlite3_reset(m_commit.get());
-    end_transaction();
-}
-
-void Session::rollback() {
-    if (m_transaction == 0) return;
-    sqlite3_step(m_rollback.get());
-    sqlite3_reset(m_rollback.get());
-    end_transaction();
-}
-
-void Session::failed() {
-    if (m_transaction != 0 && sqlite3_get_autocommit(db()) != 0) end_transaction();
+    m_work.commit();
 }
 
 void Session::change_password(std::string_view user, std::string_view old_password, std::string_view new_password) {
@@ -203,10 +202,19 @@ void Session::detach_queries() {
 
 Compiled Session::compile(std::string_view sql) const {
     sqlite3_stmt* statement = nullptr;
+    const char* rest = nullptr;
     const int status = sqlite3_prepare_v3(db(), sql.data(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT,
-                                          &statement, nullptr);
+                                          &statement, &rest);
+    Compiled compiled(statement);
     if (status != SQLITE_OK) throw sqlite_error(db());
-    return Compiled(statement);
+    // SQLite ends at a NUL byte or a semicolon: what stands behind it would be lost in silence.
+    if (rest != sql.data() + sql.size()) throw OracleError(error::invalid_character);
+    return compiled;
+}
+
+Compiled Session::compile_for_application(std::string_view sql) {
+    const Authorizer::Application application(m_authorizer);
+    return compile(sql);
 }
 
 void Session::run(const std::string& sql) const {
@@ -231,11 +239,13 @@ const std::vector<Column>* Session::columns_of(std::string_view table) {
         std::vector<Column> columns;
         const auto query = compile("SELECT name, type, \"notnull\" FROM pragma_table_info(?1)");
         Value::of(table).bind(query.get(), 1);
-        while (sqlite3_step(query.get()) == SQLITE_ROW) {
+        int status = SQLITE_ROW;
+        while ((status = sqlite3_step(query.get())) == SQLITE_ROW) {
             const auto text = [&](int i) { return reinterpret_cast<const char*>(sqlite3_column_text(query.get(), i)); };
             columns.push_back({upper(text(0)), ColumnType::parse(text(1)).value_or(ColumnType{})});
             columns.back().type.nullable = sqlite3_column_int(query.get(), 2) == 0;
         }
+        if (status != SQLITE_DONE) throw sqlite_error(db()); // which is not to say that there is no such table
         const bool found = !columns.empty();
         known = m_tables.emplace(table, found ? std::optional(std::move(columns)) : std::nullopt).first;
     }
@@ -257,25 +267,16 @@ std::unique_ptr<Statement> Session::take_statement(std::string_view text) {
     return std::make_unique<Statement>(text);
 }
 
-void Session::keep_statement(std::unique_ptr<Statement> statement) {
+void Session::keep_statement(std::unique_ptr<Statement> statement) noexcept {
+    // A definition is not run twice, and may hold a password.
+    if (statement->kind() == Statement::Kind::other) return;
     if (m_kept.size() >= most_kept_statements) m_kept.erase(m_kept.begin());
     const std::string_view text = statement->text();
-    m_kept.emplace(text, std::move(statement));
-}
-
-Savepoint::Savepoint(Session& session) : m_session(session), m_transaction(session.transaction()) {
-    if (m_transaction != 0) session.run("SAVEPOINT \"DTK$STATEMENT\"");
-}
-
-void Savepoint::keep() {
-    if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE \"DTK$STATEMENT\"");
-}
-
-void Savepoint::undo() {
-    m_session.failed();
-    if (m_session.transaction() == 0) return;
-    if (m_session.transaction() != m_transaction) return m_session.rollback();
-    m_session.run("ROLLBACK TO \"DTK$STATEMENT\"; RELEASE \"DTK$STATEMENT\"");
+    try {
+        m_kept.emplace(text, std::move(statement));
+    } catch (const std::bad_alloc&) {
+        // It is compiled anew when it is needed again.
+    }
 }
 
 } // namespace oci

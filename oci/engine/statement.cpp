@@ -1,6 +1,7 @@
 #include "oci/engine/statement.h"
 
 #include <algorithm>
+#include <cstring>
 #include <sqlite3.h>
 
 namespace oci {
@@ -38,6 +39,10 @@ Statement::Statement(std::string_view sql) : m_text(sql), m_tokens(tokenize(m_te
         const bool repeated = m_kind == Kind::block && std::find(m_names.begin(), m_names.end(), name) != m_names.end();
         if (!repeated) m_names.push_back(name);
     }
+}
+
+Statement::~Statement() {
+    if (m_kind == Kind::other) explicit_bzero(m_text.data(), m_text.size()); // it may hold a password
 }
 
 void Statement::compile(Session& session) {

@@ -27,6 +27,7 @@ class Statement {
     };
 
     explicit Statement(std::string_view sql);
+    ~Statement();
     Statement(const Statement&) = delete;
     Statement& operator=(const Statement&) = delete;
 
@@ -55,7 +56,7 @@ class Statement {
         if (descriptors) descriptors->update(m_program.columns);
     }
 
-    const std::string m_text;
+    std::string m_text;
     const std::vector<Token> m_tokens;
     Kind m_kind = Kind::other;
     ub2 m_type = 0;

@@ -254,7 +254,7 @@ void register_function(sqlite3* db, const FunctionEntry& entry, const char* name
         : calls.final != nullptr
             ? sqlite3_create_function_v2(db, name, count, flags, data, nullptr, calls.step, calls.final, nullptr)
             : sqlite3_create_function_v2(db, name, count, flags, data, calls.step, nullptr, nullptr, nullptr);
-    if (status != SQLITE_OK) throw sqlite_error(db);
+    if (status != SQLITE_OK) throw OracleError(error::out_of_memory);
 }
 
 } // namespace

@@ -79,7 +79,7 @@ StatementKind classify(std::string_view text) {
 Statement* parse_statement(std::string_view text, Arena& arena) {
     TokenStream tokens(text, arena);
     Statement* const statement = parse_statement(tokens);
-    tokens.accept(";");
+    if (tokens.peek(1).kind == Token::Kind::end) tokens.accept(";");
     tokens.expect_end();
     return statement;
 }

@@ -113,7 +113,7 @@ class TokenStream {
 /// the stack.
 class Nesting {
   public:
-    static constexpr int deepest = 200;
+    static constexpr int deepest = 400;
 
     explicit Nesting(TokenStream& tokens) : m_tokens(tokens) {
         if (m_tokens.m_depth == deepest) too_deep();

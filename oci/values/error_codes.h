@@ -70,6 +70,7 @@ inline constexpr Cause not_allowed_here{976, "Specified pseudocolumn or operator
 inline constexpr Cause nested_group_without_group_by{978, "nested group function without GROUP BY"};
 inline constexpr Cause not_a_group_by_expression{979, "not a GROUP BY expression"};
 inline constexpr Cause column_not_allowed{984, "column not allowed here"};
+inline constexpr Cause invalid_password{988, "missing or invalid password(s)"};
 inline constexpr Cause too_many_passwords{989, "too many passwords given for user names"};
 inline constexpr Cause invalid_privilege{990, "missing or invalid privilege"};
 inline constexpr Cause concatenate_operator{996, "the concatenate operator is ||, not |"};
@@ -226,6 +227,7 @@ inline constexpr Cause overlap_disabled{1883, "overlap was disabled during a reg
 inline constexpr Cause no_such_user_or_role{1917, "user or role '{}' does not exist"};
 inline constexpr Cause no_such_user{1918, "user '{}' does not exist"};
 inline constexpr Cause user_name_in_use{1920, "user name '{}' conflicts with another user or role name"};
+inline constexpr Cause user_is_connected{1940, "cannot drop a user that is currently connected"};
 inline constexpr Cause missing_keyword_named{2000, "missing {} keyword"};
 inline constexpr Cause missing_using{2012, "missing USING keyword"};
 inline constexpr Cause invalid_create_index{2158, "invalid CREATE INDEX option"};

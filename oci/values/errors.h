@@ -6,9 +6,6 @@
 #include <string>
 #include <string_view>
 
-struct sqlite3;
-struct sqlite3_stmt;
-
 namespace oci {
 
 /// A failure with Oracle's number for its cause. Every operation of the client throws it and the C functions turn it
@@ -36,10 +33,5 @@ class OracleError {
 
 /// A handle of the wrong kind, a freed one or null: becomes OCI_INVALID_HANDLE.
 struct InvalidHandle {};
-
-/// The error of the SQLite call that just failed on this connection.
-OracleError sqlite_error(sqlite3* db);
-/// The error of the statement that just failed while it ran.
-OracleError sqlite_error(sqlite3_stmt* statement);
 
 } // namespace oci

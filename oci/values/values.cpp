@@ -5,7 +5,6 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <sqlite3.h>
 
 namespace oci {
 
@@ -38,48 +37,6 @@ Value Value::of_bytes(const void* bytes, std::size_t size) {
     value.data = size != 0 ? static_cast<const char*>(bytes) : "";
     value.size = size;
     return value;
-}
-
-Value Value::of(sqlite3_value* source) {
-    switch (sqlite3_value_type(source)) {
-    case SQLITE_INTEGER: return of(static_cast<std::int64_t>(sqlite3_value_int64(source)));
-    case SQLITE_FLOAT: return of(sqlite3_value_double(source));
-    case SQLITE_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(source));
-        Value value = of_bytes(text, static_cast<std::size_t>(sqlite3_value_bytes(source)));
-        value.type = Type::text;
-        return value;
-    }
-    case SQLITE_BLOB: {
-        const void* bytes = sqlite3_value_blob(source);
-        return of_bytes(bytes, static_cast<std::size_t>(sqlite3_value_bytes(source)));
-    }
-    default: return {};
-    }
-}
-
-void Value::bind(sqlite3_stmt* statement, int position) const {
-    int status = SQLITE_OK;
-    switch (type) {
-    case Type::null: status = sqlite3_bind_null(statement, position); break;
-    case Type::integer: status = sqlite3_bind_int64(statement, position, integer); break;
-    case Type::real: status = sqlite3_bind_double(statement, position, real); break;
-    case Type::text:
-        status = sqlite3_bind_text64(statement, position, data, size, SQLITE_STATIC, SQLITE_UTF8);
-        break;
-    case Type::blob: status = sqlite3_bind_blob64(statement, position, data, size, SQLITE_STATIC); break;
-    }
-    if (status != SQLITE_OK) throw sqlite_error(sqlite3_db_handle(statement));
-}
-
-void Value::result(sqlite3_context* context) const {
-    switch (type) {
-    case Type::null: return sqlite3_result_null(context);
-    case Type::integer: return sqlite3_result_int64(context, integer);
-    case Type::real: return sqlite3_result_double(context, real);
-    case Type::text: return sqlite3_result_text64(context, data, size, SQLITE_TRANSIENT, SQLITE_UTF8);
-    case Type::blob: return sqlite3_result_blob64(context, data, size, SQLITE_TRANSIENT);
-    }
 }
 
 void OwnedValue::assign(const Value& value) {
