@@ -94,7 +94,7 @@ const Fetched fetched[] = {
      SQLT_STR, 3, "-2 x ", "ORA-1406"},
     {"RAW(3)", "'0aff'", SQLT_STR, 9, "0 0AFF"},
     {"DATE", "DATE '2024-02-29'", SQLT_DAT, 7, "0 120 124 2 29 1 1 1 "},
-    {"DATE", "TO_DATE('9999-12-31 23:59:59')", SQLT_DAT, 7, "0 199 199 12 31 24 60 60 "},
+    {"DATE", "TO_DATE('9999-12-31 23:59:59', 'YYYY-MM-DD HH24:MI:SS')", SQLT_DAT, 7, "0 199 199 12 31 24 60 60 "},
     {"DATE", "DATE '0001-01-01'", SQLT_STR, 11, "19 0001-01-01", "ORA-1406"},
     {"VARCHAR2(9)", "'x'", SQLT_DAT, 7, ora(1861)},
     {"NUMBER", "1", SQLT_DAT, 7, ora(932)},
@@ -136,7 +136,7 @@ const Bound bound[] = {
     {"NUMBER", SQLT_UIN, bytesOf<ub1>(255), "255"},
     {"NUMBER", SQLT_UIN, bytesOf<ub4>(4294967295), "4294967295"},
     {"NUMBER(19)", SQLT_INT, bytesOf(std::numeric_limits<std::int64_t>::min()), "-9223372036854775808"},
-    {"NUMBER", SQLT_UIN, bytesOf<std::uint64_t>(std::uint64_t{1} << 63), "9223372036854775808"},
+    {"NUMBER", SQLT_UIN, bytesOf<std::uint64_t>(std::uint64_t{1} << 63), ora(1426)},
     {"NUMBER(3)", SQLT_INT, bytesOf<sb4>(-1000), ora(1438)},
     {"NUMBER(18)", SQLT_INT, bytesOf<std::int64_t>(999999999999999999), "999999999999999999"},
     {"NUMBER(18)", SQLT_INT, bytesOf<std::int64_t>(1000000000000000000), ora(1438)},
@@ -188,7 +188,12 @@ TEST_F(ClientBoundValues, areStoredAsTheirColumnWantsThem) {
         session.bind(insert, 1, bytes.data(), bytes.size(), tested.type, &indicator);
         const int status = session.execute(insert);
         session.release(insert);
-        EXPECT_EQ(status != OCI_SUCCESS ? ora(status) : session.run("SELECT NVL(TO_CHAR(c), 'NULL') FROM v"),
+        EXPECT_EQ(status != OCI_SUCCESS ? ora(status)
+                                        : session.run("SELECT NVL(" +
+                                                      std::string(tested.declaration == std::string("DATE")
+                                                                      ? "TO_CHAR(c, 'YYYY-MM-DD HH24:MI:SS')"
+                                                                      : "TO_CHAR(c)") +
+                                                      ", 'NULL') FROM v"),
                   tested.result)
             << tested.declaration << " from " << tested.type << "/" << bytes.size() << " " << shown(tested.type, bytes);
     }

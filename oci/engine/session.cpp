@@ -120,7 +120,7 @@ void Session::set_up_connection() {
     sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
     run_patiently(db(), pragmas);
     if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
-    register_functions(db(), m_settings.user);
+    register_functions(db(), m_settings);
     register_user_functions(*this);
     m_authorizer.guard(db());
     sqlite3_progress_handler(

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 struct sqlite3_context;
@@ -48,9 +49,17 @@ enum class FunctionRole : std::uint8_t { scalar, aggregate, aggregate_or_window,
 /// What the printer puts in front of the arguments.
 enum class HiddenArgument : std::uint8_t {
     none,
-    families, ///< a text with a letter for each argument: 'A' + its Family
+    families, ///< what append_type() makes of the type of each argument
     now,      ///< julianday('now'), which is the same throughout a statement
 };
+
+/// Appends the three letters that tell a function the type of an argument.
+inline void append_type(std::string& letters, const ColumnType& type) {
+    const auto digit = [](int number) { return static_cast<char>('0' + (number < 0 || number > 9 ? 9 : number)); };
+    letters += static_cast<char>('A' + static_cast<int>(type.family));
+    letters += digit(type.precision);
+    letters += digit(type.scale);
+}
 
 /// What SQLite calls. A function of SQLite's own has none.
 struct Callbacks {

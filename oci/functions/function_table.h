@@ -1,12 +1,22 @@
 #pragma once
 
 #include "oci/functions/function_entry.h"
+#include "oci/values/decimal.h"
+#include "oci/values/moments.h"
 
 #include <new>
 #include <span>
 #include <sqlite3.h>
 
 namespace oci {
+
+/// What functions reach through their user data. There is one for each connection.
+struct FunctionContext {
+    const SessionSettings& settings;
+    double statement = 0;     ///< julianday('now') of the statement that asked for the time last, ...
+    std::int64_t seconds = 0; ///< ... and the time that it was told
+    int nanosecond = 0;
+};
 
 /// What a function is called with.
 struct Arguments {
@@ -18,23 +28,24 @@ struct Arguments {
 
     Value operator[](int index) const { return Value::of(values[index]); }
     bool has(int index) const { return index < count; }
-    /// ORA-00938 with fewer arguments.
-    void require(int least) const {
-        if (count < least) throw OracleError(error::not_enough_arguments);
-    }
+    FunctionContext& function_context() const { return *static_cast<FunctionContext*>(sqlite3_user_data(context)); }
+    const SessionSettings& settings() const { return function_context().settings; }
+    /// With HiddenArgument::families: takes them off the front, so that the first argument is number 0.
+    std::string_view take_families();
 };
 
 using Function = Value (*)(Arguments&);
+
+/// Reports the exception that is being handled.
+void report_failure(sqlite3_context* context) noexcept;
 
 /// The function as SQLite calls it. No exception passes through SQLite.
 template <Function function> void call(sqlite3_context* context, int count, sqlite3_value** values) noexcept {
     try {
         Arguments in{context, count, values, {}, {}};
         function(in).result(context);
-    } catch (const OracleError& error) {
-        sqlite3_result_error(context, error.text().c_str(), -1);
-    } catch (const std::bad_alloc&) {
-        sqlite3_result_error_nomem(context);
+    } catch (...) {
+        report_failure(context);
     }
 }
 
@@ -46,24 +57,122 @@ template <Function function> Value strict(Arguments& in) {
     return function(in);
 }
 
+/// The state of an aggregate function, made at its first step. SQLite keeps a pointer to it.
+template <class State> State& state_of(sqlite3_context* context) {
+    auto** state = static_cast<State**>(sqlite3_aggregate_context(context, sizeof(State*)));
+    if (state == nullptr) throw std::bad_alloc();
+    if (*state == nullptr) *state = new State();
+    return **state;
+}
+
+enum class Row : bool { enters, leaves };
+
+template <class State, Row row>
+void aggregate_step(sqlite3_context* context, int count, sqlite3_value** values) noexcept {
+    try {
+        Arguments in{context, count, values, {}, {}};
+        State& state = state_of<State>(context);
+        if constexpr (row == Row::enters) {
+            state.add(in);
+        } else {
+            state.remove(in);
+        }
+    } catch (...) {
+        report_failure(context);
+    }
+}
+
+template <class State> void aggregate_value(sqlite3_context* context) noexcept {
+    try {
+        auto** state = static_cast<State**>(sqlite3_aggregate_context(context, sizeof(State*)));
+        std::string scratch;
+        const Value value = state == nullptr || *state == nullptr ? State().value(scratch) : (*state)->value(scratch);
+        value.result(context);
+    } catch (...) {
+        report_failure(context);
+    }
+}
+
+template <class State> void aggregate_final(sqlite3_context* context) noexcept {
+    aggregate_value<State>(context);
+    auto** state = static_cast<State**>(sqlite3_aggregate_context(context, 0));
+    if (state != nullptr) delete *state;
+}
+
+/// Of a State with add(Arguments&), remove(Arguments&) and value(std::string& scratch) const.
+template <class State> constexpr Callbacks window_callbacks() {
+    return {aggregate_step<State, Row::enters>, aggregate_final<State>, aggregate_value<State>,
+            aggregate_step<State, Row::leaves>};
+}
+/// Without remove.
+template <class State> constexpr Callbacks aggregate_callbacks() {
+    return {aggregate_step<State, Row::enters>, aggregate_final<State>};
+}
+
 // The parts of the one table; each stands beside the bodies of its functions.
+extern const std::span<const FunctionEntry> date_functions;
 extern const std::span<const FunctionEntry> general_functions;
+extern const std::span<const FunctionEntry> list_functions;
 extern const std::span<const FunctionEntry> number_functions;
-extern const std::span<const FunctionEntry> text_functions;
+extern const std::span<const FunctionEntry> regexp_functions;
+extern const std::span<const FunctionEntry> statistics_functions;
 extern const std::span<const FunctionEntry> sum_functions;
+extern const std::span<const FunctionEntry> text_functions;
+extern const std::span<const FunctionEntry> window_functions;
+
+// What a row of the table says beside what all have.
+constexpr FunctionEntry with_nulls(FunctionEntry entry) {
+    entry.null_from_null = false;
+    return entry;
+}
+constexpr FunctionEntry of_argument(std::uint8_t argument, FunctionEntry entry) {
+    entry.result_argument = argument;
+    return entry;
+}
+constexpr FunctionEntry bare(FunctionEntry entry) {
+    entry.bare = true;
+    return entry;
+}
+constexpr FunctionEntry varying(FunctionEntry entry) {
+    entry.deterministic = false;
+    return entry;
+}
+constexpr FunctionEntry knowing(HiddenArgument hidden, FunctionEntry entry) {
+    entry.hidden = hidden;
+    return entry;
+}
+constexpr FunctionEntry of_role(FunctionRole role, FunctionEntry entry) {
+    entry.role = role;
+    return entry;
+}
 
 bool is_number(const Value& value);
 double as_double(const Value& number);
 double double_of(const Value& value);
+Decimal decimal_of(const Value& value);
 /// The value without its fraction, held within a range that no count, position or number of months needs to leave.
 std::int64_t integer_of(const Value& value);
-/// The number as an integer when it is whole and fits; ORA-01426 when it is not finite.
-Value number_result(double number);
-/// The text that Oracle converts a value to.
+/// The text that a value is converted to. Dates have been converted before they come here.
 std::string_view text_of(const Value& value, std::string& scratch);
+inline std::string_view text_of(const Arguments& in, int index, std::string& scratch) {
+    return text_of(in[index], scratch);
+}
 bool is_date(const Value& value, Civil& date);
 Value date_result(Arguments& in, const Civil& date);
+
 /// The date so many days later.
-Value moved(Arguments& in, const Civil& date, double days);
+Civil moved(const Civil& date, const Value& days);
+Value days_between(const Civil& later, const Civil& earlier);
+
+// Texts are UTF-8, counted in characters.
+std::int64_t characters(std::string_view text);
+/// The offset behind so many characters; the text's end when it has fewer.
+std::size_t offset_behind(std::string_view text, std::int64_t count);
+/// The code point at the front, which is taken off.
+char32_t take_code_point(std::string_view& text);
+void append_code_point(std::string& text, char32_t code);
+std::u32string code_points(std::string_view text);
+char32_t upper_of(char32_t c);
+char32_t lower_of(char32_t c);
 
 } // namespace oci

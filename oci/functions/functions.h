@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string>
+#include "oci/values/settings.h"
 
 struct sqlite3;
 
@@ -8,7 +8,7 @@ namespace oci {
 
 /// Makes the SQL functions known to a session's connection. What goes wrong in one is reported through SQLite as the
 /// text of an OracleError.
-/// @param user  what USER answers; it outlives the connection.
-void register_functions(sqlite3* db, const std::string& user);
+/// @param settings  outlive the connection.
+void register_functions(sqlite3* db, const SessionSettings& settings);
 
 } // namespace oci

@@ -1,17 +1,14 @@
 #include "oci/functions/function_table.h"
 
-#include "oci/values/dates.h"
-#include "oci/values/decimal.h"
-
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <type_traits>
 
 namespace oci {
 namespace {
 
-/// Of operands that may be numbers or dates.
 enum class Operator : std::uint8_t { add, subtract, multiply, divide };
 
 /// @return false when the result is no 64-bit integer.
@@ -19,82 +16,141 @@ template <Operator op> bool calculate(std::int64_t a, std::int64_t b, std::int64
     if constexpr (op == Operator::add) return !__builtin_add_overflow(a, b, &result);
     if constexpr (op == Operator::subtract) return !__builtin_sub_overflow(a, b, &result);
     if constexpr (op == Operator::multiply) return !__builtin_mul_overflow(a, b, &result);
-    if (b == -1) return !__builtin_sub_overflow(0, a, &result);
-    if (b == 0 || a % b != 0) return false;
+    if (b == 0 || b == -1 || a % b != 0) return false;
     result = a / b;
     return true;
 }
 
-template <Operator op> double calculate(double a, double b) {
-    if constexpr (op == Operator::add) return a + b;
-    if constexpr (op == Operator::subtract) return a - b;
-    if constexpr (op == Operator::multiply) return a * b;
-    if (b == 0) throw OracleError(error::divisor_is_zero);
-    return a / b;
+/// The number in units of 10^-4, when it is a decimal of so few digits.
+bool in_units(const Value& number, std::int64_t& units) {
+    constexpr double unit = 1e4;
+    const double scaled = std::nearbyint(as_double(number) * unit);
+    units = static_cast<std::int64_t>(std::fabs(scaled) < 1e15 ? scaled : 0);
+    return std::fabs(scaled) < 1e15 && scaled / unit == as_double(number);
 }
 
+Value of_units(std::int64_t units, std::int64_t unit) {
+    if (units % unit == 0) return Value::of(units / unit);
+    return Value::of(static_cast<double>(units) / static_cast<double>(unit));
+}
+
+/// Decimals of few digits, as most are, without taking them apart. @return false when they are none.
+template <Operator op> bool calculate_quickly(const Value& a, const Value& b, Value& result) {
+    if constexpr (op == Operator::divide) return false;
+    constexpr std::int64_t unit = 10'000;
+    std::int64_t x = 0;
+    std::int64_t y = 0;
+    std::int64_t units = 0;
+    if (!in_units(a, x) || !in_units(b, y) || !calculate<op>(x, y, units)) return false;
+    constexpr std::int64_t greatest = std::int64_t{1} << 53; // a double holds it, and so the quotient is the nearest
+    if (units > greatest || units < -greatest) return false;
+    result = of_units(units, op == Operator::multiply ? unit * unit : unit);
+    return true;
+}
+
+template <Operator op> Value calculate(const Value& a, const Value& b) {
+    std::int64_t exact = 0;
+    const bool integers = a.type == Value::Type::integer && b.type == Value::Type::integer;
+    if (integers && calculate<op>(a.integer, b.integer, exact)) return Value::of(exact);
+    Value quick;
+    if (!integers && calculate_quickly<op>(a, b, quick)) return quick;
+    const Decimal x(a);
+    const Decimal y(b);
+    if constexpr (op == Operator::add) return (x + y).nearly_exact();
+    if constexpr (op == Operator::subtract) return (x - y).nearly_exact();
+    if constexpr (op == Operator::multiply) return (x * y).nearly_exact();
+    return (x / y).approximate();
+}
+
+/// Of operands whose types are not known: they may be dates.
 template <Operator op> Value arithmetic(Arguments& in) {
     const Value a = in[0];
     const Value b = in[1];
-    Civil first{};
-    Civil second{};
-    const bool from_date = is_date(a, first);
-    const bool to_date = is_date(b, second);
-    if (from_date || to_date) {
+    if (a.type == Value::Type::text || b.type == Value::Type::text) {
+        Civil first{};
+        Civil second{};
+        const bool from_date = is_date(a, first);
+        const bool to_date = is_date(b, second);
         if (op == Operator::add && from_date && to_date) throw OracleError(error::date_plus_date);
-        if (op == Operator::add) return from_date ? moved(in, first, double_of(b)) : moved(in, second, double_of(a));
-        if (op != Operator::subtract || !from_date)
-            throw OracleError(error::inconsistent_datatypes, "expected NUMBER got DATE");
-        if (!to_date) return moved(in, first, -double_of(b));
-        return number_result(static_cast<double>(seconds_of(first) - seconds_of(second)) / seconds_per_day);
+        const bool moves = from_date != to_date && (op == Operator::add || (op == Operator::subtract && from_date));
+        if (moves) {
+            const Value days = number_of(from_date ? b : a);
+            return date_result(
+                in, moved(from_date ? first : second, op == Operator::add ? days : (-Decimal(days)).exact()));
+        }
+        if (from_date && to_date && op == Operator::subtract) return days_between(first, second);
+        if (from_date || to_date) throw OracleError(error::inconsistent_datatypes, "expected NUMBER got DATE");
     }
-    const Value x = number_of(a);
-    const Value y = number_of(b);
-    std::int64_t exact = 0;
-    const bool integers = x.type == Value::Type::integer && y.type == Value::Type::integer;
-    if (integers && calculate<op>(x.integer, y.integer, exact)) return Value::of(exact);
-    const double result = calculate<op>(as_double(x), as_double(y));
-    if (!std::isfinite(result)) throw OracleError(error::numeric_overflow);
-    const bool sum = op == Operator::add || op == Operator::subtract;
-    const double operands = sum ? std::max(std::fabs(as_double(x)), std::fabs(as_double(y))) : 0;
-    return Value::of(without_noise(result, std::max(std::fabs(result), operands)) + 0.0); // zero has no sign
+    return calculate<op>(number_of(a), number_of(b));
 }
 
-template <double (*function)(double)> Value of_real(Arguments& in) {
-    const Value number = number_of(in[0]);
-    return number.type == Value::Type::integer ? number : number_result(function(number.real));
+Value negated(Arguments& in) {
+    return (-decimal_of(in[0])).exact();
 }
 
 Value absolute(Arguments& in) {
-    const Value number = number_of(in[0]);
-    if (number.type == Value::Type::real) return Value::of(std::fabs(number.real));
-    if (number.integer == std::numeric_limits<std::int64_t>::min()) return Value::of(-as_double(number));
-    return Value::of(std::abs(number.integer));
+    const Decimal number = decimal_of(in[0]);
+    return (number.is_negative() ? -number : number).exact();
 }
 
 Value sign(Arguments& in) {
-    const double number = double_of(in[0]);
-    return Value::of(std::int64_t{(number > 0) - (number < 0)});
+    return Value::of(std::int64_t{compare_numbers(number_of(in[0]), Value::of(std::int64_t{0}))});
+}
+
+/// The next whole number, towards positive or negative infinity.
+template <bool up> Value next_whole(Arguments& in) {
+    const Value number = number_of(in[0]);
+    if (number.type == Value::Type::integer) return number;
+    const Decimal decimal(number);
+    const Decimal whole = decimal.rounded(0, Rounding::truncate);
+    const bool away = whole != decimal && decimal.is_negative() != up;
+    return (away ? whole + Decimal(decimal.is_negative(), 1, 0) : whole).exact();
 }
 
 Value modulo(Arguments& in) {
     const Value a = number_of(in[0]);
     const Value b = number_of(in[1]);
-    if (as_double(b) == 0) return a;
-    if (a.type == Value::Type::integer && b.type == Value::Type::integer) {
+    if (a.type == Value::Type::integer && b.type == Value::Type::integer && b.integer != 0) {
         return Value::of(b.integer == -1 ? std::int64_t{0} : a.integer % b.integer);
     }
-    // In units of the last decimal place both are whole numbers, of which the remainder is exact.
-    const double x = as_double(a);
-    const double y = as_double(b);
-    for (int places = 0; places <= 15; ++places) {
-        const double power = power_of_ten(places);
-        const double units = std::nearbyint(x * power);
-        const double divisor = std::nearbyint(y * power);
-        if (std::fabs(units) > 0x1p53 || std::fabs(divisor) > 0x1p53) break;
-        if (units / power == x && divisor / power == y) return number_result(std::fmod(units, divisor) / power);
-    }
-    return number_result(std::fmod(x, y));
+    return Decimal(a).remainder(Decimal(b)).exact();
+}
+
+/// Like MOD, but of the nearest multiple.
+Value remainder(Arguments& in) {
+    const Decimal a = decimal_of(in[0]);
+    const Decimal b = decimal_of(in[1]);
+    if (b.is_zero()) throw OracleError(error::divisor_is_zero);
+    const Decimal rest = a.remainder(b);
+    const auto size = [](const Decimal& number) { return number.is_negative() ? -number : number; };
+    const Decimal twice = size(rest) + size(rest);
+    const bool odd = twice == size(b) && !(((a - rest) / b).remainder(Decimal(false, 2, 0))).is_zero();
+    if (twice < size(b) || (twice == size(b) && !odd)) return rest.exact();
+    return (rest - (rest.is_negative() == b.is_negative() ? b : -b)).exact();
+}
+
+Value bit_and(Arguments& in) {
+    const auto bits = [](const Value& value) {
+        return Decimal(number_of(value)).rounded(0, Rounding::truncate).exact();
+    };
+    const Value a = bits(in[0]);
+    const Value b = bits(in[1]);
+    if (a.type != Value::Type::integer || b.type != Value::Type::integer) throw OracleError(error::numeric_overflow);
+    return Value::of(a.integer & b.integer);
+}
+
+Value width_bucket(Arguments& in) {
+    const Decimal number = decimal_of(in[0]);
+    const Decimal low = decimal_of(in[1]);
+    const Decimal high = decimal_of(in[2]);
+    const std::int64_t count = integer_of(in[3]);
+    if (count < 1) throw OracleError(error::argument_out_of_range, std::to_string(count));
+    if (low == high) throw OracleError(error::argument_out_of_range, high.text());
+    const bool ascending = low < high;
+    if (ascending ? number < low : number > low) return Value::of(std::int64_t{0});
+    if (ascending ? number >= high : number <= high) return Value::of(count + 1);
+    const Decimal place = (number - low) * Decimal(Value::of(count)) / (high - low);
+    return (place.rounded(0, Rounding::truncate) + Decimal(false, 1, 0)).exact();
 }
 
 /// A mathematical function of one or two numbers, whose NaN says that they are outside its domain.
@@ -106,68 +162,117 @@ template <auto function> Value math(Arguments& in) {
         result = function(double_of(in[0]), double_of(in[1]));
     }
     std::string scratch;
-    if (std::isnan(result)) throw OracleError(error::argument_out_of_range, text_of(in[in.count - 1], scratch));
-    return number_result(result);
+    if (std::isnan(result)) throw OracleError(error::argument_out_of_range, text_of(in, in.count - 1, scratch));
+    return number_of_real(result);
 }
 
 constexpr double out_of_domain = std::numeric_limits<double>::quiet_NaN();
-double natural_log(double x) {
-    return x > 0 ? std::log(x) : out_of_domain;
-}
-double ceiling(double x) {
-    return std::ceil(x);
-}
-double floor_of(double x) {
-    return std::floor(x);
-}
-double power(double x, double y) {
-    const double result = std::pow(x, y);
-    return without_noise(result, std::fabs(result));
-}
 double square_root(double x) {
     return std::sqrt(x);
 }
 double exponential(double x) {
     return std::exp(x);
 }
+double sine(double x) {
+    return std::sin(x);
+}
+double cosine(double x) {
+    return std::cos(x);
+}
+double tangent(double x) {
+    return std::tan(x);
+}
+double arc_sine(double x) {
+    return std::asin(x);
+}
+double arc_cosine(double x) {
+    return std::acos(x);
+}
+double arc_tangent(double x) {
+    return std::atan(x);
+}
+double arc_tangent_of(double y, double x) {
+    return x == 0 && y == 0 ? out_of_domain : std::atan2(y, x);
+}
+double hyperbolic_sine(double x) {
+    return std::sinh(x);
+}
+double hyperbolic_cosine(double x) {
+    return std::cosh(x);
+}
+double hyperbolic_tangent(double x) {
+    return std::tanh(x);
+}
+double natural_log(double x) {
+    return x > 0 ? std::log(x) : out_of_domain;
+}
 double log_to_base(double base, double x) {
     if (!(base > 0) || base == 1 || !(x > 0)) return out_of_domain;
     return base == 10 ? std::log10(x) : base == 2 ? std::log2(x) : std::log(x) / std::log(base);
+}
+
+/// Exact where the exponent is a small whole number and the result can be held.
+Value power(Arguments& in) {
+    const Decimal base = decimal_of(in[0]);
+    const Value exponent = number_of(in[1]);
+    if (exponent.type != Value::Type::integer || std::llabs(exponent.integer) > 64) {
+        const double result = std::pow(double_of(in[0]), as_double(exponent));
+        std::string scratch;
+        if (std::isnan(result)) throw OracleError(error::argument_out_of_range, text_of(in, 1, scratch));
+        return number_of_real(result);
+    }
+    Decimal product(false, 1, 0);
+    for (std::int64_t i = std::llabs(exponent.integer); i > 0; --i) product = product * base;
+    return exponent.integer < 0 ? (Decimal(false, 1, 0) / product).approximate() : product.approximate();
 }
 
 template <Rounding rounding> Value rounded(Arguments& in) {
     const Value value = in[0];
     Civil date{};
     if (is_date(value, date)) {
-        const Value unit = in.has(1) ? in[1] : Value::of(std::string_view("DD"));
+        std::string scratch;
         const auto nearest = rounding == Rounding::half_up ? Nearest::either : Nearest::below;
-        return date_result(in, start_of(text_of(unit, in.scratch), date, nearest));
+        return date_result(
+            in, start_of(in.has(1) ? text_of(in, 1, scratch) : "DD", date, nearest, in.settings().first_weekday));
     }
     const auto places = in.has(1) ? static_cast<int>(std::clamp<std::int64_t>(integer_of(in[1]), -400, 400)) : 0;
     const Value number = number_of(value);
     if (number.type == Value::Type::integer && places >= 0) return number;
-    Decimal decimal(number);
-    decimal.round(places, rounding);
-    return decimal.value();
+    return Decimal(number).rounded(places, rounding).exact();
 }
 
 using enum ArgumentRule;
+constexpr auto a_number = ResultRule::number;
 
 constexpr FunctionEntry entries[] = {
     {"", 2, 2, {any}, ResultRule::unknown, "ora_add", {call<strict<arithmetic<Operator::add>>>}},
     {"", 2, 2, {any}, ResultRule::unknown, "ora_sub", {call<strict<arithmetic<Operator::subtract>>>}},
-    {"", 2, 2, {any}, ResultRule::number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}},
-    {"", 2, 2, {any}, ResultRule::number, "ora_div", {call<strict<arithmetic<Operator::divide>>>}},
-    {"ABS", 1, 1, {number}, ResultRule::number, "ora_abs", {call<strict<absolute>>}},
-    {"SIGN", 1, 1, {number}, ResultRule::number, "ora_sign", {call<strict<sign>>}},
-    {"CEIL", 1, 1, {number}, ResultRule::number, "ora_ceil", {call<strict<of_real<ceiling>>>}},
-    {"FLOOR", 1, 1, {number}, ResultRule::number, "ora_floor", {call<strict<of_real<floor_of>>>}},
-    {"MOD", 2, 2, {number}, ResultRule::number, "ora_mod", {call<strict<modulo>>}},
-    {"POWER", 2, 2, {number}, ResultRule::number, "ora_power", {call<strict<math<power>>>}},
-    {"SQRT", 1, 1, {number}, ResultRule::number, "ora_sqrt", {call<strict<math<square_root>>>}},
-    {"EXP", 1, 1, {number}, ResultRule::number, "ora_exp", {call<strict<math<exponential>>>}},
-    {"LN", 1, 1, {number}, ResultRule::number, "ora_ln", {call<strict<math<natural_log>>>}},
-    {"LOG", 2, 2, {number}, ResultRule::number, "ora_log", {call<strict<math<log_to_base>>>}},
+    {"", 2, 2, {any}, a_number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}},
+    {"", 2, 2, {any}, a_number, "ora_div", {call<strict<arithmetic<Operator::divide>>>}},
+    {"", 1, 1, {any}, ResultRule::like_argument, "ora_neg", {call<strict<negated>>}},
+    {"ABS", 1, 1, {number}, a_number, "ora_abs", {call<strict<absolute>>}},
+    {"SIGN", 1, 1, {number}, a_number, "ora_sign", {call<strict<sign>>}},
+    {"CEIL", 1, 1, {number}, a_number, "ora_ceil", {call<strict<next_whole<true>>>}},
+    {"FLOOR", 1, 1, {number}, a_number, "ora_floor", {call<strict<next_whole<false>>>}},
+    {"MOD", 2, 2, {number}, a_number, "ora_mod", {call<strict<modulo>>}},
+    {"REMAINDER", 2, 2, {number}, a_number, "ora_remainder", {call<strict<remainder>>}},
+    {"BITAND", 2, 2, {number}, a_number, "ora_bitand", {call<strict<bit_and>>}},
+    {"WIDTH_BUCKET", 4, 4, {number}, a_number, "ora_width_bucket", {call<strict<width_bucket>>}},
+    {"POWER", 2, 2, {number}, a_number, "ora_power", {call<strict<power>>}},
+    {"SQRT", 1, 1, {number}, a_number, "ora_sqrt", {call<strict<math<square_root>>>}},
+    {"EXP", 1, 1, {number}, a_number, "ora_exp", {call<strict<math<exponential>>>}},
+    {"LN", 1, 1, {number}, a_number, "ora_ln", {call<strict<math<natural_log>>>}},
+    {"LOG", 2, 2, {number}, a_number, "ora_log", {call<strict<math<log_to_base>>>}},
+    {"SIN", 1, 1, {number}, a_number, "ora_sin", {call<strict<math<sine>>>}},
+    {"COS", 1, 1, {number}, a_number, "ora_cos", {call<strict<math<cosine>>>}},
+    {"TAN", 1, 1, {number}, a_number, "ora_tan", {call<strict<math<tangent>>>}},
+    {"ASIN", 1, 1, {number}, a_number, "ora_asin", {call<strict<math<arc_sine>>>}},
+    {"ACOS", 1, 1, {number}, a_number, "ora_acos", {call<strict<math<arc_cosine>>>}},
+    {"ATAN", 1, 1, {number}, a_number, "ora_atan", {call<strict<math<arc_tangent>>>}},
+    {"ATAN2", 2, 2, {number}, a_number, "ora_atan2", {call<strict<math<arc_tangent_of>>>}},
+    {"SINH", 1, 1, {number}, a_number, "ora_sinh", {call<strict<math<hyperbolic_sine>>>}},
+    {"COSH", 1, 1, {number}, a_number, "ora_cosh", {call<strict<math<hyperbolic_cosine>>>}},
+    {"TANH", 1, 1, {number}, a_number, "ora_tanh", {call<strict<math<hyperbolic_tangent>>>}},
     {"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}},
     {"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}},
 };

@@ -36,12 +36,10 @@ bool parts_of(const Value& number, Int128& parts) {
         parts = Int128{static_cast<std::int64_t>(millionths)} * (one / millionth);
         return true;
     }
-    const Decimal decimal(Value::of(without_noise(number.real, std::fabs(number.real))));
+    const Decimal decimal(number);
     if (decimal.whole_digits() > 19 || decimal.decimal_places() > places) return false;
-    parts = 0;
-    for (int power = decimal.whole_digits() - 1; power >= -places; --power) {
-        parts = parts * 10 + (decimal.digit(power) - '0');
-    }
+    parts = static_cast<Int128>(decimal.coefficient());
+    for (int exponent = decimal.exponent(); exponent > -places; --exponent) parts *= 10;
     if (decimal.is_negative()) parts = -parts;
     return true;
 }
@@ -60,31 +58,23 @@ void add(Sum& sum, const Value& number, int sign) {
     sum.rest = sum.count_of_rest == 0 ? 0 : sum.rest + sign * as_double(number);
 }
 
-/// An integer when it is whole and fits; otherwise the nearest double.
-Value number_of_parts(Int128 parts) {
-    const Int128 whole = parts / one;
-    const auto integer = static_cast<std::int64_t>(whole);
-    if (whole * one == parts && whole == integer) return Value::of(integer);
-    char text[] = "-0123456789012345678901234567890123456789e-18";
-    char* const end = std::end(text) - 1;
-    char* first = end - 4;
-    const bool negative = parts < 0;
-    for (; parts != 0; parts /= 10) *--first = static_cast<char>('0' + std::abs(static_cast<int>(parts % 10)));
-    if (negative) *--first = '-';
-    double real = 0;
-    std::from_chars(first, end, real);
-    return Value::of(real);
+Decimal exact_part(const Sum& sum) {
+    const bool negative = sum.parts < 0;
+    const auto size = static_cast<Decimal::Coefficient>(sum.parts);
+    return {negative, negative ? -size : size, -places};
+}
+
+Decimal decimal_total(const Sum& sum) {
+    const Decimal exact = exact_part(sum);
+    return sum.rest == 0 ? exact : exact + Decimal(number_of_real(sum.rest));
 }
 
 Value total(const Sum& sum) {
-    const Value exact = number_of_parts(sum.parts);
-    return sum.rest == 0 ? exact : number_result(as_double(exact) + sum.rest);
+    return sum.rest == 0 ? decimal_total(sum).nearly_exact() : decimal_total(sum).approximate();
 }
 
 Value average(const Sum& sum) {
-    if (sum.rest == 0 && sum.parts % sum.count == 0) return number_of_parts(sum.parts / sum.count);
-    const double quotient = as_double(total(sum)) / static_cast<double>(sum.count);
-    return number_result(without_noise(quotient, std::fabs(quotient)));
+    return (decimal_total(sum) / Decimal(Value::of(sum.count))).approximate();
 }
 
 template <int sign> void step(sqlite3_context* context, int, sqlite3_value** values) noexcept {
@@ -94,10 +84,8 @@ template <int sign> void step(sqlite3_context* context, int, sqlite3_value** val
         auto* sum = static_cast<Sum*>(sqlite3_aggregate_context(context, sizeof(Sum)));
         if (sum == nullptr) throw std::bad_alloc();
         add(*sum, number, sign);
-    } catch (const OracleError& error) {
-        sqlite3_result_error(context, error.text().c_str(), -1);
-    } catch (const std::bad_alloc&) {
-        sqlite3_result_error_nomem(context);
+    } catch (...) {
+        report_failure(context);
     }
 }
 
@@ -106,8 +94,8 @@ template <Value (*result)(const Sum&)> void report(sqlite3_context* context) noe
     if (sum == nullptr || sum->count == 0) return sqlite3_result_null(context);
     try {
         result(*sum).result(context);
-    } catch (const OracleError& error) {
-        sqlite3_result_error(context, error.text().c_str(), -1);
+    } catch (...) {
+        report_failure(context);
     }
 }
 

@@ -44,7 +44,9 @@ inline bool write_date_image(const char* text, unsigned char* image) {
     const std::uint64_t first = date.read(text, wrong);
     const std::uint64_t second = day.read(text + 8, wrong);
     const std::uint64_t third = time.read(text + 11, wrong);
-    const auto pair = [](std::uint64_t pairs, unsigned at) { return static_cast<std::uint32_t>(pairs >> (8 * at)) & 0xFF; };
+    const auto pair = [](std::uint64_t pairs, unsigned at) {
+        return static_cast<std::uint32_t>(pairs >> (8 * at)) & 0xFF;
+    };
     const std::uint32_t front =
         (pair(first, 0) | pair(first, 2) << 8 | pair(first, 5) << 16 | pair(second, 0) << 24) + 0x6464;
     const std::uint32_t back = (pair(third, 0) | pair(third, 3) << 8 | pair(third, 6) << 16) + 0x010101;
@@ -71,7 +73,8 @@ inline bool write_image_text(const unsigned char* image, char* text) {
     const unsigned hour = image[4] - 1U;
     const unsigned minute = image[5] - 1U;
     const unsigned second = image[6] - 1U;
-    if (century > 99 || year > 99 || century + year == 0 || month > 11 || hour > 23 || minute > 59 || second > 59) return false;
+    if (century > 99 || year > 99 || century + year == 0 || month > 11 || hour > 23 || minute > 59 || second > 59)
+        return false;
     const bool leap = year % 4 == 0 && (year != 0 || century % 4 == 0);
     if (day >= days[month] + (month == 1 && leap ? 1U : 0U)) return false;
     std::memcpy(text, "0000-00-00 00:00:00", 19);

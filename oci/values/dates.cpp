@@ -12,6 +12,7 @@ struct Unit {
     int months;
     int seconds;
     int detail; ///< of months: 100 * month + day of the unit from which it is rounded up; of seconds: the origin
+    int first_month = 0; ///< of months: where the first unit begins
 };
 
 constexpr int day = static_cast<int>(seconds_per_day);
@@ -33,7 +34,12 @@ constexpr Unit units[] = {
     {"MON", 1, 0, 16},
     {"MONTH", 1, 0, 16},
     {"Q", 3, 0, 116},
+    {"RM", 1, 0, 16},
+    {"CC", 1200, 0, 60001, 12},
+    {"SCC", 1200, 0, 60001, 12},
     {"YYYY", 12, 0, 601},
+    {"SYYYY", 12, 0, 601},
+    {"SYEAR", 12, 0, 601},
     {"YEAR", 12, 0, 601},
     {"YYY", 12, 0, 601},
     {"YY", 12, 0, 601},
@@ -105,20 +111,49 @@ double months_between(const Civil& later, const Civil& earlier) {
     return months + static_cast<double>(into_month(later) - into_month(earlier)) / (31.0 * day);
 }
 
-Civil start_of(std::string_view unit_name, const Civil& date, Nearest nearest) {
+namespace {
+
+Civil start_of_months(const Unit& unit, const Civil& date, bool up) {
+    const std::int64_t months = months_of(date);
+    const auto into_unit = static_cast<int>((months - unit.first_month) % unit.months);
+    const bool next = up && into_unit * 100 + date.day >= unit.detail;
+    return month_start(months - into_unit + (next ? unit.months : 0));
+}
+
+/// @param origin  where one of the units begins
+Civil start_of_seconds(std::int64_t unit, std::int64_t origin, const Civil& date, bool either) {
+    const std::int64_t seconds = seconds_of(date) + (either ? unit / 2 : 0);
+    const std::int64_t into_unit = (seconds - origin) % unit;
+    return date_of_seconds(seconds - into_unit - (into_unit < 0 ? unit : 0));
+}
+
+std::int64_t iso_year_start(int year) {
+    const std::int64_t fourth = days_from_civil(year, 1, 4);
+    return fourth - (weekday(fourth) + 6) % 7;
+}
+
+Civil start_of_iso_year(const Civil& date, bool either) {
+    const std::int64_t days = days_from_civil(date.year, date.month, date.day);
+    int year = date.year + 1;
+    while (iso_year_start(year) > days) --year;
+    if (either && date.month >= 7 && year == date.year) ++year;
+    return date_of_seconds(iso_year_start(year) * seconds_per_day);
+}
+
+} // namespace
+
+Civil start_of(std::string_view unit_name, const Civil& date, Nearest nearest, int first_weekday) {
     const std::string name = upper(unit_name);
+    const bool either = nearest == Nearest::either;
+    // Weeks that begin with the weekday of the first of January, or of the month.
+    if (name == "WW") return start_of_seconds(7 * day, days_from_civil(date.year, 1, 1) * day, date, either);
+    if (name == "W") return start_of_seconds(7 * day, days_from_civil(date.year, date.month, 1) * day, date, either);
+    if (name == "IYYY" || name == "IYY" || name == "IY" || name == "I") return start_of_iso_year(date, either);
     const auto* unit = std::find_if(std::begin(units), std::end(units), [&](const Unit& u) { return u.name == name; });
     if (unit == std::end(units)) throw OracleError(error::date_format_not_recognized);
-    const bool either = nearest == Nearest::either;
-    if (unit->months != 0) {
-        const std::int64_t months = months_of(date);
-        const auto into_unit = static_cast<int>(months % unit->months);
-        const bool up = either && into_unit * 100 + date.day >= unit->detail;
-        return month_start(months - into_unit + (up ? unit->months : 0));
-    }
-    const std::int64_t seconds = seconds_of(date) + (either ? unit->seconds / 2 : 0);
-    const std::int64_t into_unit = (seconds - unit->detail) % unit->seconds;
-    return date_of_seconds(seconds - into_unit - (into_unit < 0 ? unit->seconds : 0));
+    if (unit->months != 0) return start_of_months(*unit, date, either);
+    const int origin = unit->detail + (unit->detail == first_sunday ? first_weekday * day : 0);
+    return start_of_seconds(unit->seconds, origin, date, either);
 }
 
 } // namespace oci

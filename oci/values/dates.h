@@ -19,6 +19,7 @@ Civil add_months(const Civil& date, std::int64_t months);
 double months_between(const Civil& later, const Civil& earlier);
 /// The start of the unit that a date stands in, or the nearest start. ORA-01821 when the name is no unit's.
 enum class Nearest : bool { below, either };
-Civil start_of(std::string_view unit, const Civil& date, Nearest nearest);
+/// @param first_weekday  what day 1 of the week is; 0 is Sunday.
+Civil start_of(std::string_view unit, const Civil& date, Nearest nearest, int first_weekday);
 
 } // namespace oci

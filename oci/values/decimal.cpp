@@ -1,80 +1,285 @@
 #include "oci/values/decimal.h"
 
+#include "oci/values/scan.h"
+
+#include <array>
 #include <charconv>
 #include <cmath>
-#include <limits>
+#include <cstdlib>
 
 namespace oci {
+namespace {
+
+using Coefficient = Decimal::Coefficient;
+
+constexpr int most_digits = 38;
+constexpr int greatest_exponent = 125; ///< of the first digit: numbers are below 10^126 ...
+constexpr int least_exponent = -130;   ///< ... and nothing is left of what is below this power
+
+constexpr auto powers = [] {
+    std::array<Coefficient, most_digits + 1> result{};
+    result[0] = 1;
+    for (int i = 1; i <= most_digits; ++i) result[i] = result[i - 1] * 10;
+    return result;
+}();
+
+int digits_of(Coefficient number) {
+    int count = 0;
+    while (count < most_digits && number >= powers[count]) ++count;
+    return count + (count == most_digits && number >= powers[most_digits] ? 1 : 0);
+}
+
+/// Rounds so many digits away, half of the last one kept up.
+Coefficient without_digits(Coefficient number, int count, Rounding rounding) {
+    if (count > most_digits) return 0;
+    const Coefficient quotient = number / powers[count];
+    const Coefficient rest = number % powers[count];
+    return quotient + (rounding == Rounding::half_up && rest >= powers[count] - rest ? 1 : 0);
+}
+
+} // namespace
 
 Decimal::Decimal(const Value& number) {
-    char text[32] = {};
-    char* end = nullptr;
     if (number.type == Value::Type::integer) {
-        end = std::to_chars(text, text + sizeof text, number.integer).ptr;
-    } else {
-        if (!std::isfinite(number.real)) throw OracleError(error::numeric_overflow);
-        end = std::to_chars(text, text + sizeof text, number.real, std::chars_format::scientific).ptr;
+        m_negative = number.integer < 0;
+        m_coefficient =
+            m_negative ? -static_cast<Coefficient>(number.integer) : static_cast<Coefficient>(number.integer);
+        normalize();
+        return;
     }
+    if (!std::isfinite(number.real)) throw OracleError(error::numeric_overflow);
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, number.real, std::chars_format::scientific).ptr;
     const char* p = text;
     m_negative = *p == '-';
     if (m_negative) ++p;
-    if (*p == '0') return;
-    for (; p != end && *p != 'e'; ++p) {
-        if (*p != '.') m_digits[m_count++] = *p;
+    std::uint64_t digits = 0;
+    int places = 0;
+    for (bool behind_point = false; p != end && *p != 'e'; ++p) {
+        if (*p == '.') {
+            behind_point = true;
+            continue;
+        }
+        digits = digits * 10 + static_cast<unsigned>(*p - '0');
+        places += behind_point ? 1 : 0;
     }
-    m_point = m_count;
-    if (p == end) return;
-    if (*++p == '+') ++p;
-    std::from_chars(p, end, m_point);
-    ++m_point;
+    if (p != end && *++p == '+') ++p;
+    std::from_chars(p, end, m_exponent);
+    m_exponent -= places;
+    m_coefficient = digits;
+    normalize();
 }
 
-char Decimal::digit(int power) const {
-    const int place = m_point - 1 - power;
-    return place >= 0 && place < m_count ? m_digits[place] : '0';
-}
-
-void Decimal::round(int places, Rounding rounding) {
-    const int kept = m_point + places;
-    if (kept >= m_count) return;
-    const bool up = rounding == Rounding::half_up && kept >= 0 && m_digits[kept] >= '5';
-    m_count = kept > 0 ? kept : 0;
-    if (up) {
-        while (m_count > 0 && m_digits[m_count - 1] == '9') --m_count;
-        if (m_count > 0) {
-            ++m_digits[m_count - 1];
+bool Decimal::parse(std::string_view text, Decimal& number, char decimal_mark) {
+    while (!text.empty() && is_space(text.front())) text.remove_prefix(1);
+    while (!text.empty() && is_space(text.back())) text.remove_suffix(1);
+    const bool negative = text.starts_with('-');
+    if (negative || text.starts_with('+')) text.remove_prefix(1);
+    Coefficient coefficient = 0;
+    int exponent = 0;
+    int skipped = 0; // zeros that count only when another digit follows
+    bool any = false;
+    bool point = false;
+    for (; !text.empty() && (is_digit(text[0]) || (!point && text[0] == decimal_mark)); text.remove_prefix(1)) {
+        if (text[0] == decimal_mark) {
+            point = true;
+            continue;
+        }
+        any = true;
+        exponent -= point ? 1 : 0;
+        if (text[0] == '0') {
+            skipped += coefficient != 0 ? 1 : 0;
+            if (coefficient != 0) continue;
         } else {
-            m_digits[m_count++] = '1';
-            ++m_point;
+            if (digits_of(coefficient) + skipped + 1 > most_digits) throw OracleError(error::numeric_overflow);
+            coefficient = coefficient * powers[skipped + 1] + static_cast<unsigned>(text[0] - '0');
+            skipped = 0;
         }
     }
-    if (m_count == 0) m_point = 0;
+    exponent += skipped;
+    if (!any) return false;
+    if (!text.empty() && (text[0] == 'e' || text[0] == 'E')) {
+        text.remove_prefix(text.size() > 1 && text[1] == '+' ? 2 : 1);
+        int power = 0;
+        const auto read = std::from_chars(text.data(), text.data() + text.size(), power);
+        if (read.ec == std::errc::invalid_argument || read.ptr != text.data() + text.size()) return false;
+        if (read.ec != std::errc{} || std::abs(power) > 10000) throw OracleError(error::numeric_overflow);
+        exponent += power;
+    } else if (!text.empty()) {
+        return false;
+    }
+    number = Decimal(negative, coefficient, exponent);
+    return true;
 }
 
-Value Decimal::value() const {
-    if (m_count == 0) return Value::of(std::int64_t{0});
-    char text[48];
+void Decimal::normalize() {
+    while (m_coefficient != 0 && m_coefficient % 10 == 0) {
+        m_coefficient /= 10;
+        ++m_exponent;
+    }
+    if (m_coefficient != 0) return;
+    m_exponent = 0;
+    m_negative = false;
+}
+
+int Decimal::digits() const {
+    return digits_of(m_coefficient);
+}
+
+std::string Decimal::digit_text() const {
+    char text[40];
+    char* first = std::end(text);
+    Coefficient rest = m_coefficient;
+    do *--first = static_cast<char>('0' + static_cast<int>(rest % 10));
+    while ((rest /= 10) != 0);
+    return {first, std::end(text)};
+}
+
+std::string Decimal::text() const {
+    std::string text = digit_text();
+    const int point = whole_digits();
+    const auto size = static_cast<int>(text.size());
+    if (point > 40 || point < -40) {
+        if (size > 1) text.insert(1, 1, '.');
+        const int power = point - 1;
+        text += power < 0 ? "E-" : "E+";
+        if (std::abs(power) < 10) text += '0';
+        text += std::to_string(std::abs(power));
+    } else if (point >= size) {
+        text.append(static_cast<std::size_t>(point - size), '0');
+    } else if (point > 0) {
+        text.insert(static_cast<std::size_t>(point), 1, '.');
+    } else if (!is_zero()) {
+        text.insert(0, "." + std::string(static_cast<std::size_t>(-point), '0'));
+    }
+    return m_negative ? "-" + text : text;
+}
+
+Decimal Decimal::operator+(const Decimal& other) const {
+    if (is_zero()) return other;
+    if (other.is_zero()) return *this;
+    const Decimal& high = m_exponent >= other.m_exponent ? *this : other;
+    const Decimal& low = m_exponent >= other.m_exponent ? other : *this;
+    const int room = most_digits - 1 - high.digits(); // one digit for the carry
+    const int shift = std::min(high.m_exponent - low.m_exponent, std::max(room, 0));
+    const int lost = high.m_exponent - shift - low.m_exponent;
+    const Coefficient a = high.m_coefficient * powers[shift];
+    const Coefficient b = without_digits(low.m_coefficient, lost, Rounding::half_up);
+    const int exponent = high.m_exponent - shift;
+    if (high.m_negative == low.m_negative) return {high.m_negative, a + b, exponent};
+    return a >= b ? Decimal(high.m_negative, a - b, exponent) : Decimal(low.m_negative, b - a, exponent);
+}
+
+Decimal Decimal::operator*(const Decimal& other) const {
+    if (digits() + other.digits() > most_digits) return to_digits(most_digits / 2) * other.to_digits(most_digits / 2);
+    return {m_negative != other.m_negative, m_coefficient * other.m_coefficient, m_exponent + other.m_exponent};
+}
+
+Decimal Decimal::operator/(const Decimal& other) const {
+    if (other.is_zero()) throw OracleError(error::divisor_is_zero);
+    const Decimal divisor = other.to_digits(most_digits / 2);
+    const int shift = most_digits - digits();
+    const Coefficient dividend = m_coefficient * powers[shift];
+    Coefficient quotient = dividend / divisor.m_coefficient;
+    // What is left over must be seen when the last digits are rounded away.
+    if (dividend % divisor.m_coefficient != 0 && quotient % 10 % 5 == 0) ++quotient;
+    return {m_negative != other.m_negative, quotient, m_exponent - shift - divisor.m_exponent};
+}
+
+Decimal Decimal::remainder(const Decimal& divisor) const {
+    if (divisor.is_zero() || is_zero()) return *this;
+    const int exponent = std::min(m_exponent, divisor.m_exponent);
+    const int divisor_shift = divisor.m_exponent - exponent;
+    if (divisor_shift > most_digits - divisor.digits()) return *this; // it is greater by far
+    const Coefficient unit = divisor.m_coefficient * powers[divisor_shift];
+    Coefficient rest = m_coefficient % unit;
+    for (int shift = m_exponent - exponent; shift > 0; --shift) {
+        // rest * 10 may not fit: it is added up instead.
+        Coefficient next = 0;
+        for (int i = 0; i < 10; ++i) next = next >= unit - rest ? next - (unit - rest) : next + rest;
+        rest = next;
+    }
+    return {m_negative, rest, exponent};
+}
+
+std::strong_ordering Decimal::operator<=>(const Decimal& other) const {
+    if (m_negative != other.m_negative) return m_negative ? std::strong_ordering::less : std::strong_ordering::greater;
+    const Decimal& a = m_negative ? other : *this;
+    const Decimal& b = m_negative ? *this : other;
+    if (a.is_zero() || b.is_zero()) return b.is_zero() <=> a.is_zero();
+    if (const auto order = a.whole_digits() <=> b.whole_digits(); order != 0) return order;
+    const int exponent = std::min(a.m_exponent, b.m_exponent);
+    return a.m_coefficient * powers[a.m_exponent - exponent] <=> b.m_coefficient * powers[b.m_exponent - exponent];
+}
+
+Decimal Decimal::rounded(int places, Rounding rounding) const {
+    const int lost = -m_exponent - places;
+    if (lost <= 0) return *this;
+    return {m_negative, without_digits(m_coefficient, lost, rounding), -places};
+}
+
+Decimal Decimal::to_digits(int count) const {
+    return rounded(count - whole_digits());
+}
+
+bool Decimal::hold(Value& value) const {
+    const int size = digits();
+    if (is_zero() || size + m_exponent - 1 < least_exponent) {
+        value = Value::of(std::int64_t{0});
+        return true;
+    }
+    if (size + m_exponent - 1 > greatest_exponent) return false;
+    if (m_exponent >= 0 && size + m_exponent <= 19) {
+        const Coefficient whole = m_coefficient * powers[m_exponent];
+        const Coefficient limit = (Coefficient{1} << 63) - (m_negative ? 0 : 1);
+        if (whole > limit) return false;
+        const auto bits = static_cast<std::uint64_t>(whole);
+        value = Value::of(static_cast<std::int64_t>(m_negative ? 0 - bits : bits));
+        return true;
+    }
+    if (size > 17) return false;
+    char text[32];
     char* end = text;
     if (m_negative) *end++ = '-';
-    for (int i = 0; i < m_count; ++i) *end++ = m_digits[i];
-    int exponent = m_point - m_count;
-    // Written out rather than as an exponent, a number of up to 19 digits stays an exact integer.
-    for (; exponent > 0 && m_point <= 19; --exponent) *end++ = '0';
-    if (exponent != 0) {
-        *end++ = 'e';
-        end = std::to_chars(end, text + sizeof text, exponent).ptr;
-    }
-    return number_of(std::string_view(text, static_cast<std::size_t>(end - text)));
+    end = std::to_chars(end, text + 24, static_cast<std::uint64_t>(m_coefficient)).ptr;
+    *end++ = 'e';
+    end = std::to_chars(end, std::end(text), m_exponent).ptr;
+    double real = 0;
+    std::from_chars(text, end, real);
+    value = Value::of(real);
+    return size <= sure_digits || Decimal(value) == *this;
 }
 
-double without_noise(double number, double magnitude) {
-    constexpr double greatest = 1e15; // has no fraction of 15 digits
-    constexpr double least = 1e-8;    // below it the power of ten is none that a double holds
-    if (!(magnitude < greatest && magnitude >= least)) return number;
-    const double power = power_of_ten(14 - static_cast<int>(std::floor(std::log10(magnitude))));
-    const double rounded = std::nearbyint(number * power) / power;
-    const double noise = magnitude * 2 * std::numeric_limits<double>::epsilon();
-    return std::fabs(rounded - number) <= noise ? rounded : number;
+Value Decimal::exact() const {
+    Value value;
+    if (!hold(value)) throw OracleError(error::numeric_overflow, text() + " cannot be held exactly");
+    return value;
+}
+
+Value Decimal::nearly_exact() const {
+    Value value;
+    if (hold(value)) return value;
+    if (is_whole()) throw OracleError(error::numeric_overflow, text() + " cannot be held exactly");
+    return approximate();
+}
+
+Value Decimal::approximate() const {
+    Value value;
+    return hold(value) ? value : to_digits(sure_digits).exact();
+}
+
+Value number_of_real(double real) {
+    if (!std::isfinite(real)) throw OracleError(error::numeric_overflow);
+    return Decimal(Value::of(real)).to_digits(Decimal::sure_digits).exact();
+}
+
+int compare_numbers(const Value& a, const Value& b) {
+    if (a.type == Value::Type::integer && b.type == Value::Type::integer) {
+        return (a.integer > b.integer) - (a.integer < b.integer);
+    }
+    if (a.type == b.type) return (a.real > b.real) - (a.real < b.real);
+    const auto order = Decimal(a) <=> Decimal(b);
+    return (order > 0) - (order < 0);
 }
 
 } // namespace oci

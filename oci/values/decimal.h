@@ -2,39 +2,83 @@
 
 #include "oci/values/values.h"
 
+#include <compare>
+
 namespace oci {
 
 enum class Rounding : std::uint8_t { half_up, truncate };
 
-/// A number as its decimal digits, so that it is rounded as it is read: 2.675 to two places is 2.68.
+/// A number as decimal digits and a power of ten: what is written is what is meant.
 class Decimal {
   public:
+    __extension__ typedef unsigned __int128 Coefficient;
+    /// What a double gives back as it was written, whatever the digits are.
+    static constexpr int sure_digits = 15;
+
+    Decimal() = default;
+    Decimal(bool negative, Coefficient coefficient, int exponent)
+        : m_coefficient(coefficient),
+          m_exponent(exponent),
+          m_negative(negative) {
+        normalize();
+    }
     /// @param number  an integer or a real.
     explicit Decimal(const Value& number);
+    /// The number that a text spells, blanks around it left out. @return false when it spells none. ORA-01426 with more
+    /// digits than there is room for.
+    static bool parse(std::string_view text, Decimal& number, char decimal_mark = '.');
 
+    bool is_zero() const { return m_coefficient == 0; }
     bool is_negative() const { return m_negative; }
+    bool is_whole() const { return m_exponent >= 0; }
+    int digits() const;
     /// Digits before the point; zero or less for a fraction.
-    int whole_digits() const { return m_point; }
+    int whole_digits() const { return is_zero() ? 0 : digits() + m_exponent; }
     /// Digits behind the point; zero or less for a whole number.
-    int decimal_places() const { return m_count - m_point; }
-    /// The digit that stands for 10^power.
-    char digit(int power) const;
+    int decimal_places() const { return -m_exponent; }
+    int exponent() const { return m_exponent; }
+    Coefficient coefficient() const { return m_coefficient; }
+    /// The digits without point and sign; "0" for zero.
+    std::string digit_text() const;
+    /// As a server prints it: no zero before the point, an exponent only beyond 40 digits.
+    std::string text() const;
+
+    Decimal operator-() const { return {!m_negative, m_coefficient, m_exponent}; }
+    Decimal operator+(const Decimal& other) const;
+    Decimal operator-(const Decimal& other) const { return *this + -other; }
+    Decimal operator*(const Decimal& other) const;
+    /// ORA-01476 by zero. Exact when it is one of few digits.
+    Decimal operator/(const Decimal& other) const;
+    /// The remainder of a division towards zero; of great quotients too.
+    Decimal remainder(const Decimal& divisor) const;
+    std::strong_ordering operator<=>(const Decimal& other) const;
+    bool operator==(const Decimal& other) const { return (*this <=> other) == std::strong_ordering::equal; }
+
     /// Half is rounded away from zero. Negative places round before the point.
-    void round(int places, Rounding rounding);
-    /// An integer when it is whole and fits.
-    Value value() const;
+    Decimal rounded(int places, Rounding rounding = Rounding::half_up) const;
+    /// Rounded to so many digits in all.
+    Decimal to_digits(int count) const;
+
+    /// @return false when neither an integer nor a real is this number exactly.
+    bool hold(Value& value) const;
+    /// ORA-01426 when no value is this number exactly.
+    Value exact() const;
+    /// What cannot be held exactly is rounded to `sure_digits`, but whole numbers are not (ORA-01426).
+    Value nearly_exact() const;
+    /// Rounded to `sure_digits` where that is needed to hold it: results of division and functions.
+    Value approximate() const;
 
   private:
-    // 0.DIGITS * 10^point; zero has no digits.
-    char m_digits[24];
-    int m_count = 0;
-    int m_point = 0;
+    void normalize();
+
+    Coefficient m_coefficient = 0; ///< of at most 38 digits
+    int m_exponent = 0;
     bool m_negative = false;
 };
 
-/// Binary arithmetic on decimals misses their result by a little: the decimal of up to 15 digits that is so near is
-/// what was meant. Any other number stays as it is.
-/// @param magnitude  the greatest of the numbers that went into it, and so what its digits are counted from
-double without_noise(double number, double magnitude);
+/// The number of a real that was computed in binary: the decimal of `sure_digits` next to it.
+Value number_of_real(double real);
+/// -1, 0 or 1. Both are numbers.
+int compare_numbers(const Value& a, const Value& b);
 
 } // namespace oci

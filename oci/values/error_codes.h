@@ -229,6 +229,7 @@ inline constexpr Cause no_such_user{1918, "user '{}' does not exist"};
 inline constexpr Cause user_name_in_use{1920, "user name '{}' conflicts with another user or role name"};
 inline constexpr Cause user_is_connected{1940, "cannot drop a user that is currently connected"};
 inline constexpr Cause missing_keyword_named{2000, "missing {} keyword"};
+inline constexpr Cause invalid_userenv{2003, "invalid USERENV parameter"};
 inline constexpr Cause missing_using{2012, "missing USING keyword"};
 inline constexpr Cause invalid_create_index{2158, "invalid CREATE INDEX option"};
 inline constexpr Cause invalid_rollback_option{2181, "invalid option to ROLLBACK WORK"};
@@ -397,6 +398,8 @@ inline constexpr Cause interval_arithmetic{30083, "syntax error was found in int
 inline constexpr Cause adding_datetimes{30087, "Adding two datetime values is not allowed"};
 inline constexpr Cause datetime_precision{30088, "datetime/interval precision is out of range"};
 inline constexpr Cause missing_datetime_field{30089, "missing or invalid <datetime field>"};
+inline constexpr Cause bad_unicode_escape{30186,
+                                          "'\\' must be followed by four hexadecimal characters or another '\\'"};
 inline constexpr Cause grouping_not_supported{30481, "GROUPING function only supported with GROUP BY CUBE or ROLLUP"};
 inline constexpr Cause distinct_not_allowed{30482, "DISTINCT option not allowed for this function"};
 inline constexpr Cause window_function_not_allowed{30483, "window  functions are not allowed here"};

@@ -10,6 +10,9 @@ namespace oci {
 inline bool is_digit(char c) {
     return c >= '0' && c <= '9';
 }
+inline bool is_space(char c) {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
 inline char to_upper(char c) {
     return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
 }

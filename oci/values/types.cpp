@@ -1,4 +1,6 @@
-#include "oci/values/values.h"
+#include "oci/values/decimal.h"
+#include "oci/values/moments.h"
+#include "oci/values/scan.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,6 +8,7 @@
 #include <cstring>
 #include <limits>
 #include <utility>
+#include <vector>
 
 namespace oci {
 namespace {
@@ -37,6 +40,8 @@ constexpr TypeName type_names[] = {
     {"CHAR", Family::fixed_text, 1, 0, 0},
     {"NCHAR", Family::fixed_text, 1, 0, 0},
     {"CHARACTER", Family::fixed_text, 1, 0, 0},
+    {"BINARY_FLOAT", Family::binary_float, 0, 0, 0},
+    {"BINARY_DOUBLE", Family::binary_double, 0, 0, 0},
     {"DATE", Family::date, 7, 0, 0},
     {"RAW", Family::raw, 2000, 0, 0},
     {"LONG RAW", Family::long_raw, 0, 0, 0},
@@ -82,6 +87,47 @@ std::optional<Declaration> take_apart(std::string_view text) {
     return parts;
 }
 
+/// "TIMESTAMP(3) WITH TIME ZONE", "INTERVAL DAY(2) TO SECOND(6)".
+std::optional<ColumnType> parse_moment_type(std::string_view declaration) {
+    std::string name;
+    std::vector<int> numbers;
+    for (std::size_t i = 0; i < declaration.size(); ++i) {
+        const char c = declaration[i];
+        if (c == '(') {
+            int number = 0;
+            for (++i; i < declaration.size() && declaration[i] != ')'; ++i) {
+                if (is_digit(declaration[i]) && number < 100) number = number * 10 + (declaration[i] - '0');
+            }
+            numbers.push_back(number);
+            name += '#';
+        } else if (c != ' ' || (!name.empty() && name.back() != ' ')) {
+            if (c == ' ' && !name.empty() && name.back() == '#') continue;
+            name += to_upper(c);
+        }
+    }
+    while (name.ends_with(' ')) name.pop_back();
+    const auto has = [&](std::string_view word) { return name.find(word) != std::string::npos; };
+    const auto of = [](Family family, int precision, int scale) {
+        ColumnType type = ColumnType::of_family(family);
+        type.precision = static_cast<sb2>(precision);
+        type.scale = static_cast<sb1>(scale);
+        return precision <= 9 && scale <= 9 ? std::optional(type) : std::nullopt;
+    };
+    const auto number = [&](std::size_t index, int otherwise) {
+        return index < numbers.size() ? numbers[index] : otherwise;
+    };
+    if (name.starts_with("TIMESTAMP")) {
+        return of(has("LOCAL")  ? Family::timestamp_ltz
+                  : has("ZONE") ? Family::timestamp_tz
+                                : Family::timestamp,
+                  0, number(0, 6));
+    }
+    if (!name.starts_with("INTERVAL")) return std::nullopt;
+    if (has("YEAR")) return of(Family::interval_ym, number(0, 2), 0);
+    const bool precision = has("DAY#");
+    return of(Family::interval_ds, precision ? number(0, 2) : 2, number(precision ? 1 : 0, 6));
+}
+
 bool is_possible(const TypeName& type, const Declaration& parts) {
     const int size = parts.numbers[0];
     const int scale = parts.numbers[1];
@@ -95,52 +141,34 @@ bool is_possible(const TypeName& type, const Declaration& parts) {
     }
 }
 
-/// Rounds half away from zero, as decimal rounding does, whatever error scaling the binary fraction adds.
-double round_to(double number, int digits) {
-    const double power = power_of_ten(digits);
-    const double scaled = number * power;
-    if (!(std::fabs(scaled) < 0x1p52)) return number; // greater ones have no fraction
-    const double rounded = std::nearbyint(scaled);
-    const double tolerance = std::min(std::fabs(scaled) * 4 * std::numeric_limits<double>::epsilon(), 0.05);
-    const bool tie = std::fabs(std::fabs(scaled - rounded) - 0.5) <= tolerance;
-    return (tie ? std::trunc(scaled + std::copysign(0.5 + tolerance, scaled)) : rounded) / power;
-}
-
-/// Has the number no more than so many digits before the point? A double has too few digits to tell of great integers.
-bool is_below(const Value& number, int digits) {
-    if (number.type == Value::Type::real || digits < 0 || digits > 18) {
-        const double real = number.type == Value::Type::real ? number.real : static_cast<double>(number.integer);
-        return std::fabs(real) < power_of_ten(digits);
-    }
-    std::int64_t limit = 1;
-    for (int i = 0; i < digits; ++i) limit *= 10;
-    return number.integer > -limit && number.integer < limit;
-}
-
 [[noreturn]] void value_too_large(std::string_view column, std::size_t actual, std::size_t maximum) {
     throw OracleError(error::value_too_large, "\"" + std::string(column) + "\" (actual: " + std::to_string(actual) +
-                                 ", maximum: " + std::to_string(maximum) + ")");
+                                                  ", maximum: " + std::to_string(maximum) + ")");
 }
 
 Value fit_number(const Value& given, const ColumnType& type) {
-    Value number = number_of(given);
-    if (number.type == Value::Type::real && !(std::fabs(number.real) < number_limit)) throw OracleError(error::numeric_overflow);
-    if (type.scale == any_scale) return number;
-    if (number.type == Value::Type::real) {
-        const double rounded = round_to(number.real, type.scale);
-        const bool whole = std::trunc(rounded) == rounded && std::fabs(rounded) < 9.2e18;
-        number = whole ? Value::of(static_cast<std::int64_t>(rounded)) : Value::of(rounded);
-    } else if (type.scale < 0) {
-        number = Value::of(static_cast<std::int64_t>(round_to(static_cast<double>(number.integer), type.scale)));
+    const Value number = number_of(given);
+    if (number.type == Value::Type::real && !(std::fabs(number.real) < number_limit)) {
+        throw OracleError(error::numeric_overflow);
     }
-    if (!is_below(number, type.precision - type.scale)) throw OracleError(error::precision_exceeded);
-    return number;
+    if (type.scale == any_scale) return number;
+    constexpr std::int64_t sure = 1'000'000'000'000'000'000; // has 18 digits at most, of which none is lost
+    const int whole_digits = type.precision - type.scale;
+    if (number.type == Value::Type::integer && type.scale >= 0 && whole_digits >= 18 && number.integer > -sure &&
+        number.integer < sure) {
+        return number;
+    }
+    const Decimal rounded = Decimal(number).rounded(type.scale);
+    if (rounded.whole_digits() > whole_digits) throw OracleError(error::precision_exceeded);
+    return rounded.exact();
 }
 
 Value fit_text(const Value& given, const ColumnType& type, std::string_view column, std::string& scratch) {
     Value text = given;
-    if (given.type == Value::Type::integer || given.type == Value::Type::real) text = Value::of(number_text(given, scratch));
-    if (given.type == Value::Type::blob && type.family != Family::clob) text = Value::of(scratch = hex_of(given.text()));
+    if (given.type == Value::Type::integer || given.type == Value::Type::real)
+        text = Value::of(number_text(given, scratch));
+    if (given.type == Value::Type::blob && type.family != Family::clob)
+        text = Value::of(scratch = hex_of(given.text()));
     text.type = Value::Type::text;
     if (type.size != 0 && text.size > type.size) value_too_large(column, text.size, type.size);
     if (type.family == Family::fixed_text && text.size < type.size) {
@@ -151,18 +179,57 @@ Value fit_text(const Value& given, const ColumnType& type, std::string_view colu
     return text;
 }
 
-Value fit_date(const Value& given, std::string& scratch) {
+/// Half of the last digit that is kept is rounded up.
+Moment rounded(const Moment& moment, int digits) {
+    std::int64_t unit = 1;
+    for (int i = digits; i < 9; ++i) unit *= 10;
+    const std::int64_t nanoseconds = (moment.nanosecond + unit / 2) / unit * unit;
+    return plus_nanoseconds(moment, nanoseconds - moment.nanosecond);
+}
+
+Value fit_moment(const Value& given, const ColumnType& type, std::string& scratch) {
     if (given.type != Value::Type::text) throw OracleError(error::inconsistent_datatypes, "expected DATE got NUMBER");
-    Civil civil{};
-    if (given.size == 10) {
+    Moment moment;
+    Family family = read_moment(given.text(), moment);
+    if (family == Family::unknown && given.size == 10) {
         scratch.assign(given.data, given.size).append(" 00:00:00");
-        if (!parse_iso(scratch, civil)) throw OracleError(error::literal_does_not_match);
-        check_civil(civil);
-        return Value::of(scratch);
+        family = read_moment(scratch, moment);
     }
-    if (!parse_iso(given.text(), civil)) throw OracleError(error::literal_does_not_match);
-    check_civil(civil);
-    return given;
+    if (family == Family::unknown) throw OracleError(error::literal_does_not_match);
+    check_civil(moment.civil);
+    if (type.family == Family::date)
+        return given.size == iso_size ? given : Value::of(write_moment(moment, Family::date, scratch));
+    const bool same = family == Family::timestamp && type.family != Family::timestamp_tz;
+    if (type.scale >= 9 && (same || family == type.family)) return given;
+    if (type.family == Family::timestamp_tz && !moment.has_zone) throw OracleError(error::invalid_time_zone);
+    return Value::of(write_moment(rounded(moment, type.scale), type.family, scratch));
+}
+
+Value fit_interval(const Value& given, const ColumnType& type) {
+    const Value number = number_of(given);
+    if (number.type != Value::Type::integer) throw OracleError(error::invalid_interval);
+    const bool months = type.family == Family::interval_ym;
+    std::int64_t value = number.integer;
+    if (!months) {
+        std::int64_t unit = 1;
+        for (int i = type.scale; i < 9; ++i) unit *= 10;
+        const std::int64_t half = value < 0 ? -unit / 2 : unit / 2;
+        if (__builtin_add_overflow(value, half, &value)) throw OracleError(error::interval_precision_too_small);
+        value -= value % unit;
+    }
+    const std::int64_t leading = value / (months ? 12 : nanoseconds_per_day);
+    std::int64_t limit = 1;
+    for (int i = 0; i < type.precision; ++i) limit *= 10;
+    if (leading <= -limit || leading >= limit) throw OracleError(error::interval_precision_too_small);
+    return Value::of(value);
+}
+
+Value fit_binary(const Value& given, const ColumnType& type) {
+    const Value number = number_of(given);
+    double real = number.type == Value::Type::integer ? static_cast<double>(number.integer) : number.real;
+    if (type.family == Family::binary_float) real = static_cast<float>(real);
+    if (!std::isfinite(real)) throw OracleError(error::numeric_overflow);
+    return Value::of(real);
 }
 
 Value fit_bytes(const Value& given, const ColumnType& type, std::string_view column, std::string& scratch) {
@@ -202,6 +269,7 @@ ColumnType ColumnType::of_family(Family family, int size) {
 }
 
 std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
+    if (const auto type = parse_moment_type(declaration)) return type;
     const auto parts = take_apart(declaration);
     if (!parts) return std::nullopt;
     for (const auto& known : type_names) {
@@ -210,7 +278,9 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
         ColumnType type = of_family(known.family, parts->count > 0 ? parts->numbers[0] : known.size);
         if (known.family == Family::number) {
             type = number(parts->count > 0 ? parts->numbers[0] : known.precision,
-                          parts->count == 2 ? parts->numbers[1] : parts->count == 1 && known.scale != any_scale ? 0 : known.scale);
+                          parts->count == 2                               ? parts->numbers[1]
+                          : parts->count == 1 && known.scale != any_scale ? 0
+                                                                          : known.scale);
             if (parts->count == 1 && known.name == "NUMBER") type.scale = 0;
         }
         return type;
@@ -299,7 +369,14 @@ Value fit(const Value& value, const ColumnType& type, std::string_view column, s
     case Family::long_text:
     case Family::rowid:
     case Family::clob: return fit_text(value, type, column, scratch);
-    case Family::date: return fit_date(value, scratch);
+    case Family::date:
+    case Family::timestamp:
+    case Family::timestamp_tz:
+    case Family::timestamp_ltz: return fit_moment(value, type, scratch);
+    case Family::interval_ym:
+    case Family::interval_ds: return fit_interval(value, type);
+    case Family::binary_float:
+    case Family::binary_double: return fit_binary(value, type);
     case Family::raw:
     case Family::long_raw:
     case Family::blob: return fit_bytes(value, type, column, scratch);

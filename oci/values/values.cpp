@@ -1,4 +1,4 @@
-#include "oci/values/values.h"
+#include "oci/values/decimal.h"
 
 #include <algorithm>
 #include <cctype>
@@ -127,8 +127,7 @@ void civil_from_days(std::int64_t days, Civil& civil) {
     days += 719468;
     const std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
     const std::int64_t day_of_era = days - era * 146097;
-    const std::int64_t year_of_era =
-        (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+    const std::int64_t year_of_era = (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
     const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
     const std::int64_t month_from_march = (5 * day_of_year + 2) / 153;
     civil.day = static_cast<int>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
@@ -137,41 +136,21 @@ void civil_from_days(std::int64_t days, Civil& civil) {
 }
 
 std::string_view number_text(const Value& number, std::string& scratch) {
-    char digits[512];
-    if (number.type == Value::Type::integer) {
-        const auto end = std::to_chars(digits, digits + sizeof digits, number.integer).ptr;
-        return scratch.assign(digits, end);
-    }
-    double decimal = number.real;
-    if (std::fabs(decimal) < 1e15 && std::trunc(decimal) != decimal) {
-        // The digits behind the fifteenth are those of the binary fraction, not of the decimal number that was meant.
-        const auto end = std::to_chars(digits, digits + sizeof digits, decimal, std::chars_format::scientific, 14).ptr;
-        std::from_chars(digits, end, decimal);
-    }
-    const double magnitude = std::fabs(decimal);
-    const bool plain = magnitude == 0 || (magnitude < 1e40 && magnitude >= 1e-40);
-    const auto format = plain ? std::chars_format::fixed : std::chars_format::scientific;
-    const auto end = std::to_chars(digits, digits + sizeof digits, decimal, format).ptr;
-    scratch.assign(digits, end);
-    if (const auto zero = scratch.find("0."); plain && zero <= 1 && (zero == 0 || scratch[0] == '-')) scratch.erase(zero, 1);
-    if (scratch == "-0") scratch = "0";
-    return scratch;
+    if (number.type != Value::Type::integer) return scratch = Decimal(number).text();
+    char digits[24];
+    const auto end = std::to_chars(digits, std::end(digits), number.integer).ptr;
+    return scratch.assign(digits, end);
 }
 
 Value number_of(std::string_view text) {
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.front())) != 0) text.remove_prefix(1);
-    while (!text.empty() && std::isspace(static_cast<unsigned char>(text.back())) != 0) text.remove_suffix(1);
-    if (text.starts_with('+') && text.size() > 1 && text[1] != '-') text.remove_prefix(1);
     const char* end = text.data() + text.size();
     std::int64_t integer = 0;
     if (const auto whole = std::from_chars(text.data(), end, integer); whole.ec == std::errc{} && whole.ptr == end) {
         return Value::of(integer);
     }
-    double real = 0;
-    const auto parsed = std::from_chars(text.data(), end, real);
-    if (parsed.ec != std::errc{} || parsed.ptr != end || !std::isfinite(real)) throw OracleError(error::invalid_number);
-    if (std::trunc(real) == real && std::fabs(real) < 9e18) return Value::of(static_cast<std::int64_t>(real));
-    return Value::of(real);
+    Decimal number;
+    if (!Decimal::parse(text, number)) throw OracleError(error::invalid_number);
+    return number.exact();
 }
 
 Value number_of(const Value& value) {

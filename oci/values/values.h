@@ -79,15 +79,15 @@ enum class Family : std::uint8_t {
     boolean      ///< of a block only
 };
 
-constexpr sb1 any_scale = -127; ///< of a number with any digits behind the point
+constexpr sb1 any_scale = -127;        ///< of a number with any digits behind the point
 constexpr int longest_text = 4000;     ///< bytes of a VARCHAR2
 constexpr double number_limit = 1e126; ///< numbers are below it
 
 /// What a column, a parameter or an expression is declared as.
 struct ColumnType {
     Family family = Family::unknown;
-    ub2 size = 0;      ///< bytes of text and raw types
-    sb2 precision = 0; ///< decimal digits of numbers; 0: any
+    ub2 size = 0;          ///< bytes of text and raw types
+    sb2 precision = 0;     ///< decimal digits of numbers; 0: any
     sb1 scale = any_scale; ///< digits behind the point
     bool nullable = true;
     bool in_characters = false; ///< the size of a text counts characters
@@ -134,7 +134,8 @@ int days_in_month(int year, int month);
 std::string_view number_text(const Value& number, std::string& scratch);
 /// 10 to this power.
 double power_of_ten(int exponent);
-/// The number that a text spells (ORA-01722 when it spells none), of integer type when it is whole and fits.
+/// The number that a text spells (ORA-01722 when it spells none, ORA-01426 when no value is that number exactly), of
+/// integer type when it is whole.
 Value number_of(std::string_view text);
 /// The number that a value is or spells; NULL stays NULL.
 Value number_of(const Value& value);

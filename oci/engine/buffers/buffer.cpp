@@ -1,6 +1,7 @@
 #include "oci/engine/buffers/buffer.h"
 
 #include "oci/engine/buffers/large_object.h"
+#include "oci/values/decimal.h"
 #include "oci/values/date_image.h"
 
 #include <algorithm>
@@ -73,7 +74,7 @@ Value read_integer(const Buffer& buffer, const char* from) {
     }
     const auto number = load<std::int64_t>(from);
     if (is_signed || number >= 0) return Value::of(number);
-    return Value::of(static_cast<double>(load<std::uint64_t>(from)));
+    return Decimal(false, load<std::uint64_t>(from), 0).exact();
 }
 
 Value read_real(const Buffer& buffer, const char* from) {
