@@ -1,8 +1,8 @@
 #include "oci/engine/alter_session.h"
 
 #include "oci/engine/session.h"
-#include "oci/functions/formats.h"
 #include "oci/sql/token_stream.h"
+#include "oci/values/formats.h"
 
 #include <algorithm>
 #include <cctype>
@@ -37,7 +37,7 @@ void require(const Setting& setting, std::initializer_list<std::string_view> acc
 }
 
 void set_date_format(Changes& to, const Setting& setting) {
-    format_date({2000, 1, 1, 0, 0, 0}, setting.value);
+    format_moment({{2000, 1, 1, 0, 0, 0}, 0, false, 0, {}}, Family::date, 0, setting.value, to.settings);
     to.settings.date_format = setting.value;
 }
 
