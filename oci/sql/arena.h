@@ -49,6 +49,10 @@ template <class T> class ListBuilder {
     static_assert(std::is_trivially_destructible_v<T>);
 
     explicit ListBuilder(Arena& arena) : m_items(&arena.m_memory) {}
+    /// The vector is left undestroyed: what it holds lives on in the arena.
+    ~ListBuilder() {}
+    ListBuilder(const ListBuilder&) = delete;
+    ListBuilder& operator=(const ListBuilder&) = delete;
 
     void add(const T& item) { m_items.push_back(item); }
     std::size_t size() const { return m_items.size(); }
@@ -57,7 +61,9 @@ template <class T> class ListBuilder {
     std::span<T> list() { return {m_items.data(), m_items.size()}; }
 
   private:
-    std::pmr::vector<T> m_items;
+    union {
+        std::pmr::vector<T> m_items;
+    };
 };
 
 } // namespace oci::sql
