@@ -49,9 +49,7 @@ std::string TreeDump::clause(const char* name, const Expression* given) const {
     return given == nullptr ? "" : std::string(" (") + name + " " + expression(given) + ")";
 }
 
-std::string TreeDump::expression(const Expression* given) const {
-    if (given == nullptr) return "default";
-    const Expression& e = *given;
+std::string TreeDump::literal(const Expression& e) const {
     switch (e.kind) {
     case ExpressionKind::null: return "null";
     case ExpressionKind::number: {
@@ -76,7 +74,13 @@ std::string TreeDump::expression(const Expression* given) const {
         return path(column.schema, column.table, column.column) + (column.outer ? "(+)" : "");
     }
     case ExpressionKind::star: return path(e.as<Star>().schema, e.as<Star>().table) + "*";
-    case ExpressionKind::call: return call(e.as<Call>());
+    case ExpressionKind::boolean: return e.as<BooleanLiteral>().value ? "true" : "false";
+    default: return "?";
+    }
+}
+
+std::string TreeDump::operation(const Expression& e) const {
+    switch (e.kind) {
     case ExpressionKind::unary:
         return (e.as<Unary>().op == UnaryOperator::minus ? "(neg " : "(pos ") + expression(e.as<Unary>().operand) + ")";
     case ExpressionKind::binary: {
@@ -96,6 +100,22 @@ std::string TreeDump::expression(const Expression* given) const {
     case ExpressionKind::logical:
         return (e.as<Logical>().disjunction ? "(or" : "(and") + list(e.as<Logical>().operands) + ")";
     case ExpressionKind::negation: return "(not " + expression(e.as<Negation>().operand) + ")";
+    case ExpressionKind::cast:
+        return "(cast " + expression(e.as<Cast>().operand) + " " + e.as<Cast>().target.declaration() + ")";
+    case ExpressionKind::extract:
+        return "(extract " + text(e.as<Extract>().field) + " " + expression(e.as<Extract>().operand) + ")";
+    case ExpressionKind::prior:
+        return (e.as<Prior>().root ? "(root " : "(prior ") + expression(e.as<Prior>().operand) + ")";
+    case ExpressionKind::time_zone: {
+        const auto& at = e.as<AtTimeZone>();
+        return "(at " + expression(at.operand) + " " + (at.zone == nullptr ? "local" : expression(at.zone)) + ")";
+    }
+    default: return "?";
+    }
+}
+
+std::string TreeDump::predicate(const Expression& e) const {
+    switch (e.kind) {
     case ExpressionKind::between: {
         const auto& between = e.as<Between>();
         return "(" + not_if(between.negated) + "between " + expression(between.operand) + " " +
@@ -117,27 +137,41 @@ std::string TreeDump::expression(const Expression* given) const {
         return "(is-" + not_if(is.negated) + tests[static_cast<int>(is.test)] + " " + expression(is.operand) + ")";
     }
     case ExpressionKind::exists: return "(exists " + query(*e.as<Exists>().query) + ")";
-    case ExpressionKind::conditional: {
-        const auto& conditional = e.as<Conditional>();
-        std::string joined = "(case" + clause("of", conditional.operand);
-        for (const auto& branch : conditional.branches)
-            joined += " " + expression(branch.when) + "->" + expression(branch.then);
-        return joined + clause("else", conditional.otherwise) + ")";
+    default: return "?";
     }
+}
+
+std::string TreeDump::expression(const Expression* given) const {
+    if (given == nullptr) return "default";
+    const Expression& e = *given;
+    switch (e.kind) {
+    case ExpressionKind::null:
+    case ExpressionKind::number:
+    case ExpressionKind::string:
+    case ExpressionKind::datetime:
+    case ExpressionKind::placeholder:
+    case ExpressionKind::column:
+    case ExpressionKind::star:
+    case ExpressionKind::boolean: return literal(e);
+    case ExpressionKind::unary:
+    case ExpressionKind::binary:
+    case ExpressionKind::comparison:
+    case ExpressionKind::logical:
+    case ExpressionKind::negation:
+    case ExpressionKind::prior:
+    case ExpressionKind::time_zone:
     case ExpressionKind::cast:
-        return "(cast " + expression(e.as<Cast>().operand) + " " + e.as<Cast>().target.declaration() + ")";
-    case ExpressionKind::extract:
-        return "(extract " + text(e.as<Extract>().field) + " " + expression(e.as<Extract>().operand) + ")";
+    case ExpressionKind::extract: return operation(e);
+    case ExpressionKind::between:
+    case ExpressionKind::in:
+    case ExpressionKind::like:
+    case ExpressionKind::is_null:
+    case ExpressionKind::exists: return predicate(e);
+    case ExpressionKind::call: return call(e.as<Call>());
+    case ExpressionKind::conditional: return conditional(e.as<Conditional>());
     case ExpressionKind::subquery: return query(*e.as<Subquery>().query);
     case ExpressionKind::list: return "(list" + list(e.as<ExpressionList>().items) + ")";
     case ExpressionKind::cursor: return "(cursor " + query(*e.as<CursorExpression>().query) + ")";
-    case ExpressionKind::prior:
-        return (e.as<Prior>().root ? "(root " : "(prior ") + expression(e.as<Prior>().operand) + ")";
-    case ExpressionKind::time_zone: {
-        const auto& at = e.as<AtTimeZone>();
-        return "(at " + expression(at.operand) + " " + (at.zone == nullptr ? "local" : expression(at.zone)) + ")";
-    }
-    case ExpressionKind::boolean: return e.as<BooleanLiteral>().value ? "true" : "false";
     case ExpressionKind::attribute: {
         const auto& attribute = e.as<Attribute>();
         return "(% " + expression(attribute.cursor) + " " + text(attribute.attribute) + clause("of", attribute.index) +
@@ -150,6 +184,13 @@ std::string TreeDump::expression(const Expression* given) const {
     }
     }
     return "?";
+}
+
+std::string TreeDump::conditional(const Conditional& conditional) const {
+    std::string joined = "(case" + clause("of", conditional.operand);
+    for (const auto& branch : conditional.branches)
+        joined += " " + expression(branch.when) + "->" + expression(branch.then);
+    return joined + clause("else", conditional.otherwise) + ")";
 }
 
 std::string TreeDump::call(const Call& call) const {

@@ -12,6 +12,10 @@ class TreeDump {
     std::string expression(const oci::sql::Expression* expression) const;
 
   private:
+    std::string literal(const oci::sql::Expression& e) const;
+    std::string operation(const oci::sql::Expression& e) const;
+    std::string predicate(const oci::sql::Expression& e) const;
+    std::string conditional(const oci::sql::Conditional& conditional) const;
     std::string call(const oci::sql::Call& call) const;
     std::string window(const oci::sql::Window& window) const;
     std::string block(const oci::sql::Block& block) const;
