@@ -46,6 +46,7 @@ void Cursor::define(unsigned position, const Buffer& buffer) {
 void Cursor::execute(ub4 iterations, ub4 first) {
     if (m_statement->text().find('\0') != std::string::npos) throw OracleError(error::invalid_character);
     m_session.restart_work();
+    m_session.store_large_objects();
     m_rows.close();
     m_rows_fetched = 0;
     keep_open_queries_apart(m_session, m_statement->kind());

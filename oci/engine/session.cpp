@@ -1,6 +1,7 @@
 #include "oci/engine/session.h"
 
 #include "oci/engine/accounts.h"
+#include "oci/engine/buffers/large_object.h"
 #include "oci/engine/definitions/catalogue_tables.h"
 #include "oci/engine/definitions/dictionary.h"
 #include "oci/engine/language.h"
@@ -182,7 +183,29 @@ void Session::give_up() {
 
 void Session::commit() {
     check_connected();
+    store_large_objects();
     m_work.commit();
+}
+
+void Session::rollback() {
+    forget_unstored();
+    m_work.rollback();
+}
+
+void Session::store_later(std::shared_ptr<LargeObjectContent> content) {
+    m_unstored.push_back(content);
+    content->stored = false;
+}
+
+void Session::store_unstored() {
+    const auto unstored = std::exchange(m_unstored, {});
+    for (const auto& content : unstored) content->stored = true;
+    for (const auto& content : unstored) content->store(*this);
+}
+
+void Session::forget_unstored() noexcept {
+    for (const auto& content : m_unstored) content->stored = true;
+    m_unstored.clear();
 }
 
 void Session::change_password(std::string_view user, std::string_view old_password, std::string_view new_password) {

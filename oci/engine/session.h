@@ -15,6 +15,7 @@ namespace oci {
 
 class Dictionary;
 class Language;
+struct LargeObjectContent;
 class Rows;
 class Statement;
 
@@ -57,7 +58,7 @@ class Session {
     bool begin(std::chrono::milliseconds patience = default_patience) { return m_work.begin(patience); }
     void begin_read_only() { m_work.begin_read_only(); }
     void commit();
-    void rollback() { m_work.rollback(); }
+    void rollback();
     /// The number of the open transaction, unique in the process; 0 when none is open.
     unsigned long long transaction() const { return m_work.number(); }
     /// After a failure: SQLite may have rolled the transaction back by itself.
@@ -99,6 +100,14 @@ class Session {
     Language* language() const { return m_language.get(); }
     void set_language(std::unique_ptr<Language> language);
 
+    /// Keeps a large object that has been written to until the session does something else.
+    void store_later(std::shared_ptr<LargeObjectContent> content);
+    /// To be called before anything that may look at the rows of such large objects. None is kept, even when it fails.
+    void store_large_objects() {
+        if (!m_unstored.empty()) [[unlikely]]
+            store_unstored();
+    }
+
     /// A statement for this text: one that was kept, or a new one.
     std::unique_ptr<Statement> take_statement(std::string_view text);
     void keep_statement(std::unique_ptr<Statement> statement) noexcept;
@@ -119,6 +128,8 @@ class Session {
     void check_place() const;
     void set_up_connection();
     void lose();
+    void store_unstored();
+    void forget_unstored() noexcept;
     bool too_much_work(std::int64_t steps);
 
     const std::shared_ptr<Database> m_database;
@@ -130,6 +141,7 @@ class Session {
     Compiled m_change_count;
     std::unique_ptr<Dictionary> m_dictionary;
     std::unique_ptr<Language> m_language;
+    std::vector<std::shared_ptr<LargeObjectContent>> m_unstored;
     FileIdentity m_identity;
     bool m_lost = false;
     std::chrono::nanoseconds m_last_look{0};

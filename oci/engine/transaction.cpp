@@ -16,8 +16,9 @@ unsigned long long next_number() {
 
 /// Runs a statement that gives no rows.
 int run(sqlite3_stmt* statement) {
-    sqlite3_step(statement);
-    return sqlite3_reset(statement);
+    const int status = sqlite3_step(statement);
+    sqlite3_reset(statement);
+    return status == SQLITE_DONE ? SQLITE_OK : status;
 }
 
 void reset_all(sqlite3* db) {
@@ -91,9 +92,10 @@ void Transaction::commit() {
 
 void Transaction::rollback() {
     if (m_number == 0) return;
-    run(m_rollback.get());
-    if (sqlite3_get_autocommit(m_session.db()) == 0) {
-        reset_all(m_session.db()); // what is being carried out may stand in the way
+    // What is being carried out may stand in the way, and memory that is short now may be there in a moment.
+    constexpr int most_attempts = 50;
+    for (int attempt = 0; attempt < most_attempts && sqlite3_get_autocommit(m_session.db()) == 0; ++attempt) {
+        if (attempt > 0) reset_all(m_session.db());
         run(m_rollback.get());
     }
     const bool kept = sqlite3_get_autocommit(m_session.db()) == 0;
