@@ -386,6 +386,20 @@ TEST_F(ClientLobs, areWrittenThroughToTheRowThatIsLocked) {
     EXPECT_EQ(stored(), "6162;");
 }
 
+TEST_F(ClientLobs, writtenInPiecesAreStoredBeforeAnythingElseHappens) {
+    OCILobLocator* lob = temporary("");
+    select("SELECT b FROM t WHERE id = 1 FOR UPDATE", lob);
+    for (const ub4 offset : {3U, 5U, 7U}) EXPECT_EQ(write(lob, offset, "cd"), 0);
+    OCIDescriptorFree(lob, OCI_DTYPE_LOB);
+    EXPECT_EQ(stored(), "6162636463646364;") << "though its locator is gone";
+    session.run("SAVEPOINT before");
+    OCILobLocator* again = temporary("");
+    select("SELECT b FROM t WHERE id = 1 FOR UPDATE", again);
+    EXPECT_EQ(write(again, 9, "ef"), 0);
+    EXPECT_EQ(session.run("ROLLBACK TO before"), "");
+    EXPECT_EQ(stored(), "6162636463646364;") << "undone with what was run before";
+}
+
 TEST_F(ClientLobs, ofNullReferToNothing) {
     session.run("UPDATE t SET b = NULL");
     OCILobLocator* lob = temporary("x");
