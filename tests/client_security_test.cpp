@@ -94,26 +94,33 @@ TEST(ClientFirstLogons, ofManyProcessesWaitForEachOther) {
     }
 }
 
-/// The folders of databases in memory that are there.
-std::size_t scratchFolders() {
-    std::size_t count = 0;
-    for (const auto& entry : fs::directory_iterator(fs::exists("/dev/shm") ? "/dev/shm" : "/tmp"))
-        count += entry.path().filename().string().starts_with("dtk-") ? 1 : 0;
-    return count;
+/// The folder of the database in memory that this process has open.
+std::string memoryFolder() {
+    for (const auto& descriptor : fs::directory_iterator("/proc/self/fd")) {
+        std::error_code ignored;
+        const fs::path open = fs::read_symlink(descriptor.path(), ignored);
+        if (open.filename().string().starts_with("dtk-")) return open;
+    }
+    return {};
 }
 
 TEST(ClientMemory, ofAKilledProcessIsFreedByTheNext) {
-    { const OciSession sweeps("memory:sweep"); }
-    const std::size_t before = scratchFolders();
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
     const pid_t child = fork();
     if (child == 0) {
         const OciSession session("memory:killed");
-        raise(SIGKILL);
+        const std::string folder = memoryFolder();
+        if (write(ends[1], folder.data(), folder.size()) > 0) raise(SIGKILL);
     }
     waitpid(child, nullptr, 0);
-    EXPECT_EQ(scratchFolders(), before + 1);
+    char folder[200] = "";
+    EXPECT_GT(read(ends[0], folder, sizeof folder - 1), 0);
     const OciSession next("memory:next");
-    EXPECT_EQ(scratchFolders(), before + 1) << "its own, and not the other one";
+    EXPECT_FALSE(fs::exists(folder)) << folder;
+    EXPECT_TRUE(fs::exists(memoryFolder()));
+    close(ends[0]);
+    close(ends[1]);
 }
 
 TEST(ClientSql, reachesNothingButTheApplicationsTables) {
