@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/sql/definition_tree.h"
+#include "oci/sql/definitions/tree.h"
 #include "oci/values/values.h"
 
 #include <string>

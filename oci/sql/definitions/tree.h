@@ -28,6 +28,7 @@ enum class DefinitionKind : std::uint8_t {
     alter_sequence,
     alter_user,
     alter_source,
+    create_role,
     drop,
     truncate,
     rename,
@@ -115,13 +116,15 @@ struct TableChange {
         rename_column,
         rename_constraint,
         rename_table,
+        set_triggers, ///< all of the table's
     };
 
     Kind kind;
     std::span<ColumnDefinition> columns;
     std::span<ConstraintDefinition> constraints; ///< of add
     std::span<Name> names;                       ///< columns, or the constraint
-    bool primary_key = false;                    ///< of set_state without a name
+    bool primary_key = false;                    ///< of set_state: PRIMARY KEY
+    bool unique = false;                         ///< of set_state: UNIQUE (names)
     Name new_name;
     bool cascade = false;
     ConstraintState state;
@@ -132,7 +135,7 @@ struct AlterTable : Definition {
     std::span<TableChange> changes;
 };
 
-struct IndexItem {
+struct IndexColumn {
     Fragment expression;
     bool descending = false;
 };
@@ -141,7 +144,7 @@ struct CreateIndex : Definition {
     ObjectName name;
     ObjectName table;
     bool unique = false;
-    std::span<IndexItem> items;
+    std::span<IndexColumn> items;
 };
 
 struct AlterIndex : Definition {
@@ -190,14 +193,16 @@ struct AlterSource : Definition {
 struct UserDefinition : Definition {
     Name name;
     std::optional<std::string_view> password; ///< ALTER USER may do without one
-    std::optional<bool> locked;
 };
 
 struct Drop : Definition {
-    std::string_view type; ///< as USER_OBJECTS tells it; USER, PUBLIC SYNONYM
+    std::string_view type; ///< as USER_OBJECTS tells it; USER, ROLE, PUBLIC SYNONYM
     ObjectName name;
     bool cascade = false;
-    bool if_exists = false;
+};
+
+struct CreateRole : Definition {
+    Name name;
 };
 
 struct Truncate : Definition {
