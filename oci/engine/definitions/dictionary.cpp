@@ -103,14 +103,35 @@ sql::Relation Dictionary::relation_of(const Object& object) const {
     return relation;
 }
 
+SequenceRule load_sequence_rule(const Session& session, std::int64_t object) {
+    CatalogueQuery row(session, R"(SELECT key, start, increment, minimum, maximum, cycle, cache, ordered, mark,
+        mark IS NULL FROM "DTK$SEQUENCES" WHERE object = ?1)",
+                       object);
+    if (!row.next()) throw OracleError(error::internal, "sequence " + std::to_string(object));
+    SequenceRule rule{row.integer(0), row.integer(1), row.integer(2), row.integer(3), row.integer(4),
+                      row.flag(5),    row.integer(6), row.flag(7),    std::nullopt};
+    if (!row.flag(9)) rule.mark = row.integer(8);
+    return rule;
+}
+
+const std::optional<Dictionary::Sequence>& Dictionary::find_sequence(std::string_view name) {
+    if (const auto known = m_sequences.find(name); known != m_sequences.end()) return known->second;
+    std::optional<Sequence> found;
+    const auto object = find_through_synonyms(m_session, name);
+    if (object && object->type == "SEQUENCE")
+        found = Sequence{{object->name}, load_sequence_rule(m_session, object->id)};
+    return m_sequences.emplace(name, std::move(found)).first->second;
+}
+
 const sql::SequenceInfo* Dictionary::sequence(std::string_view, std::string_view name) {
-    auto known = m_sequences.find(name);
-    if (known == m_sequences.end()) {
-        const auto object = find_through_synonyms(m_session, name);
-        const bool found = object && object->type == "SEQUENCE";
-        known = m_sequences.emplace(name, found ? std::optional(sql::SequenceInfo{object->name}) : std::nullopt).first;
-    }
-    return known->second ? &*known->second : nullptr;
+    const auto& found = find_sequence(name);
+    return found ? &found->info : nullptr;
+}
+
+const SequenceRule& Dictionary::sequence_rule(std::string_view name) {
+    const auto& found = find_sequence(name);
+    if (!found) throw OracleError(error::no_such_sequence, name);
+    return found->rule;
 }
 
 const sql::RoutineInfo* Dictionary::routine(std::string_view, std::string_view package, std::string_view name) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "oci/engine/definitions/objects.h"
+#include "oci/engine/sequence_store.h"
 #include "oci/sql/catalogue.h"
 
 #include <map>
@@ -31,17 +32,28 @@ class Dictionary final : public sql::Catalogue {
 
     /// @param routines  outlives the session; null: there are none
     void set_routines(RoutineSource* routines) { m_routines = routines; }
+    /// ORA-02289 when there is no such sequence.
+    const SequenceRule& sequence_rule(std::string_view name);
     void forget();
 
   private:
+    struct Sequence {
+        sql::SequenceInfo info;
+        SequenceRule rule;
+    };
+    const std::optional<Sequence>& find_sequence(std::string_view name);
+
     std::optional<sql::Relation> find_relation(std::string_view name) const;
     sql::Relation relation_of(const Object& object) const;
 
     Session& m_session;
     RoutineSource* m_routines = nullptr;
     std::map<std::string, std::optional<sql::Relation>, std::less<>> m_relations;
-    std::map<std::string, std::optional<sql::SequenceInfo>, std::less<>> m_sequences;
+    std::map<std::string, std::optional<Sequence>, std::less<>> m_sequences;
 };
+
+/// How a sequence counts.
+SequenceRule load_sequence_rule(const Session& session, std::int64_t object);
 
 /// What a synonym, or a synonym of one, stands for; nothing when no object has the name. ORA-01775 when synonyms go
 /// round in a circle.

@@ -105,7 +105,7 @@ void take_over_tables(Session& session) {
         Table& table = tables.emplace_back(Table{0, upper(stored), stored});
         read_columns(session, table);
         read_indexes(session, table);
-        catalogue::save_table(session, table);
+        catalogue::save_new_table(session, table);
     }
     for (Table& table : tables) {
         read_references(session, table);

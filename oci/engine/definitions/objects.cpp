@@ -125,6 +125,19 @@ void save_indexes(const Session& session, Table& table) {
     CatalogueQuery(session, dropped, table.id, kept).run();
 }
 
+Object object_of(const Table& table) {
+    const char lifetime = static_cast<char>('0' + static_cast<int>(table.lifetime));
+    return {table.id, table.name, "TABLE", table.stored_name, 0, {}, std::string(1, lifetime)};
+}
+
+void save_parts(const Session& session, Table& table) {
+    remove_parts(session, table.id);
+    for (auto& column : table.columns) column.type.nullable = table.accepts_null(column.name);
+    save_columns(session, table.id, table.columns);
+    for (auto& constraint : table.constraints) save_constraint(session, table.id, constraint);
+    save_indexes(session, table);
+}
+
 } // namespace
 
 Object::Space space_of(std::string_view type) {
@@ -190,17 +203,17 @@ Table table_at(const Session& session, std::int64_t id) {
     return load(session, object_at(session, id));
 }
 
-void save_table(const Session& session, Table& table) {
+void save_new_table(const Session& session, Table& table) {
     if (table.stored_name.empty()) table.stored_name = stored_name(session, table.name);
-    const char lifetime = static_cast<char>('0' + static_cast<int>(table.lifetime));
-    Object object{table.id, table.name, "TABLE", table.stored_name, 0, {}, std::string(1, lifetime)};
-    table.id != 0 ? update_object(session, object) : add_object(session, object);
+    Object object = object_of(table);
+    add_object(session, object);
     table.id = object.id;
-    remove_parts(session, table.id);
-    for (auto& column : table.columns) column.type.nullable = table.accepts_null(column.name);
-    save_columns(session, table.id, table.columns);
-    for (auto& constraint : table.constraints) save_constraint(session, table.id, constraint);
-    save_indexes(session, table);
+    save_parts(session, table);
+}
+
+void save_table(const Session& session, Table& table) {
+    update_object(session, object_of(table));
+    save_parts(session, table);
 }
 
 void remove_table(const Session& session, const Table& table) {

@@ -39,7 +39,9 @@ std::optional<Table> find_table(const Session& session, std::string_view name);
 /// ORA-00942 when there is no such table.
 Table table_named(const Session& session, std::string_view name);
 Table table_at(const Session& session, std::int64_t id);
-/// Writes the whole of a table that is defined or altered; what has no id or stored name gets one.
+/// Enters a table that is new. ORA-00955 when the name is taken.
+void save_new_table(const Session& session, Table& table);
+/// Writes the whole of a table anew; what of it has no id gets one.
 void save_table(const Session& session, Table& table);
 void remove_table(const Session& session, const Table& table);
 /// Columns of a view, which it is described by.

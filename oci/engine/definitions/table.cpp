@@ -1,6 +1,7 @@
 #include "oci/engine/definitions/table.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace oci {
 
@@ -9,15 +10,23 @@ int Table::column_index(std::string_view column) const {
     return found == columns.end() ? -1 : static_cast<int>(found - columns.begin());
 }
 
-TableColumn& Table::column(std::string_view column) {
+const TableColumn& Table::column(std::string_view column) const {
     const int index = column_index(column);
-    if (index < 0) throw OracleError(904, "\"" + std::string(column) + "\"");
+    if (index < 0) throw OracleError(error::invalid_identifier, "\"" + std::string(column) + "\"");
     return columns[static_cast<std::size_t>(index)];
 }
 
-TableConstraint* Table::constraint(std::string_view constraint) {
+TableColumn& Table::column(std::string_view column) {
+    return const_cast<TableColumn&>(std::as_const(*this).column(column));
+}
+
+const TableConstraint* Table::constraint(std::string_view constraint) const {
     const auto found = std::ranges::find(constraints, constraint, &TableConstraint::name);
     return found == constraints.end() ? nullptr : &*found;
+}
+
+TableConstraint* Table::constraint(std::string_view constraint) {
+    return const_cast<TableConstraint*>(std::as_const(*this).constraint(constraint));
 }
 
 const TableConstraint* Table::primary_key() const {

@@ -66,7 +66,9 @@ struct Table {
     int column_index(std::string_view column) const;
     /// ORA-00904 when there is no such column.
     TableColumn& column(std::string_view column);
+    const TableColumn& column(std::string_view column) const;
     TableConstraint* constraint(std::string_view constraint);
+    const TableConstraint* constraint(std::string_view constraint) const;
     const TableConstraint* primary_key() const;
     bool accepts_null(std::string_view column) const;
 };
