@@ -55,7 +55,7 @@ Amount total(const Machine& machine) {
 
 void ask_largest_packages(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
     heading("Which packages take the most room?");
-    const auto query = dtk::prepare(connection, "SELECT name, section, installed_kib, share FROM packages "
+    const auto query = dtk::prepare(connection, "SELECT name, section, installed_kib, part FROM packages "
                                                 "ORDER BY installed_kib DESC, name FETCH FIRST 8 ROWS ONLY");
     const auto rows = dtk::open(*query);
     TextTable table({{"package"}, {"section"}, {"MiB", Align::right}, {"share", Align::right}});

@@ -109,7 +109,7 @@ void create_tables(DTK_ConnectionBase& connection) {
     for (const char* table : {"files", "files_by_row", "packages"}) support::drop_table(connection, table);
     dtk::execute(connection, "CREATE TABLE packages (id NUMBER(9) PRIMARY KEY, name VARCHAR2(200) NOT NULL, "
                              "version VARCHAR2(200), section VARCHAR2(100), homepage VARCHAR2(1000), "
-                             "installed_kib NUMBER(12), share NUMBER(6,3), modified DATE, copyright BLOB)");
+                             "installed_kib NUMBER(12), part NUMBER(6,3), modified DATE, copyright BLOB)");
     dtk::execute(connection, DTK_String("CREATE TABLE files ") + file_columns);
     dtk::execute(connection, DTK_String("CREATE TABLE files_by_row ") + file_columns);
 }
@@ -135,7 +135,7 @@ void store_packages(DTK_ConnectionBase& connection, const std::vector<Package>& 
     }
 
     const auto insert = dtk::prepare(
-        connection, "INSERT INTO packages (id, name, version, section, homepage, installed_kib, share, modified) "
+        connection, "INSERT INTO packages (id, name, version, section, homepage, installed_kib, part, modified) "
                     "VALUES (:1, :2, :3, :4, :5, :6, :7, :8)");
     insert->mb_setUpdateCount(static_cast<int>(packages.size()));
     *insert << ids.data() << names.data() << versions.data() << sections.data() << homepages.data() << sizes_kib.data()

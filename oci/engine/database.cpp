@@ -70,7 +70,8 @@ std::shared_ptr<Database> Database::find(std::string_view connect_string) {
 }
 
 Database::Database(std::string path, std::string name, std::unique_ptr<ScratchFolder> folder)
-    : m_path(std::move(path)),
+    : sequences(path + "-sequences", folder == nullptr),
+      m_path(std::move(path)),
       m_name(std::move(name)),
       m_folder(std::move(folder)) {}
 

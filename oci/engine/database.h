@@ -1,5 +1,7 @@
 #pragma once
 
+#include "oci/engine/sequence_store.h"
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -57,6 +59,7 @@ class Database {
     std::atomic<unsigned> ddl_count{0};
     /// Advances it when the catalogue's own count of changes tells of one that another process has made.
     void saw_catalogue_change(std::int64_t count);
+    SequenceStore sequences;
 
   private:
     const std::string m_path;

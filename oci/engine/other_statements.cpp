@@ -1,6 +1,7 @@
 #include "oci/engine/other_statements.h"
 
 #include "oci/engine/alter_session.h"
+#include "oci/engine/definitions/definitions.h"
 #include "oci/engine/definitions/dictionary.h"
 #include "oci/sql/parser.h"
 
@@ -55,7 +56,7 @@ void execute_other(Session& session, const Statement& statement) {
     session.check_connected_lately();
     if (alters_session(statement)) return alter_session(session, statement.text());
     if (sql::classify(statement.text()) != sql::StatementKind::transaction)
-        return execute_definition(session, statement);
+        return execute_definition(session, statement.text());
     sql::Arena arena;
     session.forget_outdated_tables();
     control_transaction(session, sql::parse_statement(statement.text(), arena)->as<sql::Transaction>());

@@ -8,7 +8,4 @@ namespace oci {
 /// something.
 void execute_other(Session& session, const Statement& statement);
 
-/// Carries out a statement that defines something: it commits what was open, and itself when it succeeds.
-void execute_definition(Session& session, const Statement& statement);
-
 } // namespace oci

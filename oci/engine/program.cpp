@@ -22,7 +22,7 @@ void describe(Session& session, std::span<const Token> tokens, const Translation
     for (const SelectedColumn& column : describe_select_list(session, tokens, program.compiled.get(), old)) {
         const int at = static_cast<int>(program.translation.columns.size());
         program.translation.columns.push_back(
-            {sqlite3_column_name(program.compiled.get(), at), column.type, column.stored});
+            {upper(sqlite3_column_name(program.compiled.get(), at)), column.type, column.stored});
     }
 }
 

@@ -1,5 +1,7 @@
 #include "oci/engine/sequence_store.h"
 
+#include "oci/engine/compiled.h"
+
 #include <algorithm>
 #include <sqlite3.h>
 
@@ -7,10 +9,6 @@ namespace oci {
 namespace {
 
 constexpr int patience_ms = 10000;
-
-struct Finalizer {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
 
 /// A statement on the file of numbers.
 class Query {
@@ -34,7 +32,7 @@ class Query {
     }
 
   private:
-    std::unique_ptr<sqlite3_stmt, Finalizer> m_statement;
+    Compiled m_statement;
 };
 
 void run(sqlite3* db, const char* sql) {
@@ -43,15 +41,15 @@ void run(sqlite3* db, const char* sql) {
 
 /// How many numbers there are from `next` to the end that it counts towards.
 std::int64_t numbers_left(const SequenceRule& rule, std::int64_t next) {
-    const __int128 distance = rule.increment > 0 ? static_cast<__int128>(rule.maximum) - next
-                                                 : static_cast<__int128>(next) - rule.minimum;
-    const __int128 step = rule.increment > 0 ? rule.increment : -static_cast<__int128>(rule.increment);
-    return distance < 0 ? 0 : static_cast<std::int64_t>(std::min<__int128>(distance / step + 1, INT64_MAX));
+    const Wide distance =
+        rule.increment > 0 ? static_cast<Wide>(rule.maximum) - next : static_cast<Wide>(next) - rule.minimum;
+    const Wide step = rule.increment > 0 ? rule.increment : -static_cast<Wide>(rule.increment);
+    return distance < 0 ? 0 : static_cast<std::int64_t>(std::min<Wide>(distance / step + 1, INT64_MAX));
 }
 
 /// Nothing where 64 bits do not hold it.
-std::optional<std::int64_t> sum(std::int64_t number, __int128 more) {
-    const __int128 result = number + more;
+std::optional<std::int64_t> sum(std::int64_t number, Wide more) {
+    const Wide result = number + more;
     if (result < INT64_MIN || result > INT64_MAX) return std::nullopt;
     return static_cast<std::int64_t>(result);
 }
@@ -65,7 +63,9 @@ void store(sqlite3* db, std::int64_t key, std::optional<std::int64_t> next) {
 
 } // namespace
 
-void SequenceStore::Closer::operator()(sqlite3* db) const { sqlite3_close_v2(db); }
+void SequenceStore::Closer::operator()(sqlite3* db) const {
+    sqlite3_close_v2(db);
+}
 
 SequenceStore::~SequenceStore() {
     try {
@@ -130,10 +130,10 @@ void SequenceStore::reserve(const SequenceRule& rule, Range& range, std::string_
         }
         if (left == 0) {
             const char* limit = rule.increment > 0 ? ".NEXTVAL exceeds MAXVALUE" : ".NEXTVAL goes below MINVALUE";
-            throw OracleError(8004, std::string(name) + limit);
+            throw OracleError(error::sequence_exhausted, std::string(name) + limit);
         }
         const std::int64_t taken = std::min(left, rule.ordered ? 1 : std::max<std::int64_t>(rule.cache, 1));
-        const auto end = sum(*next, static_cast<__int128>(taken) * rule.increment);
+        const auto end = sum(*next, static_cast<Wide>(taken) * rule.increment);
         store(m_db.get(), rule.key, end);
         run(m_db.get(), "COMMIT");
         range = {*next, taken, rule.increment, end, range.mark};

@@ -13,6 +13,9 @@ struct sqlite3;
 
 namespace oci {
 
+/// Twice as wide as the numbers of a sequence: the distance of two of them.
+__extension__ typedef __int128 Wide;
+
 /// How a sequence counts.
 struct SequenceRule {
     std::int64_t key = 0; ///< names its numbers: a sequence that is altered gets another one
@@ -28,7 +31,8 @@ struct SequenceRule {
 
 /// Hands out the numbers of a database's sequences, each once among all processes, whatever becomes of transactions. It
 /// keeps them in a file of its own beside the database, as the database itself has one writer, who may be waiting for a
-/// number. A process takes as many numbers as a sequence caches, and gives back the rest at its end. Any thread may call.
+/// number. A process takes as many numbers as a sequence caches, and gives back the rest at its end. Any thread may
+/// call.
 class SequenceStore {
   public:
     /// @param lasting  false: the numbers need not outlive the machine
@@ -39,8 +43,8 @@ class SequenceStore {
 
     /// @throws ORA-08004 the sequence has come to its end
     std::int64_t next(const SequenceRule& rule, std::string_view name);
-    /// The next number, which no process has taken; nothing behind the last of 64 bits. Gives back what this process has
-    /// taken. It may lie beyond the sequence's end.
+    /// The next number, which no process has taken; nothing behind the last of 64 bits. Gives back what this process
+    /// has taken. It may lie beyond the sequence's end.
     std::optional<std::int64_t> next_free(const SequenceRule& rule);
     /// The number behind those that this process has taken of a sequence, where `mark` has not been told yet.
     std::optional<std::int64_t> unmarked(std::int64_t key);

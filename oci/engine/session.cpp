@@ -6,6 +6,7 @@
 #include "oci/engine/definitions/dictionary.h"
 #include "oci/engine/language.h"
 #include "oci/engine/rows.h"
+#include "oci/engine/sequences.h"
 #include "oci/engine/statement.h"
 #include "oci/engine/user_functions.h"
 #include "oci/functions/functions.h"
@@ -85,6 +86,7 @@ Session::Session(std::shared_ptr<Database> database, std::string_view user, std:
     catalogue::open(*this);
     m_change_count = compile(catalogue::change_count_query);
     m_dictionary = std::make_unique<Dictionary>(*this);
+    m_sequences = std::make_unique<Sequences>(*this);
 }
 
 void Session::open() {
@@ -184,6 +186,7 @@ void Session::give_up() {
 void Session::commit() {
     check_connected();
     store_large_objects();
+    if (m_sequences && m_work.number() != 0) m_sequences->mark();
     m_work.commit();
 }
 

@@ -17,6 +17,7 @@ class Dictionary;
 class Language;
 struct LargeObjectContent;
 class Rows;
+class Sequences;
 class Statement;
 
 struct Column {
@@ -140,6 +141,7 @@ class Session {
     Transaction m_work{*this};
     Compiled m_change_count;
     std::unique_ptr<Dictionary> m_dictionary;
+    std::unique_ptr<Sequences> m_sequences;
     std::unique_ptr<Language> m_language;
     std::vector<std::shared_ptr<LargeObjectContent>> m_unstored;
     FileIdentity m_identity;

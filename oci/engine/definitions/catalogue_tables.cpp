@@ -9,7 +9,7 @@ namespace {
 constexpr int version = 1;
 
 // Objects of one space have different names: 0 tables, views, sequences, synonyms and routines, 1 indexes, 2 triggers,
-// 3 package bodies, 4 public synonyms.
+// 3 package bodies, 4 public synonyms, 5 roles.
 constexpr auto make_tables = R"(
 CREATE TABLE "DTK$CATALOGUE"(version INTEGER NOT NULL, changes INTEGER NOT NULL, last_id INTEGER NOT NULL,
     last_constraint INTEGER NOT NULL);
@@ -42,8 +42,9 @@ bool has_table(const Session& session, std::string_view name) {
 bool is_current(const Session& session) {
     if (!has_table(session, "DTK$CATALOGUE")) return false;
     CatalogueQuery found(session, "SELECT version FROM \"DTK$CATALOGUE\"");
-    if (!found.next()) throw OracleError(1130, "its catalogue is empty");
-    if (found.integer(0) > version) throw OracleError(1130, "made by a later version of this client");
+    if (!found.next()) throw OracleError(error::incompatible_file, "its catalogue is empty");
+    if (found.integer(0) > version)
+        throw OracleError(error::incompatible_file, "made by a later version of this client");
     return true;
 }
 
@@ -55,7 +56,7 @@ void make(Session& session) {
 
 std::int64_t advance(const Session& session, std::string_view sql) {
     CatalogueQuery advanced(session, sql);
-    if (!advanced.next()) throw OracleError(1130, "its catalogue is empty");
+    if (!advanced.next()) throw OracleError(error::incompatible_file, "its catalogue is empty");
     const std::int64_t number = advanced.integer(0);
     advanced.run();
     return number;

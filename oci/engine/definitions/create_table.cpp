@@ -7,6 +7,7 @@
 #include "oci/engine/statement.h"
 
 #include <algorithm>
+#include <sqlite3.h>
 
 namespace oci::definitions {
 namespace {
@@ -22,12 +23,13 @@ void check_name(const Session& session, std::string_view name) {
 void take_columns(Session& session, Program& query, const sql::CreateTable& definition, TableBuilder& builder) {
     const auto& columns = query.translation.columns;
     if (!definition.columns.empty() && definition.columns.size() != columns.size())
-        throw OracleError(definition.columns.size() < columns.size() ? error::too_many_values : error::not_enough_values);
+        throw OracleError(definition.columns.size() < columns.size() ? error::too_many_values
+                                                                     : error::not_enough_values);
     const bool row = sqlite3_step(query.compiled.get()) == SQLITE_ROW;
     for (std::size_t i = 0; i < columns.size(); ++i) {
         sql::ColumnDefinition column;
         if (!definition.columns.empty()) column = definition.columns[i];
-        if (column.type) throw OracleError(1773);
+        if (column.type) throw OracleError(error::type_in_create_as_select);
         if (!column.name) column.name.text = columns[i].name;
         const bool named = !column.name.text.empty() && column.name.text.find('(') == std::string_view::npos;
         if (!named) throw OracleError(error::expression_needs_alias);
@@ -118,7 +120,7 @@ void truncate(Session& session, const sql::Truncate& definition) {
             const auto reference = std::ranges::find(child.constraints, place.constraint, &TableConstraint::id);
             if (child.id == table.id || !reference->enabled) continue;
             if (!definition.cascade) throw OracleError(error::key_is_referenced);
-            if (reference->on_delete != sql::OnDelete::cascade) throw OracleError(14705);
+            if (reference->on_delete != sql::OnDelete::cascade) throw OracleError(error::reference_without_cascade);
             sql::Truncate further = definition;
             further.table.name.text = child.name;
             truncate(session, further);

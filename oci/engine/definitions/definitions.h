@@ -22,10 +22,11 @@ void drop_index(Session& session, std::string_view name);
 
 void create_sequence(Session& session, const sql::SequenceDefinition& definition);
 void alter_sequence(Session& session, const sql::SequenceDefinition& definition);
-/// @param owner  the table whose identity column draws from it; 0: none
+/// Enters a sequence of which all but the numbers is given.
 void add_sequence(Session& session, Object& sequence, const sql::SequenceOptions& options);
 
 void create_view(Session& session, const sql::CreateView& definition);
+void rename(Session& session, const sql::Rename& definition);
 void create_synonym(Session& session, const sql::CreateSynonym& definition);
 void create_source(Session& session, const sql::CreateSource& definition);
 void alter_source(Session& session, const sql::AlterSource& definition);

@@ -67,7 +67,7 @@ std::optional<Object> find_through_synonyms(const Session& session, std::string_
         if (!object->type.ends_with("SYNONYM") || object->stored == wanted) return object;
         wanted = object->stored;
     }
-    throw OracleError(1775, name);
+    throw OracleError(error::looping_synonyms, name);
 }
 
 const sql::Relation* Dictionary::relation(std::string_view, std::string_view name) {

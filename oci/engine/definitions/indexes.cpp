@@ -28,8 +28,9 @@ bool is_indexed(const Table& table, const std::vector<TableIndex::Item>& items) 
         if (std::ranges::equal(index.items, items, same_item)) return true;
     }
     return std::ranges::any_of(table.constraints, [&](const TableConstraint& key) {
-        return key.is_key() && key.enabled &&
-               std::ranges::equal(key.columns, items, {}, {}, [](const auto& item) { return item.is_column ? item.text : ""; });
+        return key.is_key() && key.enabled && std::ranges::equal(key.columns, items, {}, {}, [](const auto& item) {
+                   return item.is_column ? item.text : "";
+               });
     });
 }
 

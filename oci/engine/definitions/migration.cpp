@@ -63,7 +63,8 @@ std::int64_t referenced_key(const Table& parent, const std::vector<std::string>&
             (columns.empty() ? constraint.kind == Kind::primary_key : constraint.columns == columns))
             return constraint.id;
     }
-    throw OracleError(1130, "a foreign key refers to columns of " + parent.name + " that are no key");
+    throw OracleError(error::incompatible_file,
+                      "a foreign key refers to columns of " + parent.name + " that are no key");
 }
 
 void read_references(const Session& session, Table& table) {

@@ -18,18 +18,6 @@ std::string_view status_of(const Object& object) {
     return object.valid ? "VALID" : "INVALID";
 }
 
-/// SQLite does not tell letters of different case apart, and keeps some names to itself.
-std::string stored_name(const Session& session, std::string_view name) {
-    const std::string capitals = upper(name);
-    const bool reserved = capitals.starts_with("SQLITE_") || capitals.starts_with("DTK$");
-    const std::string base = reserved ? "T$" + std::string(name) : std::string(name);
-    std::string stored = base;
-    constexpr auto taken = R"(SELECT 1 FROM "DTK$OBJECTS" WHERE upper(stored) = upper(?1)
-        UNION ALL SELECT 1 FROM sqlite_schema WHERE upper(name) = upper(?1))";
-    for (int i = 2; CatalogueQuery(session, taken, stored).next(); ++i) stored = base + "#" + std::to_string(i);
-    return stored;
-}
-
 void save_keys(const Session& session, std::int64_t owner, const std::vector<TableIndex::Item>& items) {
     std::int64_t position = 0;
     for (const auto& item : items) {
@@ -145,6 +133,7 @@ Object::Space space_of(std::string_view type) {
     if (type == "TRIGGER") return Object::Space::trigger;
     if (type == "PACKAGE BODY") return Object::Space::package_body;
     if (type == "PUBLIC SYNONYM") return Object::Space::public_synonym;
+    if (type == "ROLE") return Object::Space::role;
     return Object::Space::general;
 }
 
@@ -157,7 +146,7 @@ std::optional<Object> find_object(const Session& session, std::string_view name,
 
 Object object_at(const Session& session, std::int64_t id) {
     CatalogueQuery row(session, std::string(object_columns) + "WHERE id = ?1", id);
-    if (!row.next()) throw OracleError(600, "object " + std::to_string(id));
+    if (!row.next()) throw OracleError(error::internal, "object " + std::to_string(id));
     return object_of(row);
 }
 
@@ -195,7 +184,7 @@ std::optional<Table> find_table(const Session& session, std::string_view name) {
 
 Table table_named(const Session& session, std::string_view name) {
     auto table = find_table(session, name);
-    if (!table) throw OracleError(942, name);
+    if (!table) throw OracleError(error::no_such_table, name);
     return std::move(*table);
 }
 
@@ -203,8 +192,19 @@ Table table_at(const Session& session, std::int64_t id) {
     return load(session, object_at(session, id));
 }
 
+std::string free_stored_name(const Session& session, std::string_view name) {
+    const std::string capitals = upper(name);
+    const bool reserved = capitals.starts_with("SQLITE_") || capitals.starts_with("DTK$");
+    const std::string base = reserved ? "T$" + std::string(name) : std::string(name);
+    std::string stored = base;
+    constexpr auto taken = R"(SELECT 1 FROM "DTK$OBJECTS" WHERE upper(stored) = upper(?1)
+        UNION ALL SELECT 1 FROM sqlite_schema WHERE upper(name) = upper(?1))";
+    for (int i = 2; CatalogueQuery(session, taken, stored).next(); ++i) stored = base + "#" + std::to_string(i);
+    return stored;
+}
+
 void save_new_table(const Session& session, Table& table) {
-    if (table.stored_name.empty()) table.stored_name = stored_name(session, table.name);
+    if (table.stored_name.empty()) table.stored_name = free_stored_name(session, table.name);
     Object object = object_of(table);
     add_object(session, object);
     table.id = object.id;

@@ -11,7 +11,7 @@ class Session;
 /// What has a name of its own in the catalogue.
 struct Object {
     /// Names differ within a space.
-    enum class Space : std::uint8_t { general, index, trigger, package_body, public_synonym };
+    enum class Space : std::uint8_t { general, index, trigger, package_body, public_synonym, role };
 
     std::int64_t id = 0;
     std::string name{};
@@ -39,6 +39,8 @@ std::optional<Table> find_table(const Session& session, std::string_view name);
 /// ORA-00942 when there is no such table.
 Table table_named(const Session& session, std::string_view name);
 Table table_at(const Session& session, std::int64_t id);
+/// A name for SQLite, which does not tell letters of different case apart and keeps some names to itself.
+std::string free_stored_name(const Session& session, std::string_view name);
 /// Enters a table that is new. ORA-00955 when the name is taken.
 void save_new_table(const Session& session, Table& table);
 /// Writes the whole of a table anew; what of it has no id gets one.

@@ -34,21 +34,20 @@ void apply(SequenceRule& rule, const sql::SequenceOptions& options) {
 
 void check(const SequenceRule& rule, const sql::SequenceOptions& options) {
     if (rule.increment == 0) throw OracleError(error::increment_zero);
-    if (rule.minimum >= rule.maximum) throw OracleError(4004);
-    const __int128 span = static_cast<__int128>(rule.maximum) - rule.minimum;
-    const __int128 step = rule.increment < 0 ? -static_cast<__int128>(rule.increment) : rule.increment;
+    if (rule.minimum >= rule.maximum) throw OracleError(error::minvalue_above_maxvalue);
+    const Wide span = static_cast<Wide>(rule.maximum) - rule.minimum;
+    const Wide step = rule.increment < 0 ? -static_cast<Wide>(rule.increment) : rule.increment;
     if (step > span) throw OracleError(error::increment_too_large);
-    if (rule.cycle && rule.increment > 0 && rule.maximum == greatest)
-        throw OracleError(error::cycle_without_maxvalue);
+    if (rule.cycle && rule.increment > 0 && rule.maximum == greatest) throw OracleError(error::cycle_without_maxvalue);
     if (rule.cycle && rule.increment < 0 && rule.minimum == least) throw OracleError(error::ascending_must_cycle);
     if (options.cache && *options.cache == 1) throw OracleError(error::cache_too_small);
-    if (rule.cycle && static_cast<__int128>(rule.cache) * step > span + step) throw OracleError(error::cache_too_large);
+    if (rule.cycle && static_cast<Wide>(rule.cache) * step > span + step) throw OracleError(error::cache_too_large);
 }
 
 void save(const Session& session, std::int64_t object, const SequenceRule& rule) {
-    CatalogueQuery(session, R"(INSERT OR REPLACE INTO "DTK$SEQUENCES" VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, NULL))",
-                   object, rule.key, rule.start, rule.increment, rule.minimum, rule.maximum, rule.cycle, rule.cache,
-                   rule.ordered)
+    CatalogueQuery(
+        session, R"(INSERT OR REPLACE INTO "DTK$SEQUENCES" VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9, NULL))", object,
+        rule.key, rule.start, rule.increment, rule.minimum, rule.maximum, rule.cycle, rule.cache, rule.ordered)
         .run();
 }
 

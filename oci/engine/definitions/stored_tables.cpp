@@ -14,9 +14,15 @@ using Kind = TableConstraint::Kind;
 
 constexpr std::string_view new_table = "DTK$NEW";
 
-std::string key_name(const TableConstraint& key) { return "DTK$K" + std::to_string(key.id); }
-std::string partly_null_name(const TableConstraint& key) { return "DTK$N" + std::to_string(key.id); }
-std::string index_name(const TableIndex& index) { return "DTK$X" + std::to_string(index.id); }
+std::string key_name(const TableConstraint& key) {
+    return "DTK$K" + std::to_string(key.id);
+}
+std::string partly_null_name(const TableConstraint& key) {
+    return "DTK$N" + std::to_string(key.id);
+}
+std::string index_name(const TableIndex& index) {
+    return "DTK$X" + std::to_string(index.id);
+}
 
 std::string_view schema_of(const Table& table) {
     return table.lifetime == Table::Lifetime::permanent ? "main." : "temp.";
@@ -33,7 +39,8 @@ std::string column_sql(Session& session, const Table& table, const TableColumn& 
     if (column.type.family == Family::fixed_text) sql += " COLLATE RTRIM"; // blanks at the end do not count
     if (!column.default_text.empty()) sql += " DEFAULT (" + default_sql(session, column) + ")";
     if (!table.accepts_null(column.name)) sql += " NOT NULL";
-    if (!column.virtual_text.empty()) sql += " GENERATED ALWAYS AS (" + virtual_sql(session, table, column) + ") VIRTUAL";
+    if (!column.virtual_text.empty())
+        sql += " GENERATED ALWAYS AS (" + virtual_sql(session, table, column) + ") VIRTUAL";
     return sql;
 }
 
@@ -75,7 +82,8 @@ void create(Session& session, const Table& table, std::string_view stored_name) 
     session.run(sql.append(schema_of(table)).append(quoted(stored_name)) + elements_sql(session, table));
 }
 
-void create_index(Session& session, const Table& table, const std::string& name, bool unique, const std::string& items) {
+void create_index(Session& session, const Table& table, const std::string& name, bool unique,
+                  const std::string& items) {
     std::string sql = unique ? "CREATE UNIQUE INDEX " : "CREATE INDEX ";
     sql.append(schema_of(table)).append(quoted(name)).append(" ON ").append(quoted(table.stored_name));
     session.run(sql + " (" + items + ")");
@@ -110,8 +118,7 @@ void create_index_of_partly_null(Session& session, const Table& table, const Tab
         some += (some.empty() ? "" : " OR ") + name + " IS NULL";
         all += (all.empty() ? "" : " AND ") + name + " IS NULL";
     }
-    create_index(session, table, partly_null_name(key), true,
-                 items + ") WHERE (" + some + ") AND NOT (" + all);
+    create_index(session, table, partly_null_name(key), true, items + ") WHERE (" + some + ") AND NOT (" + all);
 }
 
 void make_key(Session& session, const Table& table, const TableConstraint& key) {

@@ -5,6 +5,7 @@
 #include "oci/engine/definitions/column_expressions.h"
 #include "oci/engine/definitions/definitions.h"
 #include "oci/engine/definitions/dictionary.h"
+#include "oci/sql/token_stream.h"
 
 #include <algorithm>
 
@@ -52,15 +53,17 @@ void refuse_changing_values(std::string_view condition) {
     sql::TokenStream tokens(condition, arena);
     while (!tokens.at_end()) {
         const sql::Token token = tokens.take();
-        for (const auto word : {"SYSDATE", "SYSTIMESTAMP", "CURRENT_DATE", "CURRENT_TIMESTAMP", "LOCALTIMESTAMP", "USER",
-                                "UID", "USERENV", "ROWNUM", "DBTIMEZONE", "SESSIONTIMEZONE"}) {
+        for (const auto word : {"SYSDATE", "SYSTIMESTAMP", "CURRENT_DATE", "CURRENT_TIMESTAMP", "LOCALTIMESTAMP",
+                                "USER", "UID", "USERENV", "ROWNUM", "DBTIMEZONE", "SESSIONTIMEZONE"}) {
             if (token.is(word)) throw OracleError(error::date_in_check);
         }
         if (token.is("SELECT")) throw OracleError(error::subquery_not_allowed);
     }
 }
 
-std::string in_quotes(std::string_view name) { return '"' + std::string(name) + '"'; }
+std::string in_quotes(std::string_view name) {
+    return '"' + std::string(name) + '"';
+}
 
 } // namespace
 
@@ -71,8 +74,10 @@ TableColumn& TableBuilder::add_column(const sql::ColumnDefinition& definition) {
     TableColumn& column = m_table.columns.emplace_back();
     column.name = name;
     column.hidden = definition.invisible;
-    if (definition.type) column.type = *definition.type;
-    else if (!definition.virtual_value) column.type = type_of_parent(definition);
+    if (definition.type)
+        column.type = *definition.type;
+    else if (!definition.virtual_value)
+        column.type = type_of_parent(definition);
     const auto is_long = [](const TableColumn& other) {
         return other.type.family == Family::long_text || other.type.family == Family::long_raw;
     };
@@ -119,7 +124,7 @@ void TableBuilder::set_value(TableColumn& column, const sql::ColumnDefinition& d
 
 void TableBuilder::add_identity(TableColumn& column, const sql::ColumnDefinition& definition) {
     const auto is_identity = [](const TableColumn& other) { return other.identity != sql::Identity::none; };
-    if (std::ranges::any_of(m_table.columns, is_identity)) throw OracleError(30669);
+    if (std::ranges::any_of(m_table.columns, is_identity)) throw OracleError(error::one_identity_only);
     if (column.type.family != Family::number) throw OracleError(error::identity_needs_number);
     column.identity = definition.identity;
     column.default_on_null = definition.identity == sql::Identity::by_default_on_null;
@@ -160,7 +165,8 @@ TableConstraint* TableBuilder::add_constraint(const sql::ConstraintDefinition& d
 void TableBuilder::check_constraint_name(std::string_view name, bool is_key) const {
     if (m_table.constraint(name) != nullptr || catalogue::find_constraint(m_session, name))
         throw OracleError(error::constraint_name_in_use, name);
-    if (is_key && catalogue::find_object(m_session, name, Object::Space::index)) throw OracleError(error::name_in_use, name);
+    if (is_key && catalogue::find_object(m_session, name, Object::Space::index))
+        throw OracleError(error::name_in_use, name);
 }
 
 void TableBuilder::set_columns(TableConstraint& constraint, const sql::ConstraintDefinition& definition,
@@ -179,7 +185,8 @@ void TableBuilder::set_columns(TableConstraint& constraint, const sql::Constrain
 }
 
 void TableBuilder::check_key(const TableConstraint& key) const {
-    if (key.kind == Kind::primary_key && m_table.primary_key() != nullptr) throw OracleError(error::only_one_primary_key);
+    if (key.kind == Kind::primary_key && m_table.primary_key() != nullptr)
+        throw OracleError(error::only_one_primary_key);
     for (const auto& other : m_table.constraints) {
         if (other.is_key() && std::ranges::is_permutation(other.columns, key.columns))
             throw OracleError(error::duplicate_unique_key);
@@ -198,7 +205,7 @@ void TableBuilder::check_condition(const TableConstraint& check, std::string_vie
 
 void TableBuilder::set_parent(TableConstraint& constraint, const sql::ConstraintDefinition& definition) const {
     const std::string_view name = definition.parent.name.text;
-    if (m_table.lifetime != Table::Lifetime::permanent) throw OracleError(14455);
+    if (m_table.lifetime != Table::Lifetime::permanent) throw OracleError(error::temporary_table_foreign_key);
     const auto object = name == m_table.name ? std::nullopt : find_through_synonyms(m_session, name);
     if (name != m_table.name && (!object || object->type != "TABLE")) throw OracleError(error::no_such_table, name);
     const Table parent = object ? catalogue::table_at(m_session, object->id) : m_table;
@@ -219,7 +226,7 @@ void TableBuilder::set_parent(TableConstraint& constraint, const sql::Constraint
     match_parent_columns(constraint, parent, *key, named);
     for (const auto& other : m_table.constraints) {
         if (other.kind == Kind::foreign_key && other.parent == constraint.parent && other.columns == constraint.columns)
-            throw OracleError(2275);
+            throw OracleError(error::reference_exists);
     }
 }
 
@@ -232,7 +239,8 @@ void TableBuilder::match_parent_columns(TableConstraint& constraint, const Table
         const std::size_t place = columns.empty() ? i : static_cast<std::size_t>(named - columns.begin());
         ordered.push_back(constraint.columns[place]);
         const auto& type = parent.columns[static_cast<std::size_t>(parent.column_index(key.columns[i]))].type;
-        if (!is_comparable(m_table.column(ordered.back()).type, type)) throw OracleError(error::foreign_key_type_mismatch);
+        if (!is_comparable(m_table.column(ordered.back()).type, type))
+            throw OracleError(error::foreign_key_type_mismatch);
     }
     constraint.columns = std::move(ordered);
 }

@@ -19,7 +19,9 @@ bool contains(const std::vector<std::string>& names, std::string_view name) {
     return std::ranges::find(names, name) != names.end();
 }
 
-bool is_reference(const sql::ConstraintDefinition& definition) { return definition.kind == Written::foreign_key; }
+bool is_reference(const sql::ConstraintDefinition& definition) {
+    return definition.kind == Written::foreign_key;
+}
 
 } // namespace
 
@@ -58,7 +60,9 @@ bool TableChanger::has_rows_where(const std::string& condition) const {
     return CatalogueQuery(m_session, sql + (condition.empty() ? "" : " WHERE " + condition) + " LIMIT 1").next();
 }
 
-bool TableChanger::has_rows() const { return has_rows_where({}); }
+bool TableChanger::has_rows() const {
+    return has_rows_where({});
+}
 
 void TableChanger::add(const Change& change) {
     add_columns(change);
@@ -87,8 +91,10 @@ void TableChanger::add_columns(const Change& change) {
         if (m_table.column_index(definition.name.text) >= 0) throw OracleError(error::column_exists);
         const TableColumn& column = TableBuilder(m_session, m_table).add_column(definition);
         if (!column.virtual_text.empty()) continue;
-        if (!column.default_text.empty()) m_sources.push_back({column.name, default_sql(m_session, column)});
-        else if (!m_table.accepts_null(column.name) && has_rows()) throw OracleError(error::mandatory_column_needs_empty_table);
+        if (!column.default_text.empty())
+            m_sources.push_back({column.name, default_sql(m_session, column)});
+        else if (!m_table.accepts_null(column.name) && has_rows())
+            throw OracleError(error::mandatory_column_needs_empty_table);
     }
 }
 
@@ -98,7 +104,7 @@ void TableChanger::check_new_constraint(const TableConstraint& constraint) const
     if (!constraint.enabled) return;
     for (const auto& column : constraint.columns) {
         if (m_before.column_index(column) < 0 || !has_rows_where(quoted(column) + " IS NULL")) continue;
-        if (constraint.kind == Kind::primary_key) throw OracleError(1449);
+        if (constraint.kind == Kind::primary_key) throw OracleError(error::key_column_has_null);
         throw OracleError(error::cannot_enable_null, m_session.user() + "." + constraint.name);
     }
 }
@@ -110,7 +116,8 @@ void TableChanger::modify(const sql::ColumnDefinition& definition) {
     column.hidden = column.hidden || definition.invisible;
     const bool identity = definition.identity != sql::Identity::none || definition.drops_identity;
     if (identity) modify_identity(column, definition);
-    if (definition.default_value && column.identity != sql::Identity::none) throw OracleError(30674);
+    if (definition.default_value && column.identity != sql::Identity::none)
+        throw OracleError(error::identity_with_default);
     TableBuilder builder(m_session, m_table);
     if (!identity) builder.set_value(column, definition);
     for (const auto& constraint : definition.constraints) {
@@ -133,7 +140,9 @@ void TableChanger::modify_type(TableColumn& column, const ColumnType& type) {
         return;
     }
     const auto filled = [&] { return has_rows_where(quoted(column.name) + " IS NOT NULL"); };
-    const auto longer = [&] { return has_rows_where("length(" + quoted(column.name) + ") > " + std::to_string(type.size)); };
+    const auto longer = [&] {
+        return has_rows_where("length(" + quoted(column.name) + ") > " + std::to_string(type.size));
+    };
     switch (compare_types(column.type, type)) {
     case TypeChange::none: return;
     case TypeChange::widens: break;
@@ -153,7 +162,8 @@ void TableChanger::modify_type(TableColumn& column, const ColumnType& type) {
 
 void TableChanger::modify_identity(TableColumn& column, const sql::ColumnDefinition& definition) {
     if (column.identity == sql::Identity::none) throw OracleError(error::not_an_identity);
-    CatalogueQuery found(m_session, R"(SELECT id FROM "DTK$OBJECTS" WHERE base = ?1 AND type = 'SEQUENCE')", m_table.id);
+    CatalogueQuery found(m_session, R"(SELECT id FROM "DTK$OBJECTS" WHERE base = ?1 AND type = 'SEQUENCE')",
+                         m_table.id);
     if (!found.next()) throw OracleError(error::internal, "identity of " + m_table.name);
     const Object sequence = catalogue::object_at(m_session, found.integer(0));
     if (definition.drops_identity) {
@@ -182,7 +192,7 @@ void TableChanger::modify_null(const TableColumn& column) {
 void TableChanger::drop_columns(const Change& change) {
     for (const auto& name : change.names) m_table.column(name.text); // is there one?
     for (const auto& name : change.names) drop_column(name.text, change);
-    if (m_table.columns.empty()) throw OracleError(12983);
+    if (m_table.columns.empty()) throw OracleError(error::cannot_drop_all_columns);
 }
 
 void TableChanger::drop_column(std::string_view name, const Change& change) {
@@ -192,14 +202,14 @@ void TableChanger::drop_column(std::string_view name, const Change& change) {
     for (const auto& constraint : m_table.constraints) {
         if (!contains(constraint.columns, name)) continue;
         if (constraint.is_key() && !change.cascade && !catalogue::references_to(m_session, constraint.id).empty())
-            throw OracleError(12992);
+            throw OracleError(error::column_is_parent_key);
         const bool whole = std::ranges::all_of(constraint.columns, dropped_too);
-        if (!whole && !change.cascade) throw OracleError(12991);
+        if (!whole && !change.cascade) throw OracleError(error::column_in_constraint);
         if (constraint.is_key()) release_references(constraint, false);
     }
     for (const auto& column : m_table.columns) {
         const bool used = contains(columns_named(m_table, column.virtual_text), name);
-        if (used && !dropped_too(column.name)) throw OracleError(54031);
+        if (used && !dropped_too(column.name)) throw OracleError(error::column_used_by_virtual);
     }
     const auto uses = [&](const TableIndex::Item& item) {
         return item.is_column ? item.text == name : contains(columns_named(m_table, item.text), name);
@@ -207,7 +217,8 @@ void TableChanger::drop_column(std::string_view name, const Change& change) {
     std::erase_if(m_table.indexes, [&](const auto& index) { return std::ranges::any_of(index.items, uses); });
     std::erase_if(m_table.constraints, [&](const auto& constraint) { return contains(constraint.columns, name); });
     std::erase_if(m_table.columns, [&](const auto& column) { return column.name == name; });
-    CatalogueQuery(m_session, R"(DELETE FROM "DTK$COMMENTS" WHERE object = ?1 AND column_name = ?2)", m_table.id, name).run();
+    CatalogueQuery(m_session, R"(DELETE FROM "DTK$COMMENTS" WHERE object = ?1 AND column_name = ?2)", m_table.id, name)
+        .run();
 }
 
 TableConstraint& TableChanger::find(const Change& change, const error::Cause& none) {
@@ -228,7 +239,7 @@ void TableChanger::drop(TableConstraint& constraint, bool cascade) {
     if (constraint.kind == Kind::not_null && std::ranges::any_of(m_table.columns, is_identity))
         throw OracleError(error::cannot_drop_not_null);
     if (!catalogue::references_to(m_session, constraint.id).empty()) {
-        if (!cascade) throw OracleError(2273);
+        if (!cascade) throw OracleError(error::unique_key_is_referenced);
         release_references(constraint, false);
     }
     const std::int64_t id = constraint.id;
@@ -256,7 +267,8 @@ void TableChanger::release_references(const TableConstraint& key, bool disable) 
 
 void TableChanger::set_state(const Change& change) {
     const bool enable = change.state.enabled.value_or(true);
-    const error::Cause& none = change.primary_key ? (enable ? error::cannot_enable_primary_key : error::cannot_disable_primary_key)
+    const error::Cause& none = change.primary_key
+                                   ? (enable ? error::cannot_enable_primary_key : error::cannot_disable_primary_key)
                                : enable ? error::cannot_enable_no_such_constraint
                                         : error::cannot_disable_no_such_constraint;
     TableConstraint& constraint = find(change, none);
@@ -269,7 +281,8 @@ void TableChanger::set_state(const Change& change) {
             const Table child = catalogue::table_at(m_session, place.table);
             return std::ranges::find(child.constraints, place.constraint, &TableConstraint::id)->enabled;
         });
-        if (in_use && !change.cascade) throw OracleError(error::cannot_disable_dependencies, m_session.user() + "." + name);
+        if (in_use && !change.cascade)
+            throw OracleError(error::cannot_disable_dependencies, m_session.user() + "." + name);
         if (in_use) release_references(constraint, true);
     }
     TableConstraint& changed = *m_table.constraint(name);
@@ -291,8 +304,10 @@ void TableChanger::rename_column(std::string_view old_name, std::string_view new
     }
     for (auto& index : m_table.indexes) {
         for (auto& item : index.items) {
-            if (!item.is_column) rename(item.text);
-            else if (item.text == old_name) item.text = new_name;
+            if (!item.is_column)
+                rename(item.text);
+            else if (item.text == old_name)
+                item.text = new_name;
         }
     }
     column.name = new_name;
@@ -301,13 +316,13 @@ void TableChanger::rename_column(std::string_view old_name, std::string_view new
         .run();
     catalogue::save_table(m_session, m_table);
     if (m_table.lifetime == Table::Lifetime::permanent)
-        m_session.run("ALTER TABLE main." + quoted(m_table.stored_name) + " RENAME COLUMN " + quoted(old_name) + " TO " +
-                      quoted(new_name));
+        m_session.run("ALTER TABLE main." + quoted(m_table.stored_name) + " RENAME COLUMN " + quoted(old_name) +
+                      " TO " + quoted(new_name));
 }
 
 void TableChanger::rename_constraint(std::string_view old_name, std::string_view new_name) {
     TableConstraint* constraint = m_table.constraint(old_name);
-    if (constraint == nullptr) throw OracleError(23292);
+    if (constraint == nullptr) throw OracleError(error::constraint_does_not_exist);
     TableBuilder(m_session, m_table).check_constraint_name(new_name, constraint->is_key());
     constraint->name = new_name;
     constraint->generated_name = false;

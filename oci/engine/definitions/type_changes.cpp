@@ -7,14 +7,17 @@
 namespace oci {
 namespace {
 
-bool is_text(Family family) { return family == Family::text || family == Family::fixed_text; }
+bool is_text(Family family) {
+    return family == Family::text || family == Family::fixed_text;
+}
 
 bool is_datetime(Family family) {
     return family == Family::date || family == Family::timestamp || family == Family::timestamp_ltz;
 }
 
 bool becomes_large(Family before, Family after) {
-    return (before == Family::long_text && after == Family::clob) || (before == Family::long_raw && after == Family::blob);
+    return (before == Family::long_text && after == Family::clob) ||
+           (before == Family::long_raw && after == Family::blob);
 }
 
 /// Digits before the point.
@@ -24,7 +27,9 @@ int whole_digits(const ColumnType& type) {
     return type.precision - (type.scale == any_scale ? 0 : type.scale);
 }
 
-int fraction_digits(const ColumnType& type) { return type.scale == any_scale ? 127 : type.scale; }
+int fraction_digits(const ColumnType& type) {
+    return type.scale == any_scale ? 127 : type.scale;
+}
 
 TypeChange compare_numbers(const ColumnType& before, const ColumnType& after) {
     if (before.precision == after.precision && before.scale == after.scale) return TypeChange::none;

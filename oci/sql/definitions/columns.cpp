@@ -9,18 +9,28 @@ bool begins_inline_constraint(TokenStream& tokens) {
            tokens.at("UNIQUE") || tokens.at("CHECK") || tokens.at("REFERENCES");
 }
 
-/// (condition)
-Fragment parse_condition(TokenStream& tokens) {
-    tokens.expect("(", 906);
-    const Fragment condition = parse_fragment(tokens);
-    tokens.expect(")", 907);
-    return condition;
+using Parse = Expression* (*)(TokenStream&);
+
+Fragment parse_with_text(TokenStream& tokens, Parse parse) {
+    const Offset from = tokens.position();
+    Fragment fragment;
+    fragment.expression = parse(tokens);
+    fragment.text = tokens.text_between(from, tokens.last_end());
+    return fragment;
+}
+
+/// (condition) or (expression)
+Fragment parse_enclosed(TokenStream& tokens, Parse parse) {
+    tokens.expect("(", error::missing_left_parenthesis);
+    const Fragment fragment = parse_with_text(tokens, parse);
+    tokens.expect(")", error::missing_right_parenthesis);
+    return fragment;
 }
 
 void parse_reference(TokenStream& tokens, ConstraintDefinition& constraint) {
-    tokens.expect("REFERENCES", 905);
+    tokens.expect("REFERENCES", error::missing_keyword);
     constraint.kind = ConstraintDefinition::Kind::foreign_key;
-    constraint.parent = tokens.object_name(903);
+    constraint.parent = tokens.object_name(error::invalid_table_name);
     if (tokens.at("(")) constraint.parent_columns = parse_names(tokens);
     if (!tokens.accept("ON", "DELETE")) return;
     if (tokens.accept("CASCADE")) {
@@ -28,13 +38,13 @@ void parse_reference(TokenStream& tokens, ConstraintDefinition& constraint) {
     } else if (tokens.accept("SET", "NULL")) {
         constraint.on_delete = OnDelete::set_null;
     } else {
-        tokens.fail(905);
+        tokens.fail(error::missing_keyword);
     }
 }
 
 void parse_constraint_name(TokenStream& tokens, ConstraintDefinition& constraint) {
     constraint.at = tokens.position();
-    if (tokens.accept("CONSTRAINT")) constraint.name = tokens.name(2250);
+    if (tokens.accept("CONSTRAINT")) constraint.name = tokens.name(error::missing_constraint_name);
 }
 
 ConstraintDefinition parse_inline_constraint(TokenStream& tokens) {
@@ -51,11 +61,11 @@ ConstraintDefinition parse_inline_constraint(TokenStream& tokens) {
         constraint.kind = Kind::unique;
     } else if (tokens.accept("CHECK")) {
         constraint.kind = Kind::check;
-        constraint.condition = parse_condition(tokens);
+        constraint.condition = parse_enclosed(tokens, parse_condition);
     } else if (tokens.at("REFERENCES")) {
         parse_reference(tokens, constraint);
     } else {
-        tokens.fail(2253);
+        tokens.fail(error::constraint_not_allowed);
     }
     constraint.state = parse_constraint_state(tokens);
     return constraint;
@@ -67,11 +77,11 @@ void parse_generated(TokenStream& tokens, ColumnDefinition& column, Identity ide
         column.identity = identity;
         const bool parenthesis = tokens.accept("(");
         column.identity_options = parse_sequence_options(tokens);
-        if (parenthesis) tokens.expect(")", 907);
+        if (parenthesis) tokens.expect(")", error::missing_right_parenthesis);
         return;
     }
-    if (identity != Identity::always) tokens.fail(905);
-    column.virtual_value = parse_condition(tokens);
+    if (identity != Identity::always) tokens.fail(error::missing_keyword);
+    column.virtual_value = parse_enclosed(tokens, parse_expression);
     tokens.accept("VIRTUAL");
 }
 
@@ -80,14 +90,14 @@ bool parse_value(TokenStream& tokens, ColumnDefinition& column) {
         if (tokens.accept("ON", "NULL")) column.default_on_null = true;
         column.default_value = parse_fragment(tokens);
     } else if (tokens.accept("GENERATED", "ALWAYS")) {
-        tokens.expect("AS", 905);
+        tokens.expect("AS", error::missing_keyword);
         parse_generated(tokens, column, Identity::always);
     } else if (tokens.accept("GENERATED")) {
         Identity identity = Identity::always;
         if (tokens.accept("BY", "DEFAULT")) {
             identity = tokens.accept("ON", "NULL") ? Identity::by_default_on_null : Identity::by_default;
         }
-        tokens.expect("AS", 905);
+        tokens.expect("AS", error::missing_keyword);
         parse_generated(tokens, column, identity);
     } else if (tokens.at("AS", "(")) {
         tokens.take();
@@ -116,7 +126,7 @@ void parse_index_of_constraint(TokenStream& tokens) {
     const Offset before = tokens.position();
     skip_storage(tokens);
     if (tokens.position() != before || !tokens.at_name() || tokens.at("ENABLE") || tokens.at("DISABLE")) return;
-    tokens.object_name(953);
+    tokens.object_name(error::invalid_index_name);
 }
 
 bool parse_state_word(TokenStream& tokens, ConstraintState& state) {
@@ -149,32 +159,29 @@ bool parse_state_word(TokenStream& tokens, ConstraintState& state) {
 } // namespace
 
 Fragment parse_fragment(TokenStream& tokens) {
-    const Offset from = tokens.position();
-    Fragment fragment;
-    fragment.expression = parse_expression(tokens);
-    fragment.text = tokens.text_between(from, tokens.last_end());
-    return fragment;
+    return parse_with_text(tokens, parse_expression);
 }
 
 std::span<Name> parse_names(TokenStream& tokens) {
     std::vector<Name> names;
-    tokens.expect("(", 906);
+    tokens.expect("(", error::missing_left_parenthesis);
     do {
-        names.push_back(tokens.name(904));
+        names.push_back(tokens.name(error::invalid_identifier));
     } while (tokens.accept(","));
-    tokens.expect(")", 907);
+    tokens.expect(")", error::missing_right_parenthesis);
     return tokens.arena().list(names);
 }
 
 ConstraintState parse_constraint_state(TokenStream& tokens) {
     ConstraintState state;
-    while (parse_state_word(tokens, state)) {}
+    while (parse_state_word(tokens, state)) {
+    }
     return state;
 }
 
 ColumnDefinition parse_column(TokenStream& tokens) {
     ColumnDefinition column;
-    column.name = tokens.name(904);
+    column.name = tokens.name(error::invalid_identifier);
     if (!ends_column(tokens)) column.type = parse_column_type(tokens);
     std::vector<ConstraintDefinition> constraints;
     for (;;) {
@@ -205,12 +212,12 @@ ConstraintDefinition parse_table_constraint(TokenStream& tokens) {
         constraint.columns = parse_names(tokens);
     } else if (tokens.accept("CHECK")) {
         constraint.kind = Kind::check;
-        constraint.condition = parse_condition(tokens);
+        constraint.condition = parse_enclosed(tokens, parse_condition);
     } else if (tokens.accept("FOREIGN", "KEY")) {
         constraint.columns = parse_names(tokens);
         parse_reference(tokens, constraint);
     } else {
-        tokens.fail(904);
+        tokens.fail(error::invalid_identifier);
     }
     constraint.state = parse_constraint_state(tokens);
     return constraint;

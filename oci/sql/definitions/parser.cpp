@@ -62,7 +62,7 @@ Definition* create_source(TokenStream& tokens, Offset at, bool replace) {
     const Offset from = tokens.position();
     auto* source = make_definition<CreateSource>(tokens, at, DefinitionKind::create_source);
     source->type = accept_source_type(tokens);
-    source->name = tokens.object_name(4050);
+    source->name = tokens.object_name(error::invalid_routine_name);
     source->replace = replace;
     source->text = tokens.text().substr(from);
     return source;
@@ -72,30 +72,30 @@ Definition* create_view(TokenStream& tokens, Offset at, bool replace, bool force
     auto* view = make_definition<CreateView>(tokens, at, DefinitionKind::create_view);
     view->replace = replace;
     view->force = force;
-    view->name = tokens.object_name(999);
+    view->name = tokens.object_name(error::invalid_view_name);
     if (tokens.at("OF")) tokens.unsupported("object views");
     if (tokens.at("(")) {
         std::vector<Name> columns;
         tokens.take();
         do {
             if (begins_table_constraint(tokens)) tokens.unsupported("constraints of views");
-            columns.push_back(tokens.name(904));
+            columns.push_back(tokens.name(error::invalid_identifier));
         } while (tokens.accept(","));
-        tokens.expect(")", 907);
+        tokens.expect(")", error::missing_right_parenthesis);
         view->columns = tokens.arena().list(columns);
     }
-    tokens.expect("AS", 905);
+    tokens.expect("AS", error::missing_keyword);
     const Offset from = tokens.position();
     view->query.query = parse_query(tokens);
     view->query.text = tokens.text_between(from, tokens.last_end());
     if (tokens.accept("WITH", "READ")) {
-        tokens.expect("ONLY", 905);
+        tokens.expect("ONLY", error::missing_keyword);
         view->read_only = true;
     } else if (tokens.accept("WITH", "CHECK")) {
-        tokens.expect("OPTION", 905);
+        tokens.expect("OPTION", error::missing_keyword);
         view->check_option = true;
     }
-    if (tokens.accept("CONSTRAINT")) tokens.name(2250);
+    if (tokens.accept("CONSTRAINT")) tokens.name(error::missing_constraint_name);
     return view;
 }
 
@@ -103,13 +103,13 @@ Definition* create_index(TokenStream& tokens, Offset at) {
     auto* index = make_definition<CreateIndex>(tokens, at, DefinitionKind::create_index);
     index->unique = tokens.accept("UNIQUE");
     if (!index->unique) tokens.accept("BITMAP");
-    tokens.expect("INDEX", 905);
-    index->name = tokens.object_name(953);
-    tokens.expect("ON", 969);
+    tokens.expect("INDEX", error::missing_keyword);
+    index->name = tokens.object_name(error::invalid_index_name);
+    tokens.expect("ON", error::missing_on);
     if (tokens.at("CLUSTER")) tokens.unsupported("clusters");
-    index->table = tokens.object_name(903);
+    index->table = tokens.object_name(error::invalid_table_name);
     if (tokens.at_name()) tokens.unsupported("indexes over joins");
-    tokens.expect("(", 906);
+    tokens.expect("(", error::missing_left_parenthesis);
     std::vector<IndexColumn> items;
     do {
         IndexColumn item{parse_fragment(tokens)};
@@ -117,10 +117,11 @@ Definition* create_index(TokenStream& tokens, Offset at) {
         if (!item.descending) tokens.accept("ASC");
         items.push_back(item);
     } while (tokens.accept(","));
-    tokens.expect(")", 907);
+    tokens.expect(")", error::missing_right_parenthesis);
     index->items = tokens.arena().list(items);
     if (tokens.at("INDEXTYPE")) tokens.unsupported("index types");
     skip_storage(tokens);
+    if (!tokens.at_end()) tokens.fail(error::invalid_create_index);
     return index;
 }
 
@@ -128,32 +129,33 @@ Definition* create_synonym(TokenStream& tokens, Offset at, bool replace, bool is
     auto* synonym = make_definition<CreateSynonym>(tokens, at, DefinitionKind::create_synonym);
     synonym->replace = replace;
     synonym->is_public = is_public;
-    tokens.expect("SYNONYM", 905);
-    synonym->name = tokens.object_name(995);
-    tokens.expect("FOR", 905);
-    synonym->target = tokens.object_name(995);
+    tokens.expect("SYNONYM", error::missing_keyword);
+    synonym->name = tokens.object_name(error::invalid_synonym);
+    tokens.expect("FOR", error::missing_keyword);
+    synonym->target = tokens.object_name(error::invalid_synonym);
     return synonym;
 }
 
 Definition* sequence(TokenStream& tokens, Offset at, DefinitionKind kind) {
     auto* definition = make_definition<SequenceDefinition>(tokens, at, kind);
-    definition->name = tokens.object_name(2277);
+    definition->name = tokens.object_name(error::invalid_sequence_name);
     const Offset before = tokens.position();
     definition->options = parse_sequence_options(tokens);
-    if (kind == DefinitionKind::alter_sequence && tokens.position() == before) tokens.fail(2286);
+    if (kind == DefinitionKind::alter_sequence && tokens.position() == before)
+        tokens.fail(error::no_alter_sequence_options);
     return definition;
 }
 
 Definition* create_role(TokenStream& tokens, Offset at) {
     auto* role = make_definition<CreateRole>(tokens, at, DefinitionKind::create_role);
-    role->name = tokens.name(1937);
-    if (tokens.accept("NOT")) tokens.expect("IDENTIFIED", 905);
+    role->name = tokens.name(error::missing_role_name);
+    if (tokens.accept("NOT")) tokens.expect("IDENTIFIED", error::missing_keyword);
     return role;
 }
 
 Definition* create_temporary_table(TokenStream& tokens, Offset at) {
-    tokens.expect("TEMPORARY", 905);
-    tokens.expect("TABLE", 905);
+    tokens.expect("TEMPORARY", error::missing_keyword);
+    tokens.expect("TABLE", error::missing_keyword);
     return parse_create_table(tokens, at, CreateTable::Lifetime::transaction);
 }
 
@@ -168,26 +170,26 @@ Definition* create(TokenStream& tokens, Offset at) {
     if (!force) tokens.accept("NOFORCE") || tokens.accept("NO", "FORCE");
     if (!tokens.accept("EDITIONABLE")) tokens.accept("NONEDITIONABLE");
     if (tokens.accept("VIEW")) return create_view(tokens, at, replace, force);
-    if (force) tokens.fail(905);
+    if (force) tokens.fail(error::missing_keyword);
     for (const auto word : {"PROCEDURE", "FUNCTION", "PACKAGE", "TRIGGER"}) {
         if (tokens.at(word)) return create_source(tokens, at, replace);
     }
-    if (replace) tokens.fail(922);
+    if (replace) tokens.fail(error::invalid_option);
     if (tokens.accept("TABLE")) return parse_create_table(tokens, at, CreateTable::Lifetime::permanent);
     if (tokens.accept("GLOBAL")) return create_temporary_table(tokens, at);
     if (tokens.at("INDEX") || tokens.at("UNIQUE") || tokens.at("BITMAP")) return create_index(tokens, at);
     if (tokens.accept("SEQUENCE")) return sequence(tokens, at, DefinitionKind::create_sequence);
     if (tokens.accept("USER")) return parse_create_user(tokens, at);
     if (tokens.accept("ROLE")) return create_role(tokens, at);
-    tokens.fail(901);
+    tokens.fail(error::invalid_create);
 }
 
 Definition* alter_index(TokenStream& tokens, Offset at) {
     auto* index = make_definition<AlterIndex>(tokens, at, DefinitionKind::alter_index);
-    index->name = tokens.object_name(953);
+    index->name = tokens.object_name(error::invalid_index_name);
     if (tokens.accept("RENAME")) {
-        tokens.expect("TO", 905);
-        index->new_name = tokens.name(953);
+        tokens.expect("TO", error::missing_keyword);
+        index->new_name = tokens.name(error::invalid_index_name);
         return index;
     }
     if (tokens.at("UNUSABLE")) tokens.unsupported("indexes that are not kept");
@@ -196,7 +198,7 @@ Definition* alter_index(TokenStream& tokens, Offset at) {
                        tokens.accept("MONITORING", "USAGE") || tokens.accept("NOMONITORING", "USAGE");
     const Offset before = tokens.position();
     skip_storage(tokens);
-    if (!known && tokens.position() == before) tokens.fail(2243);
+    if (!known && tokens.position() == before) tokens.fail(error::invalid_alter_index);
     return index;
 }
 
@@ -204,17 +206,17 @@ Definition* alter_index(TokenStream& tokens, Offset at) {
 Definition* alter_source(TokenStream& tokens, Offset at, std::string_view type) {
     auto* source = make_definition<AlterSource>(tokens, at, DefinitionKind::alter_source);
     source->type = type;
-    source->name = tokens.object_name(4050);
+    source->name = tokens.object_name(error::invalid_routine_name);
     const bool trigger = type == "TRIGGER";
     if (trigger && tokens.accept("ENABLE")) {
         source->enabled = true;
     } else if (trigger && tokens.accept("DISABLE")) {
         source->enabled = false;
     } else if (trigger && tokens.accept("RENAME")) {
-        tokens.expect("TO", 905);
-        source->new_name = tokens.name(4050);
+        tokens.expect("TO", error::missing_keyword);
+        source->new_name = tokens.name(error::invalid_routine_name);
     } else {
-        tokens.expect("COMPILE", 922);
+        tokens.expect("COMPILE", error::invalid_option);
         for (const auto word : {"DEBUG", "PACKAGE", "SPECIFICATION", "BODY", "REUSE", "SETTINGS"}) tokens.accept(word);
     }
     return source;
@@ -228,7 +230,7 @@ Definition* alter(TokenStream& tokens, Offset at) {
     if (tokens.accept("USER")) return parse_alter_user(tokens, at);
     if (tokens.accept("VIEW")) return alter_source(tokens, at, "VIEW");
     if (const auto type = accept_source_type(tokens); !type.empty()) return alter_source(tokens, at, type);
-    tokens.fail(940);
+    tokens.fail(error::invalid_alter);
 }
 
 std::string_view parse_dropped_type(TokenStream& tokens) {
@@ -237,7 +239,7 @@ std::string_view parse_dropped_type(TokenStream& tokens) {
         if (tokens.accept(type)) return type;
     }
     const auto type = accept_source_type(tokens);
-    if (type.empty()) tokens.fail(950);
+    if (type.empty()) tokens.fail(error::invalid_drop);
     return type;
 }
 
@@ -245,7 +247,7 @@ Definition* drop(TokenStream& tokens, Offset at) {
     refuse_what_is_not_carried(tokens);
     auto* dropped = make_definition<Drop>(tokens, at, DefinitionKind::drop);
     dropped->type = parse_dropped_type(tokens);
-    dropped->name = tokens.object_name(903);
+    dropped->name = tokens.object_name(error::invalid_table_name);
     if (dropped->type == "TABLE" || dropped->type == "VIEW") {
         dropped->cascade = tokens.accept("CASCADE", "CONSTRAINTS") || tokens.accept("CASCADE", "CONSTRAINT");
         if (dropped->type == "TABLE") tokens.accept("PURGE");
@@ -261,17 +263,17 @@ Definition* drop(TokenStream& tokens, Offset at) {
 
 Definition* truncate(TokenStream& tokens, Offset at) {
     if (tokens.at("CLUSTER")) tokens.unsupported("clusters");
-    tokens.expect("TABLE", 3290);
+    tokens.expect("TABLE", error::invalid_truncate);
     auto* truncated = make_definition<Truncate>(tokens, at, DefinitionKind::truncate);
-    truncated->table = tokens.object_name(903);
+    truncated->table = tokens.object_name(error::invalid_table_name);
     if (tokens.accept("PRESERVE") || tokens.accept("PURGE")) {
-        for (const auto word : {"MATERIALIZED", "VIEW", "LOG"}) tokens.expect(word, 905);
+        for (const auto word : {"MATERIALIZED", "VIEW", "LOG"}) tokens.expect(word, error::missing_keyword);
     }
     if (tokens.accept("DROP")) {
         tokens.accept("ALL");
-        tokens.expect("STORAGE", 905);
+        tokens.expect("STORAGE", error::missing_keyword);
     } else if (tokens.accept("REUSE")) {
-        tokens.expect("STORAGE", 905);
+        tokens.expect("STORAGE", error::missing_keyword);
     }
     truncated->cascade = tokens.accept("CASCADE");
     return truncated;
@@ -279,31 +281,31 @@ Definition* truncate(TokenStream& tokens, Offset at) {
 
 Definition* rename(TokenStream& tokens, Offset at) {
     auto* renamed = make_definition<Rename>(tokens, at, DefinitionKind::rename);
-    renamed->old_name = tokens.name(903);
-    tokens.expect("TO", 905);
-    renamed->new_name = tokens.name(903);
+    renamed->old_name = tokens.name(error::invalid_table_name);
+    tokens.expect("TO", error::missing_keyword);
+    renamed->new_name = tokens.name(error::invalid_table_name);
     return renamed;
 }
 
 Definition* comment(TokenStream& tokens, Offset at) {
-    tokens.expect("ON", 969);
+    tokens.expect("ON", error::missing_on);
     auto* comment = make_definition<CommentOn>(tokens, at, DefinitionKind::comment);
     if (tokens.accept("TABLE")) {
-        comment->table = tokens.object_name(903);
+        comment->table = tokens.object_name(error::invalid_table_name);
     } else if (tokens.accept("COLUMN")) {
-        comment->table.name = tokens.name(904);
-        tokens.expect(".", 1748);
-        comment->column = tokens.name(904);
+        comment->table.name = tokens.name(error::invalid_identifier);
+        tokens.expect(".", error::only_simple_column);
+        comment->column = tokens.name(error::invalid_identifier);
         if (tokens.accept(".")) {
             comment->table = {comment->table.name, comment->column};
-            comment->column = tokens.name(904);
+            comment->column = tokens.name(error::invalid_identifier);
         }
     } else {
         refuse_what_is_not_carried(tokens);
-        tokens.fail(32594);
+        tokens.fail(error::invalid_comment_object);
     }
-    tokens.expect("IS", 905);
-    comment->text = tokens.string(1780);
+    tokens.expect("IS", error::missing_keyword);
+    comment->text = tokens.string(error::string_literal_required);
     return comment;
 }
 
@@ -317,7 +319,7 @@ Definition* purge(TokenStream& tokens, Offset at) {
     for (const auto word : {"RECYCLEBIN", "DBA_RECYCLEBIN", "TABLE", "INDEX", "TABLESPACE"}) {
         if (tokens.at(word)) return accept_without_effect(tokens, at);
     }
-    tokens.fail(38301);
+    tokens.fail(error::invalid_purge);
 }
 
 Definition* definition(TokenStream& tokens) {
@@ -333,7 +335,7 @@ Definition* definition(TokenStream& tokens) {
     for (const auto word : {"ANALYZE", "AUDIT", "NOAUDIT"}) {
         if (tokens.accept(word)) return accept_without_effect(tokens, at);
     }
-    tokens.fail(900);
+    tokens.fail(error::invalid_statement);
 }
 
 } // namespace

@@ -11,7 +11,7 @@ std::int64_t parse_whole(TokenStream& tokens) {
     const bool negative = tokens.accept("-");
     const Token token = tokens.peek();
     if (token.kind != Token::Kind::number || token.text.find_first_not_of("0123456789") != std::string_view::npos)
-        tokens.fail(1722);
+        tokens.fail(error::invalid_number);
     tokens.take();
     std::int64_t number = 0;
     const auto read = std::from_chars(token.text.data(), token.text.data() + token.text.size(), number);
@@ -21,11 +21,13 @@ std::int64_t parse_whole(TokenStream& tokens) {
 
 bool parse_number(TokenStream& tokens, SequenceOptions& options) {
     if (tokens.accept("START")) {
-        tokens.expect("WITH", 905);
-        if (tokens.accept("LIMIT")) tokens.expect("VALUE", 905);
-        else options.start = parse_whole(tokens);
+        tokens.expect("WITH", error::missing_keyword);
+        if (tokens.accept("LIMIT"))
+            tokens.expect("VALUE", error::missing_keyword);
+        else
+            options.start = parse_whole(tokens);
     } else if (tokens.accept("INCREMENT")) {
-        tokens.expect("BY", 905);
+        tokens.expect("BY", error::missing_keyword);
         options.increment = parse_whole(tokens);
     } else if (tokens.accept("MAXVALUE")) {
         options.maximum = parse_whole(tokens);
@@ -53,8 +55,8 @@ bool parse_flag(TokenStream& tokens, SequenceOptions& options) {
     } else if (tokens.accept("RESTART")) {
         options.restart = true;
     } else {
-        return tokens.accept("KEEP") || tokens.accept("NOKEEP") || tokens.accept("NOSCALE") || tokens.accept("GLOBAL") ||
-               tokens.accept("NOPARTITION");
+        return tokens.accept("KEEP") || tokens.accept("NOKEEP") || tokens.accept("NOSCALE") ||
+               tokens.accept("GLOBAL") || tokens.accept("NOPARTITION");
     }
     return true;
 }
@@ -63,7 +65,8 @@ bool parse_flag(TokenStream& tokens, SequenceOptions& options) {
 
 SequenceOptions parse_sequence_options(TokenStream& tokens) {
     SequenceOptions options;
-    while (parse_number(tokens, options) || parse_flag(tokens, options)) {}
+    while (parse_number(tokens, options) || parse_flag(tokens, options)) {
+    }
     return options;
 }
 

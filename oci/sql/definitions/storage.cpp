@@ -91,15 +91,15 @@ void skip_compression(TokenStream& tokens) {
     accept_any(tokens, {"BASIC", "ADVANCED"});
     accept_any(tokens, {"LOW", "HIGH"});
     if (!tokens.accept("FOR")) return;
-    if (!accept_any(tokens, {"OLTP", "ALL", "DIRECT_LOAD", "QUERY", "ARCHIVE"})) tokens.fail(922);
+    if (!accept_any(tokens, {"OLTP", "ALL", "DIRECT_LOAD", "QUERY", "ARCHIVE"})) tokens.fail(error::invalid_option);
     accept_any(tokens, {"OPERATIONS", "LOW", "HIGH"});
 }
 
 /// LOB (a, b) STORE AS [SECUREFILE | BASICFILE] [name] [(...)]
 void skip_large_object(TokenStream& tokens) {
     skip_parentheses(tokens);
-    tokens.expect("STORE", 905);
-    tokens.expect("AS", 905);
+    tokens.expect("STORE", error::missing_keyword);
+    tokens.expect("AS", error::missing_keyword);
     accept_any(tokens, {"SECUREFILE", "BASICFILE"});
     const bool clause_follows = tokens.at("TABLESPACE") || tokens.at("LOB");
     if (tokens.at_name() && !clause_follows) tokens.take();
@@ -118,7 +118,7 @@ void skip_rest(TokenStream& tokens, Rest rest) {
     switch (rest) {
     case Rest::nothing: return;
     case Rest::token:
-        if (tokens.at_end() || tokens.peek().kind == Token::Kind::symbol) tokens.fail(922);
+        if (tokens.at_end() || tokens.peek().kind == Token::Kind::symbol) tokens.fail(error::invalid_option);
         tokens.take();
         return;
     case Rest::parentheses: return skip_parentheses(tokens);
@@ -126,7 +126,8 @@ void skip_rest(TokenStream& tokens, Rest rest) {
     case Rest::maybe_number:
         if (number) tokens.take();
         return;
-    case Rest::maybe_number_or_parentheses: return skip_rest(tokens, parenthesis ? Rest::parentheses : Rest::maybe_number);
+    case Rest::maybe_number_or_parentheses:
+        return skip_rest(tokens, parenthesis ? Rest::parentheses : Rest::maybe_number);
     case Rest::maybe_parentheses:
         if (parenthesis) skip_parentheses(tokens);
         return;
@@ -138,11 +139,13 @@ void skip_rest(TokenStream& tokens, Rest rest) {
 
 bool skip_one(TokenStream& tokens) {
     for (const Clause& clause : clauses) {
-        const bool found = clause.second.empty() ? tokens.accept(clause.first) : tokens.accept(clause.first, clause.second);
+        const bool found =
+            clause.second.empty() ? tokens.accept(clause.first) : tokens.accept(clause.first, clause.second);
         if (!found) continue;
         skip_rest(tokens, clause.rest);
         // The partitions of INTERVAL (...), STORE IN (...) and PARTITIONS n stand behind them.
-        const bool partitions = clause.rest == Rest::partitions || clause.first == "INTERVAL" || clause.first == "STORE";
+        const bool partitions =
+            clause.rest == Rest::partitions || clause.first == "INTERVAL" || clause.first == "STORE";
         while (partitions && tokens.at("(")) skip_parentheses(tokens);
         return true;
     }
@@ -152,9 +155,9 @@ bool skip_one(TokenStream& tokens) {
 } // namespace
 
 void skip_parentheses(TokenStream& tokens) {
-    tokens.expect("(", 906);
+    tokens.expect("(", error::missing_left_parenthesis);
     for (int depth = 1; depth > 0;) {
-        if (tokens.at_end()) tokens.fail(907);
+        if (tokens.at_end()) tokens.fail(error::missing_right_parenthesis);
         const Token token = tokens.take();
         if (token.is("(")) ++depth;
         if (token.is(")")) --depth;
@@ -162,7 +165,8 @@ void skip_parentheses(TokenStream& tokens) {
 }
 
 void skip_storage(TokenStream& tokens) {
-    while (skip_one(tokens)) {}
+    while (skip_one(tokens)) {
+    }
 }
 
 } // namespace oci::sql

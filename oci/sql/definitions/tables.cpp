@@ -23,11 +23,11 @@ void parse_element(TokenStream& tokens, Elements& elements) {
 /// (element, ...)
 Elements parse_elements(TokenStream& tokens) {
     Elements elements;
-    tokens.expect("(", 906);
+    tokens.expect("(", error::missing_left_parenthesis);
     do {
         parse_element(tokens, elements);
     } while (tokens.accept(","));
-    tokens.expect(")", 907);
+    tokens.expect(")", error::missing_right_parenthesis);
     return elements;
 }
 
@@ -41,10 +41,12 @@ void refuse_other_tables(TokenStream& tokens) {
 
 void parse_commit_clause(TokenStream& tokens, CreateTable& table) {
     if (!tokens.accept("ON", "COMMIT")) return;
-    if (table.lifetime == CreateTable::Lifetime::permanent) tokens.fail(14451);
-    if (tokens.accept("PRESERVE")) table.lifetime = CreateTable::Lifetime::session;
-    else tokens.expect("DELETE", 905);
-    tokens.expect("ROWS", 905);
+    if (table.lifetime == CreateTable::Lifetime::permanent) tokens.fail(error::temporary_table_feature);
+    if (tokens.accept("PRESERVE"))
+        table.lifetime = CreateTable::Lifetime::session;
+    else
+        tokens.expect("DELETE", error::missing_keyword);
+    tokens.expect("ROWS", error::missing_keyword);
 }
 
 /// column [constraints], (column, ...), (constraint, ...) or one constraint
@@ -70,7 +72,7 @@ void take_name(TokenStream& tokens, Change& change, int code) {
 /// CONSTRAINT name, PRIMARY KEY or UNIQUE (a, b)
 bool parse_which_constraint(TokenStream& tokens, Change& change) {
     if (tokens.accept("CONSTRAINT")) {
-        take_name(tokens, change, 2250);
+        take_name(tokens, change, error::missing_constraint_name);
     } else if (tokens.accept("PRIMARY", "KEY")) {
         change.primary_key = true;
     } else if (tokens.at("UNIQUE", "(")) {
@@ -97,7 +99,7 @@ void parse_modify(TokenStream& tokens, Change& change) {
     do {
         columns.push_back(parse_column(tokens));
     } while (parenthesis && tokens.accept(","));
-    if (parenthesis) tokens.expect(")", 907);
+    if (parenthesis) tokens.expect(")", error::missing_right_parenthesis);
     change.columns = tokens.arena().list(columns);
 }
 
@@ -107,12 +109,12 @@ void parse_dropped_columns(TokenStream& tokens, Change& change) {
     if (tokens.at("(")) {
         change.names = parse_names(tokens);
     } else {
-        tokens.expect("COLUMN", 905);
-        take_name(tokens, change, 904);
+        tokens.expect("COLUMN", error::missing_keyword);
+        take_name(tokens, change, error::invalid_identifier);
     }
     change.cascade = tokens.accept("CASCADE", "CONSTRAINTS") || tokens.accept("CASCADE");
     tokens.accept("INVALIDATE");
-    if (tokens.accept("CHECKPOINT")) tokens.integer(1735);
+    if (tokens.accept("CHECKPOINT")) tokens.integer(error::invalid_alter_table);
 }
 
 bool parse_drop(TokenStream& tokens, Change& change) {
@@ -139,9 +141,11 @@ bool parse_enable(TokenStream& tokens, Change& change, bool enabled) {
     if (tokens.accept("ROW", "MOVEMENT") || tokens.accept("TABLE", "LOCK")) return false;
     change.kind = Change::Kind::set_state;
     std::optional<bool> validated;
-    if (tokens.accept("VALIDATE")) validated = true;
-    else if (tokens.accept("NOVALIDATE")) validated = false;
-    if (!parse_which_constraint(tokens, change)) tokens.fail(905);
+    if (tokens.accept("VALIDATE"))
+        validated = true;
+    else if (tokens.accept("NOVALIDATE"))
+        validated = false;
+    if (!parse_which_constraint(tokens, change)) tokens.fail(error::missing_keyword);
     change.state = parse_constraint_state(tokens);
     change.state.enabled = enabled;
     if (validated) change.state.validated = validated;
@@ -154,13 +158,13 @@ void parse_rename(TokenStream& tokens, Change& change) {
     change.kind = Change::Kind::rename_table;
     if (tokens.accept("COLUMN")) {
         change.kind = Change::Kind::rename_column;
-        take_name(tokens, change, 904);
+        take_name(tokens, change, error::invalid_identifier);
     } else if (tokens.accept("CONSTRAINT")) {
         change.kind = Change::Kind::rename_constraint;
-        take_name(tokens, change, 2250);
+        take_name(tokens, change, error::missing_constraint_name);
     }
-    tokens.expect("TO", 905);
-    change.new_name = tokens.name(903);
+    tokens.expect("TO", error::missing_keyword);
+    change.new_name = tokens.name(error::invalid_table_name);
 }
 
 /// A clause about storage alone.
@@ -206,7 +210,7 @@ bool parse_change(TokenStream& tokens, Change& change) {
     if (tokens.accept("ENABLE")) return parse_enable(tokens, change, true);
     if (tokens.accept("DISABLE")) return parse_enable(tokens, change, false);
     if (tokens.at("READ", "ONLY")) tokens.unsupported("tables that cannot be written to");
-    if (!skip_storage_change(tokens)) tokens.fail(1735);
+    if (!skip_storage_change(tokens)) tokens.fail(error::invalid_alter_table);
     return false;
 }
 
@@ -215,7 +219,7 @@ bool parse_change(TokenStream& tokens, Change& change) {
 Definition* parse_create_table(TokenStream& tokens, Offset at, CreateTable::Lifetime lifetime) {
     auto* table = make_definition<CreateTable>(tokens, at, DefinitionKind::create_table);
     table->lifetime = lifetime;
-    table->name = tokens.object_name(903);
+    table->name = tokens.object_name(error::invalid_table_name);
     refuse_other_tables(tokens);
     const bool listed = tokens.at("(");
     if (listed) {
@@ -235,14 +239,15 @@ Definition* parse_create_table(TokenStream& tokens, Offset at, CreateTable::Life
         table->query.query = parse_query(tokens);
         table->query.text = tokens.text_between(from, tokens.last_end());
     } else if (!listed) {
-        tokens.fail(906);
+        tokens.fail(error::missing_left_parenthesis);
     }
+    if (!tokens.at_end()) tokens.fail(error::invalid_option);
     return table;
 }
 
 Definition* parse_alter_table(TokenStream& tokens, Offset at) {
     auto* table = make_definition<AlterTable>(tokens, at, DefinitionKind::alter_table);
-    table->table = tokens.object_name(903);
+    table->table = tokens.object_name(error::invalid_table_name);
     std::vector<Change> changes;
     do {
         Change change{};

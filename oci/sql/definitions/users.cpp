@@ -6,7 +6,7 @@ namespace {
 /// A password is a word or stands in double quotes.
 std::string_view parse_password(TokenStream& tokens) {
     const Token token = tokens.peek();
-    if (!token.is_name() && token.kind != Token::Kind::number) tokens.fail(988);
+    if (!token.is_name() && token.kind != Token::Kind::number) tokens.fail(error::invalid_password);
     tokens.take();
     if (tokens.accept("REPLACE")) tokens.take();
     // Passwords tell letters of different case apart.
@@ -17,12 +17,12 @@ bool skip_account_option(TokenStream& tokens) {
     if (tokens.accept("QUOTA")) {
         tokens.take();
         if (tokens.at("K") || tokens.at("M") || tokens.at("G")) tokens.take();
-        tokens.expect("ON", 905);
-        tokens.name(959);
+        tokens.expect("ON", error::missing_keyword);
+        tokens.name(error::no_such_tablespace);
     } else if (tokens.at("ACCOUNT", "LOCK") || tokens.at("PASSWORD", "EXPIRE")) {
         tokens.unsupported("accounts that are locked or expired");
     } else if (tokens.accept("CONTAINER")) {
-        tokens.expect("=", 927);
+        tokens.expect("=", error::missing_equal_sign);
         tokens.take();
     } else if (tokens.accept("PROFILE")) {
         tokens.take();
@@ -31,7 +31,7 @@ bool skip_account_option(TokenStream& tokens) {
             tokens.take();
         } while (tokens.accept(","));
     } else if (tokens.accept("DEFAULT", "TABLESPACE") || tokens.accept("TEMPORARY", "TABLESPACE")) {
-        tokens.name(959);
+        tokens.name(error::no_such_tablespace);
     } else {
         return tokens.accept("ACCOUNT", "UNLOCK") || tokens.accept("ENABLE", "EDITIONS");
     }
@@ -40,14 +40,15 @@ bool skip_account_option(TokenStream& tokens) {
 
 Definition* parse_account(TokenStream& tokens, Offset at, DefinitionKind kind) {
     auto* user = make_definition<UserDefinition>(tokens, at, kind);
-    user->name = tokens.name(1935);
+    user->name = tokens.name(error::missing_user_name);
     for (;;) {
         if (tokens.accept("IDENTIFIED")) {
             if (tokens.at("EXTERNALLY") || tokens.at("GLOBALLY")) tokens.unsupported("accounts without a password");
-            tokens.expect("BY", 905);
+            tokens.expect("BY", error::missing_keyword);
             if (tokens.at("VALUES")) tokens.unsupported("passwords that are given as hashes");
             user->password = parse_password(tokens);
         } else if (!skip_account_option(tokens)) {
+            if (!tokens.at_end()) tokens.fail(error::invalid_option);
             return user;
         }
     }
@@ -58,7 +59,8 @@ void skip_privileges(TokenStream& tokens) {
         if (tokens.at("(")) {
             skip_parentheses(tokens);
         } else {
-            if (tokens.peek().kind != Token::Kind::word && !tokens.at(",") && !tokens.at_name()) tokens.fail(990);
+            if (tokens.peek().kind != Token::Kind::word && !tokens.at(",") && !tokens.at_name())
+                tokens.fail(error::invalid_privilege);
             tokens.take();
         }
     }
@@ -68,7 +70,7 @@ void skip_privileges(TokenStream& tokens) {
 
 Definition* parse_create_user(TokenStream& tokens, Offset at) {
     Definition* user = parse_account(tokens, at, DefinitionKind::create_user);
-    if (!user->as<UserDefinition>().password) tokens.fail(922);
+    if (!user->as<UserDefinition>().password) tokens.fail(error::invalid_option);
     return user;
 }
 
@@ -82,21 +84,22 @@ Definition* parse_privileges(TokenStream& tokens, Offset at) {
     skip_privileges(tokens);
     if (tokens.accept("ON")) {
         if (tokens.at("DIRECTORY") || tokens.at("JAVA") || tokens.at("EDITION")) tokens.unsupported("such objects");
-        grant->object = tokens.object_name(903);
+        grant->object = tokens.object_name(error::invalid_table_name);
     }
-    tokens.expect(revokes ? "FROM" : "TO", 905);
+    tokens.expect(revokes ? "FROM" : "TO", error::missing_keyword);
     std::vector<Name> users;
     do {
         // PUBLIC is reserved everywhere else.
-        if (!tokens.accept("PUBLIC")) users.push_back(tokens.name(987));
+        if (!tokens.accept("PUBLIC")) users.push_back(tokens.name(error::invalid_user_name));
     } while (tokens.accept(","));
     grant->users = tokens.arena().list(users);
     if (tokens.at("IDENTIFIED")) tokens.unsupported("GRANT that makes a user");
     if (tokens.accept("WITH")) {
-        if (!tokens.accept("GRANT") && !tokens.accept("ADMIN") && !tokens.accept("HIERARCHY")) tokens.fail(905);
-        tokens.expect("OPTION", 905);
+        if (!tokens.accept("GRANT") && !tokens.accept("ADMIN") && !tokens.accept("HIERARCHY"))
+            tokens.fail(error::missing_keyword);
+        tokens.expect("OPTION", error::missing_keyword);
     }
-    if (revokes && tokens.accept("CASCADE")) tokens.expect("CONSTRAINTS", 905);
+    if (revokes && tokens.accept("CASCADE")) tokens.expect("CONSTRAINTS", error::missing_keyword);
     return grant;
 }
 
