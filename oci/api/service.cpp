@@ -1,6 +1,7 @@
 #include "oci/api/service.h"
 
 #include "oci/api/statement.h"
+#include "oci/plsql/block_language.h"
 
 namespace oci {
 namespace {
@@ -44,6 +45,7 @@ sword OCILogon2(OCIEnv* envhp, OCIError* errhp, OCISvcCtx** svchp, const OraText
             env.databases[database->path()] = database;
         }
         auto session = std::make_unique<Session>(database, view(username, uname_len), view(password, passwd_len));
+        session->set_language(std::make_unique<plsql::BlockLanguage>(*session));
         OCISvcCtx& service = owns(env, *svchp) && !(*svchp)->session ? **svchp : allocate<OCISvcCtx>(env);
         service.session = std::move(session);
         *svchp = &service;

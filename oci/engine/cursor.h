@@ -64,7 +64,4 @@ class Cursor {
     ub4 m_row_count = 0;
 };
 
-/// Runs a block once for each iteration from `first` on.
-/// @param done  counts the iterations that succeeded
-void execute_block(Cursor& cursor, ub4 iterations, ub4 first, ub4& done);
 } // namespace oci

@@ -27,7 +27,19 @@ class Language {
         std::span<OwnedValue> after;  ///< empty of a removal; triggers that fire before may assign to it
     };
 
+    /// What a source says of itself.
+    struct Source {
+        bool complete = true; ///< what it refers to is there
+        std::string table;    ///< of a trigger
+        bool enabled = true;  ///< likewise
+    };
+
     virtual ~Language() = default;
+
+    /// Reads a source that is to be kept. ORA-06550 where it cannot be carried out.
+    /// @param type  as USER_OBJECTS tells it
+    /// @param text  from the type on
+    virtual Source read_source(std::string_view type, std::string_view text) = 0;
 
     /// Runs the block that is the cursor's statement once for each iteration from `first` on.
     /// @param done  counts the iterations that succeeded

@@ -36,7 +36,7 @@ Program Program::compile(Session& session, std::string_view text, sql::Variables
     const Translation old = translate(session, tokens, positions_of(variables));
     made.compiled = session.compile_for_application(old.sql);
     const bool query = tokens.front().is("SELECT") || tokens.front().is("WITH");
-    if (!query || variables != nullptr) check_targets(made.compiled.get(), old);
+    if (!query) check_targets(made.compiled.get(), old);
     if (query) describe(session, tokens, old, made);
     made.translation.sql = old.sql;
     made.translation.targets = old.targets;

@@ -21,7 +21,7 @@ constexpr FirstWord first_words[] = {
     {"DELETE", OCI_STMT_DELETE, Statement::Kind::dml},   {"CREATE", OCI_STMT_CREATE, Statement::Kind::other},
     {"DROP", OCI_STMT_DROP, Statement::Kind::other},     {"ALTER", OCI_STMT_ALTER, Statement::Kind::other},
     {"BEGIN", OCI_STMT_BEGIN, Statement::Kind::block},   {"DECLARE", OCI_STMT_DECLARE, Statement::Kind::block},
-    {"CALL", OCI_STMT_CALL, Statement::Kind::block},
+    {"CALL", OCI_STMT_CALL, Statement::Kind::block},     {"<", OCI_STMT_BEGIN, Statement::Kind::block},
 };
 
 } // namespace

@@ -26,6 +26,11 @@ void reset_all(sqlite3* db) {
         sqlite3_reset(each);
 }
 
+std::string next_savepoint() {
+    static std::atomic<unsigned long long> last{0};
+    return "\"DTK$" + std::to_string(++last) + "\"";
+}
+
 } // namespace
 
 void Transaction::prepare() {
@@ -111,12 +116,15 @@ void Transaction::abandon() noexcept {
     if (m_number != 0) ended();
 }
 
-Savepoint::Savepoint(Session& session) : m_session(session), m_transaction(session.transaction()) {
-    if (m_transaction != 0) session.run("SAVEPOINT \"DTK$STATEMENT\"");
+Savepoint::Savepoint(Session& session)
+    : m_session(session),
+      m_transaction(session.transaction()),
+      m_name(m_transaction != 0 ? next_savepoint() : std::string()) {
+    if (m_transaction != 0) session.run("SAVEPOINT " + m_name);
 }
 
 void Savepoint::keep() {
-    if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE \"DTK$STATEMENT\"");
+    if (m_transaction != 0 && m_session.transaction() == m_transaction) m_session.run("RELEASE " + m_name);
 }
 
 void Savepoint::undo() {
@@ -124,7 +132,7 @@ void Savepoint::undo() {
     if (m_session.transaction() == 0) return;
     if (m_session.transaction() != m_transaction) return m_session.rollback();
     try {
-        m_session.run("ROLLBACK TO \"DTK$STATEMENT\"; RELEASE \"DTK$STATEMENT\"");
+        m_session.run("ROLLBACK TO " + m_name + "; RELEASE " + m_name);
     } catch (const OracleError&) {
         m_session.rollback(); // better nothing than half a statement
     }

@@ -3,6 +3,7 @@
 #include "oci/engine/compiled.h"
 
 #include <chrono>
+#include <string>
 
 namespace oci {
 
@@ -56,6 +57,7 @@ class Savepoint {
   private:
     Session& m_session;
     const unsigned long long m_transaction;
+    const std::string m_name; ///< quoted; a block may end a savepoint of the same session by its name
 };
 
 } // namespace oci

@@ -1,7 +1,6 @@
 #include "oci/engine/definitions/definitions.h"
 
 #include "oci/engine/accounts.h"
-#include "oci/engine/block.h"
 #include "oci/engine/definitions/catalogue_query.h"
 #include "oci/engine/definitions/catalogue_tables.h"
 #include "oci/engine/definitions/column_expressions.h"
@@ -27,7 +26,6 @@ void drop_object(Session& session, const sql::Drop& definition) {
     if (!object || object->type != definition.type) throw OracleError(not_found(definition.type), name);
     if (object->type == "SEQUENCE" && object->base != 0) throw OracleError(error::system_sequence);
     if (object->type == "VIEW") session.run("DROP VIEW IF EXISTS " + quoted(object->stored));
-    if (object->type == "PROCEDURE") drop_procedure(session, object->name);
     if (object->type == "PACKAGE") {
         if (const auto body = catalogue::find_object(session, name, Object::Space::package_body))
             catalogue::remove_object(session, body->id);

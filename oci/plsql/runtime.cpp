@@ -1,0 +1,207 @@
+#include "oci/plsql/runtime.h"
+
+#include "oci/engine/session.h"
+#include "oci/plsql/library.h"
+#include "oci/plsql/sql.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace oci::plsql {
+namespace {
+
+constexpr int deepest_call = 200;
+
+std::string unit_name(const Runtime& runtime, const Unit& unit) {
+    return unit.kind == Unit::Kind::block ? std::string() : upper(runtime.session.user()) + "." + unit.name;
+}
+
+/// Counts a call as long as it lasts.
+class Depth {
+  public:
+    explicit Depth(int& depth) : m_depth(depth) {
+        if (++m_depth <= deepest_call) return;
+        --m_depth;
+        throw OracleError(6500);
+    }
+    ~Depth() { --m_depth; }
+    Depth(const Depth&) = delete;
+    Depth& operator=(const Depth&) = delete;
+
+  private:
+    int& m_depth;
+};
+
+} // namespace
+
+unsigned Unit::line_of(sql::Offset at) const {
+    const auto end = text.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(at, text.size()));
+    return static_cast<unsigned>(std::count(text.begin(), end, '\n')) + 1;
+}
+
+std::string compile_message(const Unit& unit, std::uint32_t at, std::string_view text) {
+    const std::string_view before = std::string_view(unit.text).substr(0, at);
+    const std::size_t column = before.size() - (before.rfind('\n') + 1) + 1;
+    return "line " + std::to_string(unit.line_of(at)) + ", column " + std::to_string(column) + ":\n" +
+           std::string(text);
+}
+
+Flow run_all(const Statements& statements, Frame& frame) {
+    for (const auto& statement : statements) {
+        frame.line = statement->line();
+        const Flow flow = statement->run(frame);
+        if (flow != Flow::next) return flow;
+    }
+    return Flow::next;
+}
+
+Flow Body::run(Frame& frame) const {
+    for (const VariableSetup& variable : variables) {
+        frame.line = variable.line;
+        Datum& place = frame.slots[variable.slot] = Datum(*variable.type);
+        for (std::size_t i = 0; i < variable.type->fields.size(); ++i) {
+            const Field& field = variable.type->fields[i];
+            if (field.initial) store(place.fields()[i], field.initial->datum(frame), *field.type);
+        }
+        if (variable.initial) store(place, variable.initial->datum(frame), *variable.type);
+    }
+    if (handlers.empty()) return run_all(statements, frame);
+    try {
+        return run_all(statements, frame);
+    } catch (...) {
+        Failure failure = current_failure();
+        return handle(frame, failure);
+    }
+}
+
+Flow Body::handle(Frame& frame, Failure& failure) const {
+    for (const Handler& handler : handlers) {
+        const bool meant = handler.names.empty() || std::any_of(handler.names.begin(), handler.names.end(),
+                                                                [&](const auto* name) { return failure.is(*name); });
+        if (!meant) continue;
+        frame.runtime.session.failed();
+        const struct Handling {
+            Handling(Frame& where, const Failure* what)
+                : frame(where),
+                  of_frame(std::exchange(where.handled, what)),
+                  of_runtime(std::exchange(where.runtime.handled, what)) {}
+            ~Handling() {
+                frame.handled = of_frame;
+                frame.runtime.handled = of_runtime;
+            }
+            Frame& frame;
+            const Failure* of_frame;
+            const Failure* of_runtime;
+        } handling(frame, &failure);
+        return run_all(handler.statements, frame);
+    }
+    throw failure;
+}
+
+void OutputBuffer::end_line() {
+    constexpr std::size_t most = 1 << 20;
+    if (enabled) m_lines.push_back(m_line);
+    m_size += enabled ? m_line.size() : 0;
+    m_line.clear();
+    for (std::string oldest; m_size > most && take(oldest);) {
+    }
+}
+
+void OutputBuffer::clear() {
+    m_lines.clear();
+    m_line.clear();
+    m_size = 0;
+}
+
+bool OutputBuffer::take(std::string& line) {
+    if (m_lines.empty()) return false;
+    line = std::move(m_lines.front());
+    m_size -= line.size();
+    m_lines.pop_front();
+    return true;
+}
+
+Runtime::Runtime(Session& owner) : session(owner), library(std::make_unique<Library>(*this)) {}
+Runtime::~Runtime() = default;
+
+Datum Runtime::call(const Routine& routine, Frame* outer, const ExpressionList& arguments, Frame& caller) {
+    if (!routine.defined) throw OracleError(4067, routine.unit->name);
+    Frame frame(*this, routine, outer);
+    frame.line = caller.line;
+    for (std::size_t i = 0; i < routine.parameters.size(); ++i) {
+        const Parameter& parameter = routine.parameters[i];
+        frame.slots[i] = Datum(*parameter.type);
+        if (parameter.in && arguments[i]) store(frame.slots[i], arguments[i]->datum(caller), *parameter.type);
+        if (!arguments[i]) store(frame.slots[i], default_of(routine, i, outer), *parameter.type);
+    }
+    Datum result = run(frame);
+    for (std::size_t i = 0; i < routine.parameters.size(); ++i) {
+        if (routine.parameters[i].out && arguments[i]) arguments[i]->assign(caller, std::move(frame.slots[i]));
+    }
+    return result;
+}
+
+Datum Runtime::default_of(const Routine& routine, std::size_t parameter, Frame* outer) {
+    const Expression& initial = *routine.parameters[parameter].initial;
+    if (outer != nullptr) return initial.datum(*outer);
+    Frame around(*this, routine.unit->routines.front(), nullptr);
+    return initial.datum(around);
+}
+
+Datum Runtime::run(Frame& frame) {
+    const Depth counted(depth);
+    const Routine& routine = frame.routine;
+    try {
+        const Flow flow = routine.body.run(frame);
+        if (routine.result && flow != Flow::leave) throw OracleError(6503);
+    } catch (...) {
+        Failure failure = current_failure();
+        failure.passes(unit_name(*this, *routine.unit), frame.line);
+        throw failure;
+    }
+    return std::move(frame.result);
+}
+
+Frame& Runtime::state_of(Unit& package) {
+    if (const auto known = m_states.find(&package); known != m_states.end()) return *known->second;
+    library->load_body(package);
+    Frame& state = *(m_states[&package] = std::make_unique<Frame>(*this, package.routines.front(), nullptr));
+    try {
+        run(state);
+    } catch (...) {
+        m_states.erase(&package);
+        throw;
+    }
+    return state;
+}
+
+void Runtime::run_block(const Unit& block, Placeholders& values) {
+    Frame frame(*this, block.routines.front(), nullptr);
+    const struct Exchange {
+        ~Exchange() { place = before; }
+        Placeholders*& place;
+        Placeholders* before;
+    } exchange{placeholders, std::exchange(placeholders, &values)};
+    run(frame);
+}
+
+void Runtime::prepare_to_write() {
+    if (in_query) throw OracleError(14551);
+    for (OpenCursor* cursor : cursors) cursor->detach();
+}
+
+void Runtime::prepare_to_control() {
+    if (in_query) throw OracleError(14552);
+    if (in_trigger) throw OracleError(4092);
+    for (OpenCursor* cursor : cursors) cursor->detach();
+}
+
+void Runtime::transaction_ends() {
+    for (OpenCursor* cursor : cursors) cursor->transaction_ends();
+}
+
+void Runtime::forget(const Unit& package) {
+    m_states.erase(&package);
+}
+
+} // namespace oci::plsql
