@@ -69,7 +69,6 @@ bool is_set_up(const Session& session) {
 }
 
 constexpr auto make_tables = "CREATE TABLE \"DTK$ACCOUNTS\"(name TEXT PRIMARY KEY NOT NULL, hash TEXT NOT NULL);"
-                             "CREATE TABLE \"DTK$PROCEDURES\"(name TEXT PRIMARY KEY NOT NULL, source TEXT NOT NULL);"
                              "CREATE TABLE DUAL(DUMMY VARCHAR2(1));"
                              "INSERT INTO DUAL VALUES('X');";
 

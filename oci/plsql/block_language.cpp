@@ -105,7 +105,47 @@ void set_record(Frame& frame, unsigned slot, const TypePtr& type, std::span<cons
     frame.slots[slot] = std::move(record);
 }
 
+std::optional<sql::RoutineInfo> info_of(Library& library, std::string_view package, std::string_view name) {
+    Unit* const unit = library.find(package.empty() ? name : package);
+    if (unit == nullptr || (unit->kind == Unit::Kind::package) == package.empty()) return {};
+    const auto& names = unit->scopes.front()->names;
+    const auto found = names.find(name);
+    if (found == names.end() || found->second.kind != Declaration::Kind::routine) return {};
+    const auto& routines = found->second.routines;
+    const auto function =
+        std::find_if(routines.begin(), routines.end(), [](const Routine* r) { return r->result != nullptr; });
+    const Routine& routine = function != routines.end() ? **function : *routines.front();
+    sql::RoutineInfo info;
+    info.name = package.empty() ? std::string(name) : std::string(package) + "." + std::string(name);
+    info.is_function = routine.result != nullptr;
+    if (routine.result) info.result = routine.result->column;
+    for (const Parameter& parameter : routine.parameters) {
+        info.parameter_names.push_back(parameter.name);
+        info.parameter_types.push_back(parameter.type->column);
+        if (!parameter.initial) info.required = info.parameter_names.size();
+    }
+    return info;
+}
+
 } // namespace
+
+BlockLanguage::BlockLanguage(Session& session) : m_runtime(session) {
+    session.dictionary().set_routines(this);
+}
+BlockLanguage::~BlockLanguage() {
+    m_runtime.session.dictionary().set_routines(nullptr);
+}
+
+const sql::RoutineInfo* BlockLanguage::routine(std::string_view package, std::string_view name) {
+    std::string key(package);
+    key.append(package.empty() ? "" : ".").append(name);
+    auto told = m_told.find(key);
+    if (told == m_told.end()) {
+        auto info = reported([&] { return info_of(*m_runtime.library, package, name); });
+        told = m_told.emplace(std::move(key), std::move(info)).first;
+    }
+    return told->second ? &*told->second : nullptr;
+}
 
 Language::Source BlockLanguage::read_source(std::string_view type, std::string_view text) {
     return reported([&] { return m_runtime.library->check(type, text); });

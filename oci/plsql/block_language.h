@@ -1,19 +1,26 @@
 #pragma once
 
+#include "oci/engine/definitions/dictionary.h"
 #include "oci/engine/language.h"
 #include "oci/plsql/runtime.h"
 
 namespace oci::plsql {
 
 /// Blocks, the user's functions and triggers of one session.
-class BlockLanguage final : public Language {
+class BlockLanguage final : public Language, public RoutineSource {
   public:
-    explicit BlockLanguage(Session& session) : m_runtime(session) {}
+    explicit BlockLanguage(Session& session);
+    ~BlockLanguage() override;
+    BlockLanguage(const BlockLanguage&) = delete;
+    BlockLanguage& operator=(const BlockLanguage&) = delete;
 
     Source read_source(std::string_view type, std::string_view text) override;
     void execute_block(Cursor& cursor, ub4 iterations, ub4 first, ub4& done) override;
     OwnedValue call(std::string_view name, std::span<const Value> arguments) override;
     void fire(Timing timing, const Change& change, ChangedRow* row) override;
+
+    const sql::RoutineInfo* routine(std::string_view package, std::string_view name) override;
+    void forget() override { m_told.clear(); }
 
   private:
     void run_once(Unit& block, Cursor& cursor, ub4 iteration);
@@ -21,6 +28,7 @@ class BlockLanguage final : public Language {
     void fire_trigger(Unit& trigger, const Change& change, ChangedRow* row);
 
     Runtime m_runtime;
+    std::map<std::string, std::optional<sql::RoutineInfo>, std::less<>> m_told; ///< to SQL, by PACKAGE.NAME or NAME
 };
 
 } // namespace oci::plsql

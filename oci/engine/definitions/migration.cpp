@@ -100,6 +100,29 @@ std::vector<std::string> stored_tables(const Session& session) {
 
 } // namespace
 
+namespace {
+
+/// Procedures had a table of their own, without the word that their sources begin with.
+void take_over_procedures(Session& session) {
+    constexpr auto table = R"(SELECT 1 FROM sqlite_schema WHERE name = 'DTK$PROCEDURES')";
+    if (!CatalogueQuery(session, table).next()) return;
+    std::vector<Object> found;
+    {
+        CatalogueQuery rows(session, R"(SELECT name, source FROM "DTK$PROCEDURES" ORDER BY rowid)");
+        while (rows.next()) {
+            Object& procedure = found.emplace_back();
+            procedure.name = rows.text(0);
+            procedure.type = "PROCEDURE";
+            procedure.text = "PROCEDURE " + rows.text(1);
+            if (!procedure.text.ends_with(';')) procedure.text += ';';
+        }
+    }
+    for (Object& procedure : found) catalogue::add_object(session, procedure);
+    session.run(R"(DROP TABLE "DTK$PROCEDURES")");
+}
+
+} // namespace
+
 void take_over_tables(Session& session) {
     std::vector<Table> tables;
     for (const auto& stored : stored_tables(session)) {
@@ -112,6 +135,7 @@ void take_over_tables(Session& session) {
         read_references(session, table);
         catalogue::save_table(session, table);
     }
+    take_over_procedures(session);
 }
 
 } // namespace oci
