@@ -75,7 +75,7 @@ TEST(ClientHandles, tellErrorsByNumberAndText) {
         OCIErrorGet(session.error, 1, nullptr, &number, reinterpret_cast<OraText*>(text), sizeof text, OCI_HTYPE_ERROR),
         0);
     EXPECT_EQ(number, 942);
-    EXPECT_STREQ(text, "ORA-00942: table or view does not exist\n");
+    EXPECT_STREQ(text, "ORA-00942: table or view does not exist (\"NOPE\")\n");
     OCIErrorGet(session.error, 1, nullptr, nullptr, reinterpret_cast<OraText*>(text), 8, OCI_HTYPE_ERROR);
     EXPECT_STREQ(text, "ORA-009");
     EXPECT_EQ(OCIErrorGet(session.error, 2, nullptr, &number, nullptr, 0, OCI_HTYPE_ERROR), OCI_NO_DATA);

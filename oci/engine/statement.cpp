@@ -22,6 +22,7 @@ constexpr FirstWord first_words[] = {
     {"DROP", OCI_STMT_DROP, Statement::Kind::other},     {"ALTER", OCI_STMT_ALTER, Statement::Kind::other},
     {"BEGIN", OCI_STMT_BEGIN, Statement::Kind::block},   {"DECLARE", OCI_STMT_DECLARE, Statement::Kind::block},
     {"CALL", OCI_STMT_CALL, Statement::Kind::block},     {"<", OCI_STMT_BEGIN, Statement::Kind::block},
+    {"MERGE", OCI_STMT_MERGE, Statement::Kind::dml},
 };
 
 } // namespace

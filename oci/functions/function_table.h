@@ -115,6 +115,7 @@ extern const std::span<const FunctionEntry> general_functions;
 extern const std::span<const FunctionEntry> list_functions;
 extern const std::span<const FunctionEntry> number_functions;
 extern const std::span<const FunctionEntry> regexp_functions;
+extern const std::span<const FunctionEntry> row_functions;
 extern const std::span<const FunctionEntry> statistics_functions;
 extern const std::span<const FunctionEntry> sum_functions;
 extern const std::span<const FunctionEntry> text_functions;

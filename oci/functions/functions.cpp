@@ -116,9 +116,9 @@ locale_t utf8_locale() {
     return locale;
 }
 
-const std::span<const FunctionEntry>* const parts[] = {&date_functions,       &general_functions, &list_functions,
-                                                       &number_functions,     &regexp_functions,  &sum_functions,
-                                                       &statistics_functions, &text_functions,    &window_functions};
+const std::span<const FunctionEntry>* const parts[] = {
+    &date_functions, &general_functions, &list_functions,       &number_functions, &regexp_functions,
+    &row_functions,  &sum_functions,     &statistics_functions, &text_functions,   &window_functions};
 
 std::vector<const FunctionEntry*> sorted_by_name() {
     std::vector<const FunctionEntry*> sorted;

@@ -68,7 +68,8 @@ enum {
     OCI_STMT_ALTER = 7,
     OCI_STMT_BEGIN = 8,
     OCI_STMT_DECLARE = 9,
-    OCI_STMT_CALL = 10
+    OCI_STMT_CALL = 10,
+    OCI_STMT_MERGE = 16
 };
 
 enum {

@@ -25,7 +25,7 @@ std::span<const Cause* const> all() {
         &no_such_index, &too_many_rows, &illegal_escaped_character, &escape_not_one_character,
         &numeric_overflow, &single_row_subquery, &argument_out_of_range, &column_exists, &no_such_public_synonym, &no_such_private_synonym, &connect_by_loop,
         &join_with_connect_by, &precision_exceeded, &column_must_be_empty, &precision_must_be_empty,
-        &length_too_big, &cannot_become_nullable, &key_column_has_null, &already_nullable, &duplicate_keys,
+        &length_too_big, &cannot_become_nullable, &key_column_has_null, &rowid_of_view, &already_nullable, &duplicate_keys,
         &set_transaction_not_first, &integer_overflow, &read_only_transaction, &unreasonable_conversion,
         &long_bind, &invalid_hex, &predicate_outer_joined_twice, &synonym_same_name, &divisor_is_zero,
         &missing_trailing_null, &invalid_number_format, &unsupported_character_set, &invalid_bind_length,

@@ -41,11 +41,16 @@ class CatalogueQuery {
   private:
     /// The empty text stays one.
     void bind(int position, std::string_view text) {
-        sqlite3_bind_text64(m_compiled.get(), position, text.empty() ? "" : text.data(), text.size(), SQLITE_STATIC,
-                            SQLITE_UTF8);
+        check(sqlite3_bind_text64(m_compiled.get(), position, text.empty() ? "" : text.data(), text.size(),
+                                  SQLITE_STATIC, SQLITE_UTF8));
     }
     void bind(int position, std::integral auto number) {
-        sqlite3_bind_int64(m_compiled.get(), position, static_cast<std::int64_t>(number));
+        check(sqlite3_bind_int64(m_compiled.get(), position, static_cast<std::int64_t>(number)));
+    }
+    /// A value that is not bound would find nothing, as if there were no such object.
+    void check(int status) {
+        if (status == SQLITE_NOMEM) throw OracleError(error::out_of_memory);
+        if (status != SQLITE_OK) throw sqlite_error(m_compiled.get());
     }
 
     Compiled m_compiled;

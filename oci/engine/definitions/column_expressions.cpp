@@ -1,7 +1,9 @@
 #include "oci/engine/definitions/column_expressions.h"
 
-#include "oci/engine/translate.h"
-#include "oci/sql/token_stream.h"
+#include "oci/engine/definitions/dictionary.h"
+#include "oci/engine/session.h"
+#include "oci/sql/parser.h"
+#include "oci/sql/resolver/resolver.h"
 
 #include <algorithm>
 
@@ -30,19 +32,34 @@ std::string quoted(std::string_view name) {
 }
 
 std::string default_sql(Session& session, const TableColumn& column) {
-    const std::vector<Token> tokens = tokenize(column.default_text);
-    return fit_call(translate_expression(session, tokens), column.type, column.name);
+    sql::Arena arena;
+    sql::TokenStream tokens(column.default_text, arena);
+    ColumnType type = column.type;
+    return sql::translate_column_value(*sql::parse_expression(tokens), arena, session.dictionary(), nullptr, type,
+                                       column.name);
 }
 
-std::string expression_sql(Session& session, const Table&, std::string_view text) {
-    const std::vector<Token> tokens = tokenize(text);
-    return translate_expression(session, tokens);
+std::string condition_sql(Session& session, const Table& table, std::string_view text) {
+    sql::Arena arena;
+    sql::TokenStream tokens(text, arena);
+    const sql::Relation relation = relation_of(table);
+    return sql::translate_column_expression(*sql::parse_condition(tokens), arena, session.dictionary(), relation);
 }
 
-std::string virtual_sql(Session& session, const Table&, const TableColumn& column) {
-    const std::vector<Token> tokens = tokenize(column.virtual_text);
-    const std::string expression = translate_expression(session, tokens);
-    return column.type.family == Family::unknown ? expression : fit_call(expression, column.type, column.name);
+std::string key_sql(Session& session, const Table& table, std::string_view text) {
+    sql::Arena arena;
+    sql::TokenStream tokens(text, arena);
+    const sql::Relation relation = relation_of(table);
+    return sql::translate_column_expression(*sql::parse_expression(tokens), arena, session.dictionary(), relation);
+}
+
+std::string virtual_sql(Session& session, const Table& table, const TableColumn& column) {
+    sql::Arena arena;
+    sql::TokenStream tokens(column.virtual_text, arena);
+    const sql::Relation relation = relation_of(table);
+    ColumnType type = column.type;
+    return sql::translate_column_value(*sql::parse_expression(tokens), arena, session.dictionary(), &relation, type,
+                                       column.name);
 }
 
 std::vector<std::string> columns_named(const Table& table, std::string_view text) {

@@ -13,8 +13,10 @@ std::string quoted(std::string_view name);
 
 /// The value of DEFAULT as the column stores it.
 std::string default_sql(Session& session, const TableColumn& column);
-/// A check condition, or what an index is made of.
-std::string expression_sql(Session& session, const Table& table, std::string_view text);
+/// A check condition.
+std::string condition_sql(Session& session, const Table& table, std::string_view text);
+/// What an index is made of.
+std::string key_sql(Session& session, const Table& table, std::string_view text);
 /// What a virtual column is worked out from, as the column's type has it.
 std::string virtual_sql(Session& session, const Table& table, const TableColumn& column);
 

@@ -25,7 +25,6 @@ void drop_object(Session& session, const sql::Drop& definition) {
     const auto object = catalogue::find_object(session, name, catalogue::space_of(definition.type));
     if (!object || object->type != definition.type) throw OracleError(not_found(definition.type), name);
     if (object->type == "SEQUENCE" && object->base != 0) throw OracleError(error::system_sequence);
-    if (object->type == "VIEW") session.run("DROP VIEW IF EXISTS " + quoted(object->stored));
     if (object->type == "PACKAGE") {
         if (const auto body = catalogue::find_object(session, name, Object::Space::package_body))
             catalogue::remove_object(session, body->id);

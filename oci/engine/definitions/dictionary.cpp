@@ -57,6 +57,15 @@ std::vector<std::vector<int>> unique_keys(const Table& table) {
 
 } // namespace
 
+sql::Relation relation_of(const Table& table) {
+    sql::Relation relation;
+    relation.name = table.name;
+    relation.stored_name = table.stored_name;
+    for (const auto& column : table.columns) relation.columns.push_back(column_of(column));
+    relation.unique_keys = unique_keys(table);
+    return relation;
+}
+
 std::optional<Object> find_through_synonyms(const Session& session, std::string_view name) {
     constexpr int most_steps = 32;
     std::string wanted(name);
@@ -97,9 +106,9 @@ sql::Relation Dictionary::relation_of(const Object& object) const {
             relation.columns.push_back(column_of(column));
         return relation;
     }
-    const Table table = catalogue::table_at(m_session, object.id);
-    for (const auto& column : table.columns) relation.columns.push_back(column_of(column));
-    relation.unique_keys = unique_keys(table);
+    sql::Relation of_table = oci::relation_of(catalogue::table_at(m_session, object.id));
+    relation.columns = std::move(of_table.columns);
+    relation.unique_keys = std::move(of_table.unique_keys);
     return relation;
 }
 

@@ -55,6 +55,9 @@ class Dictionary final : public sql::Catalogue {
 /// How a sequence counts.
 SequenceRule load_sequence_rule(const Session& session, std::int64_t object);
 
+/// What the resolver is told of a table.
+sql::Relation relation_of(const Table& table);
+
 /// What a synonym, or a synonym of one, stands for; nothing when no object has the name. ORA-01775 when synonyms go
 /// round in a circle.
 std::optional<Object> find_through_synonyms(const Session& session, std::string_view name);

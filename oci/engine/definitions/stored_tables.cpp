@@ -63,7 +63,7 @@ std::string constraint_sql(Session& session, const Table& table, const TableCons
     if (constraint.kind == Kind::foreign_key) return ", " + reference_sql(session, constraint);
     if (constraint.kind != Kind::check) return {};
     return ", CONSTRAINT " + quoted(constraint.name) + " CHECK (" +
-           expression_sql(session, table, constraint.condition) + ")";
+           condition_sql(session, table, constraint.condition) + ")";
 }
 
 /// Behind CREATE TABLE name.
@@ -257,7 +257,7 @@ void make_stored_index(Session& session, const Table& table, const TableIndex& i
     std::string items;
     for (const auto& item : index.items) {
         items += items.empty() ? "" : ", ";
-        items += item.is_column ? quoted(item.text) : expression_sql(session, table, item.text);
+        items += item.is_column ? quoted(item.text) : key_sql(session, table, item.text);
         if (item.descending) items += " DESC";
     }
     try {

@@ -1,6 +1,6 @@
 #include "oci/engine/definitions/type_changes.h"
 
-#include "oci/engine/translate.h"
+#include "oci/sql/resolver/resolver.h"
 
 #include <utility>
 
@@ -52,7 +52,7 @@ TypeChange compare_types(const ColumnType& before, const ColumnType& after) {
 }
 
 std::string converted_sql(const std::string& sql, const ColumnType& type, std::string_view column) {
-    return fit_call(sql, type, column);
+    return sql::fit_call(sql, type, column);
 }
 
 } // namespace oci

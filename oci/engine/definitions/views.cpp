@@ -24,15 +24,6 @@ std::vector<TableColumn> describe(const Program& query, const sql::CreateView& d
     return columns;
 }
 
-/// What SQLite reads until views are read in place.
-void make_stored_view(Session& session, const Object& view, const std::vector<TableColumn>& columns,
-                      const Program& query) {
-    std::string names;
-    for (const auto& column : columns) names += (names.empty() ? "" : ", ") + quoted(column.name);
-    session.run("DROP VIEW IF EXISTS " + quoted(view.stored));
-    session.run("CREATE VIEW " + quoted(view.stored) + " (" + names + ") AS " + query.translation.sql);
-}
-
 } // namespace
 
 void create_view(Session& session, const sql::CreateView& definition) {
@@ -48,10 +39,8 @@ void create_view(Session& session, const sql::CreateView& definition) {
     view.options = definition.read_only ? "READ ONLY" : "";
     view.valid = true;
     std::vector<TableColumn> columns;
-    std::optional<Program> query;
     try {
-        query = Program::compile(session, view.text, nullptr);
-        columns = describe(*query, definition);
+        columns = describe(Program::compile(session, view.text, nullptr), definition);
     } catch (const OracleError&) {
         if (!definition.force) throw;
         view.valid = false;
@@ -59,7 +48,6 @@ void create_view(Session& session, const sql::CreateView& definition) {
     }
     existing ? catalogue::update_object(session, view) : catalogue::add_object(session, view);
     catalogue::save_columns(session, view.id, columns);
-    if (view.valid) make_stored_view(session, view, columns, *query);
 }
 
 } // namespace oci::definitions
