@@ -30,8 +30,8 @@ struct Regexp::Step {
         word,
         space,
         alpha,
-        upper,
-        lower,
+        capital,
+        small,
         punct,
         alnum,
         cntrl,
@@ -71,8 +71,8 @@ struct Regexp::Step {
         case word: return letter || number || c == '_';
         case space: return c == ' ' || (c >= 9 && c <= 13);
         case alpha: return letter;
-        case upper: return letter && lower_of(c) != c;
-        case lower: return letter && upper_of(c) != c;
+        case capital: return letter && lower_of(c) != c;
+        case small: return letter && upper_of(c) != c;
         case punct: return visible && c < 0x80 && !letter && !number;
         case alnum: return letter || number;
         case cntrl: return c < ' ' || c == 0x7F;
