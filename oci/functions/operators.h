@@ -46,7 +46,7 @@ Conversion conversion(Family from, Family to);
 /// (ORA-06502 where the limit is not 4000) beyond so many bytes.
 inline constexpr const char* concat = "ora_concat";
 inline constexpr const char* concat_limited = "ora_concat_to";
-/// ora_like(value, pattern[, escape])
+/// ora_like(value, pattern, escape)
 inline constexpr const char* like = "ora_like";
 /// ora_pad(value): without trailing blanks, so that CHAR values compare as if padded.
 inline constexpr const char* without_padding = "ora_unpad";

@@ -6,6 +6,8 @@
 #include <charconv>
 #include <cstdio>
 #include <limits>
+#include <span>
+#include <vector>
 
 namespace oci {
 namespace {
@@ -435,6 +437,71 @@ using R = ResultRule;
 constexpr std::uint8_t many = FunctionEntry::any_number;
 constexpr auto text_or_clob = R::text_or_clob;
 
+std::size_t character_size(std::string_view text) {
+    std::size_t size = 1;
+    while (size < text.size() && (text[size] & 0xC0) == 0x80) ++size;
+    return size;
+}
+
+/// One step of a pattern of LIKE: a character, or what % and _ stand for.
+struct PatternPart {
+    enum class Kind : std::uint8_t { character, any_one, any_number };
+    Kind kind;
+    std::string_view character;
+};
+
+std::vector<PatternPart> pattern_parts(std::string_view pattern, std::string_view escape) {
+    std::vector<PatternPart> parts;
+    while (!pattern.empty()) {
+        const bool escaped = pattern.starts_with(escape);
+        if (escaped) pattern.remove_prefix(escape.size());
+        const bool special = pattern.starts_with('%') || pattern.starts_with('_');
+        if (escaped && !special && !pattern.starts_with(escape)) throw OracleError(error::illegal_escaped_character);
+        const std::string_view character = pattern.substr(0, character_size(pattern));
+        const bool literal = escaped || !special;
+        parts.push_back({literal                  ? PatternPart::Kind::character
+                         : pattern.front() == '%' ? PatternPart::Kind::any_number
+                                                  : PatternPart::Kind::any_one,
+                         character});
+        pattern.remove_prefix(character.size());
+    }
+    return parts;
+}
+
+/// Goes back to the last % alone: what stands before it has matched in the earliest place, and no later one is better.
+bool matches(std::string_view text, std::span<const PatternPart> parts) {
+    using Kind = PatternPart::Kind;
+    std::size_t at = 0;
+    std::size_t behind_any = std::string_view::npos;
+    std::string_view retry;
+    while (!text.empty() || at < parts.size()) {
+        const std::string_view character = text.substr(0, text.empty() ? 0 : character_size(text));
+        if (at < parts.size() && parts[at].kind == Kind::any_number) {
+            behind_any = ++at;
+            retry = text;
+        } else if (at < parts.size() && !text.empty() &&
+                   (parts[at].kind == Kind::any_one || parts[at].character == character)) {
+            ++at;
+            text.remove_prefix(character.size());
+        } else {
+            if (behind_any == std::string_view::npos || retry.empty()) return false;
+            retry.remove_prefix(character_size(retry));
+            text = retry;
+            at = behind_any;
+        }
+    }
+    return true;
+}
+
+/// LIKE with ESCAPE; without one, SQLite's own operator does.
+Value like(Arguments& in) {
+    std::string scratch[3];
+    const std::string_view escape = text_of(in[2], scratch[2]);
+    if (escape.empty() || character_size(escape) != escape.size()) throw OracleError(error::escape_not_one_character);
+    const auto parts = pattern_parts(text_of(in[1], scratch[1]), escape);
+    return Value::of(std::int64_t{matches(text_of(in[0], scratch[0]), parts)});
+}
+
 constexpr FunctionEntry entries[] = {
     with_nulls({"", 0, many, {text}, text_or_clob, "ora_concat", {call<concatenate>}}),
     with_nulls({"", 1, many, {number, text}, R::text, "ora_concat_to", {call<limited<concatenate>>}}),
@@ -458,6 +525,7 @@ constexpr FunctionEntry entries[] = {
     {"LTRIM", 1, 2, {text}, text_or_clob, "ora_ltrim", {call<strict<trimmed<Side::left>>>}},
     {"RTRIM", 1, 2, {text}, text_or_clob, "ora_rtrim", {call<strict<trimmed<Side::right>>>}},
     {"TRIM", 1, 2, {text}, text_or_clob, "ora_trim", {call<strict<trimmed<Side::both>>>}},
+    {"", 3, 3, {text}, R::number, "ora_like", {call<strict<like>>}},
     {"", 1, 1, {text}, text_or_clob, "ora_unpad", {call<strict<trimmed<Side::right>>>}},
     with_nulls({"REPLACE", 2, 3, {text}, text_or_clob, "ora_replace", {call<replaced>}}),
     with_nulls({"", 3, 4, {number, text}, R::text, "ora_replace_to", {call<limited<replaced>>}}),
