@@ -90,12 +90,12 @@ TEST_P(PooledThreads, NeverHoldMoreThanThereAre) {
 INSTANTIATE_TEST_SUITE_P(OfPools, PooledThreads, testing::Values(1, 2));
 
 TEST_F(Threads, FindEveryPermitAgainAfterAnyMixOfReconnects) {
-    constexpr int maximum = 3, borrowers = 6, borrowings = 15, reconnects = 4;
+    constexpr int maximum = 3, borrowers = 6, borrowings = 10, reconnects = 4;
     interpose::on("OCILogon2", [](const auto&) {
         std::this_thread::yield(); // so that others come in the way of a lazy logon
         return std::nullopt;
     });
-    for (int round = 0; round < 40; ++round) {
+    for (int round = 0; round < 12; ++round) {
         SCOPED_TRACE(round);
         Pool pool = account.pool(round % (maximum + 1), maximum);
         const auto work = [&](int worker) {
