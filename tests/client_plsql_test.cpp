@@ -63,6 +63,8 @@ const Group groups[] = {
       {"DECLARE a VARCHAR2(2); BEGIN a := 'abc'; END;", "ORA-06502"},
       {"DECLARE a NUMBER(3); BEGIN a := 1234; END;", "ORA-06502"},
       {"DECLARE a PLS_INTEGER := 2147483647; BEGIN a := a + 1; END;", "ORA-01426"},
+      {"BEGIN DBMS_OUTPUT.PUT_LINE('x' + 1); END;", "ORA-06502"},
+      {"BEGIN IF 'x' = 1 THEN NULL; END IF; END;", "ORA-06502"},
       {"DECLARE a NUMBER NOT NULL := 1; BEGIN a := NULL; END;", "ORA-06502"},
       {"DECLARE a CONSTANT NUMBER := 1; BEGIN a := 2; END;", "ORA-06550"},
       {"DECLARE a NUMBER; a NUMBER; BEGIN NULL; END;", "ORA-06550"},

@@ -224,7 +224,7 @@ ExpressionPtr Binder::unary(const sql::Unary& unary) {
         return sql(unary.op == sql::UnaryOperator::minus ? "-{}" : "{}", {operand});
     const auto change = unary.op == sql::UnaryOperator::minus
                             ? [](const Value& v, const Value&) { return subtract(Value::of(std::int64_t{0}), v); }
-                            : [](const Value& v, const Value&) { return OwnedValue(number_of(v)); };
+                            : [](const Value& v, const Value&) { return OwnedValue(number_operand(v)); };
     return std::make_shared<Operation>(scalar_type(ColumnType::number()), change, std::move(operand), nullptr);
 }
 

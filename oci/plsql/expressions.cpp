@@ -1,5 +1,6 @@
 #include "oci/plsql/expressions.h"
 
+#include "oci/plsql/methods.h"
 #include "oci/plsql/runtime.h"
 #include "oci/values/decimal.h"
 
@@ -145,7 +146,7 @@ Datum RoutineCall::datum(Frame& frame) const {
 int compare(const Value& left, const Value& right) {
     if (left.type == Value::Type::text && right.type == Value::Type::text) return left.text().compare(right.text());
     if (left.type == Value::Type::blob && right.type == Value::Type::blob) return left.text().compare(right.text());
-    return compare_numbers(number_of(left), number_of(right));
+    return compare_numbers(number_operand(left), number_operand(right));
 }
 
 } // namespace oci::plsql

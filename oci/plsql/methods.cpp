@@ -11,8 +11,8 @@ namespace {
 /// @param whole  calculates two whole numbers. @return true when that gives no whole number that can be held
 template <class Whole, class Exact>
 OwnedValue calculate(const Value& left, const Value& right, Whole&& whole, Exact&& exact) {
-    const Value a = number_of(left);
-    const Value b = number_of(right);
+    const Value a = number_operand(left);
+    const Value b = number_operand(right);
     std::int64_t result = 0;
     const bool both_whole = a.type == Value::Type::integer && b.type == Value::Type::integer;
     if (both_whole && !whole(a.integer, b.integer, result)) return OwnedValue(Value::of(result));
@@ -119,6 +119,16 @@ constexpr CollectionMethod methods[] = {
 
 } // namespace
 
+Value number_operand(const Value& value) {
+    try {
+        return number_of(value);
+    } catch (const OracleError& failure) {
+        constexpr int no_number = 1722;
+        if (failure.code() != no_number) throw;
+        throw OracleError(6502, "character to number conversion error");
+    }
+}
+
 OwnedValue add(const Value& left, const Value& right) {
     return calculate(
         left, right, [](auto a, auto b, auto& c) { return __builtin_add_overflow(a, b, &c); },
@@ -149,7 +159,7 @@ OwnedValue divide(const Value& left, const Value& right) {
 
 OwnedValue power(const Value& left, const Value& right) {
     const auto real = [](const Value& given) {
-        const Value number = number_of(given);
+        const Value number = number_operand(given);
         return number.type == Value::Type::integer ? static_cast<double>(number.integer) : number.real;
     };
     if (real(left) == 0 && real(right) < 0) throw OracleError(1476);

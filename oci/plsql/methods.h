@@ -5,6 +5,8 @@
 namespace oci::plsql {
 
 // Arithmetic of decimals: exact where the result can be held, else rounded to 15 digits.
+/// The number that an operand is or spells: ORA-06502 when it spells none.
+Value number_operand(const Value& value);
 OwnedValue add(const Value& left, const Value& right);
 OwnedValue subtract(const Value& left, const Value& right);
 OwnedValue multiply(const Value& left, const Value& right);
