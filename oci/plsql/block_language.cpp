@@ -257,7 +257,7 @@ void BlockLanguage::fire_trigger(Unit& trigger, const Change& change, ChangedRow
     m_runtime.updated.clear();
     const auto columns = columns_of_table(m_runtime.session, head.table);
     for (std::size_t i = 0; i < std::min(columns.size(), change.set.size()); ++i) {
-        if (change.set[i] >= 0) m_runtime.updated.insert(columns[i].name);
+        if (change.event == Event::update && change.set[i] >= 0) m_runtime.updated.insert(columns[i].name);
     }
     const While firing(m_runtime.in_trigger);
     try {

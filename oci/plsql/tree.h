@@ -141,7 +141,7 @@ struct Frame {
 
 /// When a trigger fires.
 struct TriggerHead {
-    enum class Timing : std::uint8_t { before, after, instead_of };
+    enum class Timing : std::uint8_t { before, after };
 
     Timing timing{};
     bool for_each_row = false;

@@ -35,10 +35,8 @@ void Parser::trigger_head(TriggerHead& head) {
     m_tokens.take();
     name();
     if (m_tokens.accept(".")) name();
-    head.timing = m_tokens.accept("BEFORE")  ? Timing::before
-                  : m_tokens.accept("AFTER") ? Timing::after
-                                             : Timing::instead_of;
-    if (head.timing == Timing::instead_of && !m_tokens.accept("INSTEAD", "OF")) unsupported("this kind of trigger");
+    if (!m_tokens.at("BEFORE") && !m_tokens.at("AFTER")) unsupported("INSTEAD OF and other kinds of triggers");
+    head.timing = m_tokens.take().is("BEFORE") ? Timing::before : Timing::after;
     do {
         trigger_event(head);
     } while (m_tokens.accept("OR"));
@@ -53,7 +51,6 @@ void Parser::trigger_head(TriggerHead& head) {
             called = text(name());
         }
     }
-    head.for_each_row = head.timing == Timing::instead_of;
     if (m_tokens.accept("FOR", "EACH")) {
         expect("ROW");
         head.for_each_row = true;
