@@ -271,7 +271,7 @@ TEST(ClientSqlDepth, isRefusedBeforeTheStackEnds) {
     EXPECT_EQ(session.run("SELECT " + repeated("CASE WHEN 1 = 1 THEN ", deep) + "1 FROM DUAL"), "ORA-03001");
     EXPECT_EQ(session.run("SELECT " + repeated("- ", deep) + "1 FROM DUAL"), "ORA-03001");
     EXPECT_EQ(session.run("SELECT LENGTH('x'" + repeated(" || 'y'", 400) + ") FROM DUAL"), "401");
-    EXPECT_EQ(session.run("SELECT 0.5" + repeated(" * 1 + 0.5", 20) + " FROM DUAL"), "10.5");
+    EXPECT_EQ(session.run("SELECT 0.5" + repeated(" * 1 + 0.5", 400) + " FROM DUAL"), "200.5");
 }
 
 } // namespace

@@ -133,9 +133,12 @@ OracleError sqlite_error(sqlite3* db) {
 
 OracleError sqlite_error(sqlite3_stmt* statement) {
     sqlite3* db = sqlite3_db_handle(statement);
-    const bool reference = sqlite3_extended_errcode(db) == SQLITE_CONSTRAINT_FOREIGNKEY;
-    if (reference && std::string_view(sqlite3_sql(statement)).starts_with("DELETE"))
+    const int extended = sqlite3_extended_errcode(db);
+    const std::string_view sql = sqlite3_sql(statement);
+    if (extended == SQLITE_CONSTRAINT_FOREIGNKEY && sql.starts_with("DELETE"))
         return OracleError(error::child_record_found);
+    if (extended == SQLITE_CONSTRAINT_NOTNULL && sql.starts_with("UPDATE"))
+        return OracleError(error::cannot_update_to_null, quoted_path(behind(sqlite3_errmsg(db), "failed: ")));
     return sqlite_error(db);
 }
 

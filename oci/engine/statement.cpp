@@ -28,8 +28,10 @@ constexpr FirstWord first_words[] = {
 } // namespace
 
 Statement::Statement(std::string_view sql) : m_text(sql), m_tokens(tokenize(m_text)) {
+    const auto first =
+        std::find_if(m_tokens.begin(), m_tokens.end(), [](const Token& token) { return !token.is("("); });
     for (const FirstWord& known : first_words) {
-        if (!m_tokens.front().is(known.word)) continue;
+        if (!first->is(known.word) || (first != m_tokens.begin() && known.type != OCI_STMT_SELECT)) continue;
         m_kind = known.kind;
         m_type = known.type;
     }

@@ -84,6 +84,21 @@ template <Operator op> Value arithmetic(Arguments& in) {
     return calculate<op>(number_of(a), number_of(b));
 }
 
+/// ora_chain(signs, a, b, ...): the operators one after the other, from the left. Calls within calls would soon be too
+/// deep for SQLite.
+Value chain(Arguments& in) {
+    Value result = number_of(in[1]);
+    int next = 2;
+    for (const char sign : in[0].text()) {
+        const Value operand = number_of(in[next++]);
+        result = sign == '+'   ? calculate<Operator::add>(result, operand)
+                 : sign == '-' ? calculate<Operator::subtract>(result, operand)
+                 : sign == '*' ? calculate<Operator::multiply>(result, operand)
+                               : calculate<Operator::divide>(result, operand);
+    }
+    return result;
+}
+
 Value negated(Arguments& in) {
     return (-decimal_of(in[0])).exact();
 }
@@ -245,6 +260,7 @@ using enum ArgumentRule;
 constexpr auto a_number = ResultRule::number;
 
 constexpr FunctionEntry entries[] = {
+    {"", 3, FunctionEntry::any_number, {any}, ResultRule::number, "ora_chain", {call<strict<chain>>}},
     {"", 2, 2, {any}, ResultRule::unknown, "ora_add", {call<strict<arithmetic<Operator::add>>>}},
     {"", 2, 2, {any}, ResultRule::unknown, "ora_sub", {call<strict<arithmetic<Operator::subtract>>>}},
     {"", 2, 2, {any}, a_number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}},

@@ -22,6 +22,9 @@ struct Arithmetic {
 ///         number too.
 std::optional<Arithmetic> arithmetic(char sign, Family left, Family right);
 
+/// ora_chain(signs, a, b, ...): so many operators of numbers, one after the other.
+inline constexpr const char* chain = "ora_chain";
+
 /// -x of a number or interval.
 inline constexpr const char* negate = "ora_neg";
 

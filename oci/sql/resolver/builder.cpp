@@ -124,7 +124,10 @@ void Builder::spell_real(Node& node, const Digits& number, std::string_view writ
     const Digits held = digits_of({shortest, static_cast<std::size_t>(end - shortest)});
     const std::string_view wanted = std::string_view(number.digits).substr(number.digits.starts_with('-') ? 1 : 0);
     if (real == 0 || held.digits != wanted) cannot_hold(written);
-    node.text = m_arena.text((real < 0 ? "-" : "") + std::string(shortest, end));
+    const std::string_view text(
+        shortest, static_cast<std::size_t>(std::to_chars(shortest, std::end(shortest), real).ptr - shortest));
+    const bool real_to_sqlite = text.find_first_of(".e") != std::string_view::npos;
+    node.text = m_arena.text(std::string(text) + (real_to_sqlite ? "" : ".0"));
 }
 
 Node* Builder::string(std::string_view text) const {

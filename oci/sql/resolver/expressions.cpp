@@ -33,6 +33,10 @@ Node* mention(Resolution& resolution, Scope& scope, const ColumnReference& name,
     return node;
 }
 
+bool is_number(const Node& node) {
+    return group_of(node.type) == TypeGroup::number;
+}
+
 Node* row_number_column(Resolution& resolution, Scope& scope, const ColumnReference& name) {
     for (Scope* at = &scope; at != nullptr; at = at->outer) {
         RowSource* meant = nullptr;
@@ -122,6 +126,30 @@ Node* plain_arithmetic(Resolution& resolution, BinaryOperator op, Node* left, No
     Node* node = resolution.build.infix(signs[static_cast<std::size_t>(op)], {left, right}, ColumnType::number());
     node->digits = static_cast<std::uint8_t>(digits);
     return node;
+}
+
+/// Operators of numbers one after the other in one call: SQLite's parser has room for some thirty calls within calls.
+Node* chained(Resolution& resolution, char sign, Node* left, Node* right) {
+    constexpr std::size_t most_operands = 100;
+    const bool chain = left->kind == Node::Kind::call && left->text == operators::chain && left->over == nullptr &&
+                       left->operands.size() <= most_operands;
+    std::string signs(chain ? left->operands.front()->text : std::string_view());
+    std::vector<Node*> operands{resolution.build.string(resolution.arena.text(signs += sign))};
+    if (chain) {
+        operands.insert(operands.end(), left->operands.begin() + 1, left->operands.end());
+    } else {
+        operands.push_back(left);
+    }
+    operands.push_back(right);
+    return resolution.build.call(operators::chain, resolution.arena.list(operands), ColumnType::number());
+}
+
+bool is_arithmetic(const Node& node) {
+    if (node.kind != Node::Kind::call || !is_number(node)) return false;
+    for (const std::string_view name : {"ora_chain", "ora_add", "ora_sub", "ora_mul", "ora_div"}) {
+        if (node.text == name) return true;
+    }
+    return false;
 }
 
 Node* concatenation(Resolution& resolution, std::vector<Node*> operands) {
@@ -280,6 +308,8 @@ Node* combine(Resolution& resolution, BinaryOperator op, Node* left, Node* right
     if (!found && is_datetime(left->type) && is_datetime(right->type) && op == BinaryOperator::add)
         throw OracleError(error::date_plus_date);
     if (!found) inconsistent("NUMBER", group_of(left->type) == TypeGroup::number ? right->type : left->type);
+    if (is_number(*left) && is_number(*right) && is_arithmetic(*left))
+        return chained(resolution, signs[static_cast<std::size_t>(op)], left, right);
     ColumnType type = expression_type(found->result);
     if (l == found->result && group_of(left->type) != TypeGroup::number) type = left->type;
     if (found->result == Family::interval_ds && l != Family::interval_ds && r != Family::interval_ds)

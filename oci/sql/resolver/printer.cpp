@@ -180,6 +180,9 @@ void print_source(std::string& sql, const Joined& source) {
     if (source.query != nullptr) {
         sql += '(';
         print(sql, *source.query);
+        // SQLite sorts before it counts when it takes a query with LIMIT and one with ORDER BY around it for one. With
+        // an OFFSET it does not.
+        if (source.query->limit != nullptr && source.query->offset == nullptr) sql += " OFFSET 0";
         sql += ')';
     } else if (source.common != 0) {
         print_number(sql, 'w', source.common);
