@@ -198,20 +198,25 @@ class BlockResolver {
         return key;
     }
 
+    /// The index of the item that always has the same value; behind the last when there is none.
+    std::size_t equal_item(const Node& key) const {
+        std::size_t index = 0;
+        while (index < m_items.size() && !equal(*m_items[index], key)) ++index;
+        return index;
+    }
+
     SortKey order_key(const OrderItem& item) {
         std::size_t index = item_of(*item.key);
-        Node* key = nullptr;
-        if (index == m_items.size()) {
-            key = sql::resolve(m_resolution, m_scope, *item.key);
-            for (index = 0; index < m_items.size() && !equal(*m_items[index], *key); ++index) {
-            }
-        } else {
-            key = m_items[index];
-        }
+        const std::size_t mentions = m_scope.columns.size();
+        Node* key = index < m_items.size() ? m_items[index] : sql::resolve(m_resolution, m_scope, *item.key);
+        if (index == m_items.size()) index = equal_item(*key);
         if (group_of(key->type) == TypeGroup::lob) inconsistent("-", key->type);
-        const bool plain = index < m_items.size() && sort_key(m_resolution, key) == key;
         if (m_block.distinct && index == m_items.size()) throw OracleError(error::not_a_selected_expression);
-        return sort_key(m_resolution, plain && m_query.limit.count == nullptr ? position(index) : key, item);
+        const bool plain =
+            index < m_items.size() && sort_key(m_resolution, key) == key && m_query.limit.count == nullptr;
+        if (!plain) return sort_key(m_resolution, key, item);
+        m_scope.columns.resize(mentions);
+        return sort_key(m_resolution, position(index), item);
     }
 
     void order() {

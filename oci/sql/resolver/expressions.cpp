@@ -247,6 +247,8 @@ Node* cast(Resolution& resolution, Scope& scope, const Cast& cast) {
     const Family from = value->type.family;
     if (operators::conversion(from, type.family) == operators::Conversion::impossible)
         inconsistent(type_name(type), value->type);
+    if (is_datetime(value->type) && is_datetime(type) && from != type.family)
+        return fit(resolution, convert(resolution, value, type), type, "CAST");
     if (is_placeholder(resolution, *value)) set_target(resolution, *value, expression_type(Family::text));
     return build.call(operators::cast,
                       {value, build.integer(static_cast<int>(from)), build.integer(static_cast<int>(type.family)),

@@ -217,6 +217,14 @@ Select* Grouping::nest(Select& plan) {
     return select_from(m_resolution, source, groups, items);
 }
 
+/// SQLite takes HAVING without GROUP BY only where the select list has an aggregate.
+void Grouping::aggregate_items(Select& plan) const {
+    const Builder& build = m_resolution.build;
+    if (std::any_of(plan.items.begin(), plan.items.end(), [](const Node* item) { return item->aggregates; })) return;
+    Node* always = build.infix(">=", {build.call("count", {build.raw("*")}, {}), build.integer(0)});
+    plan.items.front() = build.conditional({always, plan.items.front()}, plan.items.front()->type);
+}
+
 Select* Grouping::finish(Select& plan) {
     if (m_scope.nested_aggregates) return nest(plan);
     const bool one_set = m_sets.size() == 1;
@@ -227,6 +235,7 @@ Select* Grouping::finish(Select& plan) {
         }
         if (keys.empty() && m_block.grouped) keys.push_back(m_resolution.build.raw("NULL"));
         plan.group = m_resolution.arena.list(keys);
+        if (plan.having != nullptr && keys.empty()) aggregate_items(plan);
         return &plan;
     }
     Select* all = nullptr;

@@ -27,6 +27,7 @@ class Grouping {
     bool is_key(const Node& node) const;
     bool is_own_column(const Node& node) const;
     void mark(Node& node);
+    void aggregate_items(Select& plan) const;
     Select* nest(Select& plan);
     Select* of_set(const Select& plan, Set set);
     Node* in_set(Node& node, Set set) const;
