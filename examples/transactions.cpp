@@ -28,7 +28,7 @@ int add(DTK_StatementBase& statement, const std::string& owner, int amount) {
 void transfer(DTK_ConnectionBase& connection, const char* from, const char* to, int amount) {
     std::cout << amount << " from " << from << " to " << to << ": ";
     const auto statement = dtk::prepare(connection, "UPDATE account SET balance = balance + :1 WHERE owner = :2 "
-                                                        "RETURNING balance INTO :3");
+                                                    "RETURNING balance INTO :3");
     statement->mb_registerOutParam(3, DTK_INT, 0, "");
     // Nobody else rolls back: an open transaction would wait in the session for whoever borrows that next.
     try {

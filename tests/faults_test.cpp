@@ -210,7 +210,7 @@ void changeBlob(DTK_ConnectionBase& connection, std::ostream& answer) {
 void readOutputs(DTK_ConnectionBase& connection, std::ostream& answer) {
     const Statement block =
         dtk::prepare(connection, "BEGIN SELECT id, flags, big, part, ratio, name, born, photo "
-                                     "INTO :1, :2, :3, :4, :5, :6, :7, :8 FROM things WHERE id = 1; END;");
+                                 "INTO :1, :2, :3, :4, :5, :6, :7, :8 FROM things WHERE id = 1; END;");
     unsigned int position = 0;
     for (const auto type : {DTK_INT, DTK_UINT, DTK_INT64, DTK_FLOAT, DTK_DOUBLE, DTK_STRING, DTK_DBDATE, DTK_BLOB})
         block->mb_registerOutParam(++position, type, 20, "");
@@ -273,8 +273,8 @@ class Faults : public testing::TestWithParam<Phase> {
         for (const char* table : {"things", "marks"}) support::drop_table(*connection, table);
         dtk::execute(*connection, "CREATE TABLE marks (id NUMBER(9))");
         dtk::execute(*connection,
-                         "CREATE TABLE things (id NUMBER(9), flags NUMBER(9), big NUMBER(18), part NUMBER(6,2), "
-                         "ratio NUMBER(12,4), name VARCHAR2(20), born DATE, photo BLOB, code RAW(4))");
+                     "CREATE TABLE things (id NUMBER(9), flags NUMBER(9), big NUMBER(18), part NUMBER(6,2), "
+                     "ratio NUMBER(12,4), name VARCHAR2(20), born DATE, photo BLOB, code RAW(4))");
         std::ostringstream ignored;
         insertOne(*connection, ignored);
         insertArrays(*connection, ignored);

@@ -30,7 +30,8 @@ constexpr std::string_view functions[] = {
     "typeof",       "unicode",       "unlikely",
     "upper",        "zeroblob",      "format",
     "group_concat", "date",          "datetime",
-    "random",       "randomblob",    "last_insert_rowid", "concat_to", "replace_to", "translate_to",
+    "random",       "randomblob",    "last_insert_rowid",
+    "concat_to",    "replace_to",    "translate_to",
 };
 
 /// Those that SQLite's ALTER TABLE calls in statements of its own.

@@ -53,7 +53,9 @@ void Cursor::execute(ub4 iterations, ub4 first) {
     switch (m_statement->kind()) {
     case Statement::Kind::query: return execute_query();
     case Statement::Kind::dml: return execute_dml(iterations, first);
-    case Statement::Kind::block: m_row_count = 0; return m_session.language()->execute_block(*this, iterations, first, m_row_count);
+    case Statement::Kind::block:
+        m_row_count = 0;
+        return m_session.language()->execute_block(*this, iterations, first, m_row_count);
     case Statement::Kind::other: m_row_count = 0; return execute_other(m_session, *m_statement);
     }
 }

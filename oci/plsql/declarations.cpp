@@ -358,11 +358,10 @@ void Parser::subprogram() {
         m_tokens.take();
     }
     const sql::Name declared = name();
-    // In the body of a package stands what its specification has declared.
-    Scope* const specification =
-        m_unit.kind == Unit::Kind::package_body && m_routine->level == 0 ? m_scope->outer : nullptr;
-    const bool specified = specification != nullptr && specification->names.contains(declared.text);
-    const auto [at, fresh] = (specified ? specification : m_scope)->names.try_emplace(text(declared));
+    // In the body of a package stands what its head has declared.
+    Scope* const head = m_unit.kind == Unit::Kind::package_body && m_routine->level == 0 ? m_scope->outer : nullptr;
+    const bool announced = head != nullptr && head->names.contains(declared.text);
+    const auto [at, fresh] = (announced ? head : m_scope)->names.try_emplace(text(declared));
     Declaration& declaration = at->second;
     if (fresh) declaration.kind = Declaration::Kind::routine;
     if (declaration.kind != Declaration::Kind::routine)

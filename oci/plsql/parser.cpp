@@ -134,9 +134,9 @@ void Parser::package() {
     end_of_unit();
 }
 
-void Parser::package_body(Scope& specification) {
-    m_routine = specification.routine;
-    m_scope = &specification;
+void Parser::package_body(Scope& head) {
+    m_routine = head.routine;
+    m_scope = &head;
     skip_head();
     open_scope(m_unit.name);
     if (!m_tokens.accept("IS")) expect("AS");
@@ -147,7 +147,7 @@ void Parser::package_body(Scope& specification) {
         handlers(setup);
     }
     end_of_unit();
-    for (const auto& [name, declaration] : specification.names) {
+    for (const auto& [name, declaration] : head.names) {
         for (const Routine* routine : declaration.routines) {
             if (!routine->defined)
                 fail("PLS-00323: subprogram or cursor '" + name +

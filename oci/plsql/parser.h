@@ -17,7 +17,7 @@ class Parser {
     /// PROCEDURE ..., FUNCTION ...: what stands behind CREATE.
     void routine();
     void package();
-    /// @param scope  of the specification
+    /// @param scope  of the head of the package
     void package_body(Scope& scope);
     void trigger();
     /// What stands behind the type, without a schema.

@@ -8,11 +8,15 @@
 namespace oci {
 namespace {
 
-bool is_word_start(char c) { return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_' || (c & 0x80) != 0; }
+bool is_word_start(char c) {
+    return std::isalpha(static_cast<unsigned char>(c)) != 0 || c == '_' || (c & 0x80) != 0;
+}
 bool is_word(char c) {
     return is_word_start(c) || std::isdigit(static_cast<unsigned char>(c)) != 0 || c == '$' || c == '#';
 }
-bool is_digit(char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; }
+bool is_digit(char c) {
+    return std::isdigit(static_cast<unsigned char>(c)) != 0;
+}
 
 class Tokenizer {
   public:
@@ -48,8 +52,7 @@ class Tokenizer {
         return token;
     }
 
-    template <class Predicate>
-    std::size_t run_length(std::size_t from, Predicate&& belongs) const {
+    template <class Predicate> std::size_t run_length(std::size_t from, Predicate&& belongs) const {
         std::size_t length = from;
         while (m_at + length < m_text.size() && belongs(at(length))) ++length;
         return length;
@@ -106,20 +109,23 @@ class Tokenizer {
 };
 
 constexpr std::string_view keywords[] = {
-    "ADD",      "ALL",      "ALTER",   "AND",       "ANY",        "AS",      "ASC",     "BEGIN",     "BETWEEN", "BY",
-    "CASCADE",  "CASE",     "CHECK",   "COLUMN",    "COMMIT",     "CONSTRAINT", "CREATE", "CROSS",   "CURRENT", "DEFAULT",
-    "DELETE",   "DESC",     "DISTINCT", "DROP",     "ELSE",       "END",     "ESCAPE",  "EXCEPT",    "EXISTS",  "FETCH",
-    "FIRST",    "FOLLOWING", "FOR",    "FOREIGN",   "FROM",       "FULL",    "GROUP",   "HAVING",    "IN",      "INDEX",
-    "INNER",    "INSERT",   "INTERSECT", "INTO",    "IS",         "JOIN",    "KEY",     "LAST",      "LEFT",    "LIKE",
-    "MINUS",    "NATURAL",  "NEXT",    "NOT",       "NULLS",      "OF",      "OFFSET",  "ON",        "ONLY",    "OR",
-    "ORDER",    "OUTER",    "OVER",    "PARTITION", "PRECEDING",  "PRIMARY", "RANGE",   "REFERENCES", "RENAME", "RETURNING",
-    "RIGHT",    "ROLLBACK", "ROW",     "ROWS",      "SELECT",     "SET",     "TABLE",   "THEN",      "TO",      "UNBOUNDED",
-    "UNION",    "UNIQUE",   "UPDATE",  "USING",     "VALUES",     "VIEW",    "WHEN",    "WHERE",     "WITH",
+    "ADD",       "ALL",       "ALTER",   "AND",    "ANY",        "AS",     "ASC",        "BEGIN",     "BETWEEN",
+    "BY",        "CASCADE",   "CASE",    "CHECK",  "COLUMN",     "COMMIT", "CONSTRAINT", "CREATE",    "CROSS",
+    "CURRENT",   "DEFAULT",   "DELETE",  "DESC",   "DISTINCT",   "DROP",   "ELSE",       "END",       "ESCAPE",
+    "EXCEPT",    "EXISTS",    "FETCH",   "FIRST",  "FOLLOWING",  "FOR",    "FOREIGN",    "FROM",      "FULL",
+    "GROUP",     "HAVING",    "IN",      "INDEX",  "INNER",      "INSERT", "INTERSECT",  "INTO",      "IS",
+    "JOIN",      "KEY",       "LAST",    "LEFT",   "LIKE",       "MINUS",  "NATURAL",    "NEXT",      "NOT",
+    "NULLS",     "OF",        "OFFSET",  "ON",     "ONLY",       "OR",     "ORDER",      "OUTER",     "OVER",
+    "PARTITION", "PRECEDING", "PRIMARY", "RANGE",  "REFERENCES", "RENAME", "RETURNING",  "RIGHT",     "ROLLBACK",
+    "ROW",       "ROWS",      "SELECT",  "SET",    "TABLE",      "THEN",   "TO",         "UNBOUNDED", "UNION",
+    "UNIQUE",    "UPDATE",    "USING",   "VALUES", "VIEW",       "WHEN",   "WHERE",      "WITH",
 };
 
 } // namespace
 
-std::vector<Token> tokenize(std::string_view text) { return Tokenizer(text).run(); }
+std::vector<Token> tokenize(std::string_view text) {
+    return Tokenizer(text).run();
+}
 
 bool Token::is(std::string_view wanted) const {
     if (text.size() != wanted.size() || (kind != Kind::word && kind != Kind::symbol)) return false;

@@ -36,7 +36,7 @@ std::string column_list(const std::vector<std::string>& columns) {
 
 std::string column_sql(Session& session, const Table& table, const TableColumn& column) {
     std::string sql = quoted(column.name) + ' ' + quoted(column.type.declaration()); // WITH TIME ZONE would end it
-    if (column.type.family == Family::fixed_text) sql += " COLLATE RTRIM"; // blanks at the end do not count
+    if (column.type.family == Family::fixed_text) sql += " COLLATE RTRIM";           // blanks at the end do not count
     if (!column.default_text.empty()) sql += " DEFAULT (" + default_sql(session, column) + ")";
     if (!table.accepts_null(column.name)) sql += " NOT NULL";
     if (!column.virtual_text.empty())
