@@ -77,6 +77,9 @@ template <class Function> Function* next_of(const char* name) {
     if (bytes == nullptr) throw std::bad_alloc();
     return bytes;
 }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return memory.next() ? nullptr : std::malloc(size);
+}
 [[gnu::noinline]] void operator delete(void* bytes) noexcept {
     std::free(bytes);
 }

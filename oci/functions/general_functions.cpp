@@ -49,7 +49,12 @@ Value cast(Arguments& in) {
         while (size > 0 && (value.data[size] & 0xC0) == 0x80) --size;
         value = Value::of(value.text().substr(0, size));
     }
-    return fit(value, to, "CAST", in.scratch);
+    Value fitted = fit(value, to, "CAST", in.scratch);
+    if (fitted.type == Value::Type::text || fitted.type == Value::Type::blob) {
+        in.scratch.assign(fitted.data, fitted.size); // it may still lie in what is about to go
+        fitted.data = in.scratch.data();
+    }
+    return fitted;
 }
 
 Value nvl(Arguments& in) {

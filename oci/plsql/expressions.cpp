@@ -137,7 +137,7 @@ RoutineCall::RoutineCall(const Routine& routine, std::optional<unsigned> levels_
 
 Datum RoutineCall::datum(Frame& frame) const {
     Runtime& runtime = frame.runtime;
-    Frame* outer = m_levels_up            ? &frame.up(*m_levels_up)
+    Frame* outer = m_levels_up            ? frame.enclosing(*m_levels_up)
                    : m_package != nullptr ? &runtime.state_of(*m_package)
                                           : nullptr;
     return runtime.call(m_routine, outer, m_arguments, frame);

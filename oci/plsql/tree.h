@@ -123,11 +123,13 @@ struct Frame {
           outer(enclosing),
           slots(what.slots) {}
 
-    Frame& up(unsigned levels) {
+    /// Null behind the outermost.
+    Frame* enclosing(unsigned levels) {
         Frame* frame = this;
         for (; levels > 0; --levels) frame = frame->outer;
-        return *frame;
+        return frame;
     }
+    Frame& up(unsigned levels) { return *enclosing(levels); }
 
     Runtime& runtime;
     const Routine& routine;
