@@ -1,6 +1,7 @@
 #include "oci/engine/cursor.h"
 
 #include "oci/engine/buffers/large_object.h"
+#include "oci/engine/definitions/violations.h"
 #include "oci/engine/language.h"
 #include "oci/engine/other_statements.h"
 
@@ -129,7 +130,7 @@ void Cursor::run_iteration(ub4 iteration) {
         if (std::exchange(returned, true)) throw OracleError(24369);
         take_returned(compiled, iteration);
     }
-    if (status != SQLITE_DONE) throw sqlite_error(compiled);
+    if (status != SQLITE_DONE) throw statement_failure(m_session, compiled);
     m_row_count += static_cast<ub4>(sqlite3_changes(m_session.db()));
 }
 

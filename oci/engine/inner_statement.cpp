@@ -1,5 +1,7 @@
 #include "oci/engine/inner_statement.h"
 
+#include "oci/engine/definitions/violations.h"
+
 #include <sqlite3.h>
 #include <utility>
 
@@ -60,7 +62,7 @@ bool InnerStatement::step() {
     const int status = sqlite3_step(m_program.compiled.get());
     if (status == SQLITE_ROW) return true;
     if (status != SQLITE_DONE) {
-        const OracleError error = sqlite_error(m_program.compiled.get());
+        const OracleError error = statement_failure(m_session, m_program.compiled.get());
         reset();
         m_session.failed();
         throw error;

@@ -1,5 +1,7 @@
 #include "oci/engine/row_actions.h"
 
+#include "oci/engine/definitions/violations.h"
+
 #include <algorithm>
 #include <sqlite3.h>
 
@@ -35,11 +37,11 @@ bool is_same(const Value& a, const Value& b) {
 }
 
 /// Runs the statement to its end and leaves it ready for the next run.
-void run_to_end(sqlite3_stmt* statement, const RowActions::Returned& returned) {
+void run_to_end(Session& session, sqlite3_stmt* statement, const RowActions::Returned& returned) {
     int status = SQLITE_ROW;
     try {
         while ((status = sqlite3_step(statement)) == SQLITE_ROW) returned(statement);
-        if (status != SQLITE_DONE) throw sqlite_error(statement);
+        if (status != SQLITE_DONE) throw statement_failure(session, statement);
     } catch (...) {
         sqlite3_reset(statement);
         throw;
@@ -133,7 +135,7 @@ void RowActions::change(Action& action, const Row& row, const Images* images, co
                                           : row[static_cast<std::size_t>(source)];
         value.get().bind(action.compiled.get(), ++position);
     }
-    run_to_end(action.compiled.get(), returned);
+    run_to_end(m_session, action.compiled.get(), returned);
     if (images != nullptr && action.what.event == Event::update) update_rest(action, row, *images);
 }
 
@@ -146,7 +148,7 @@ void RowActions::update_rest(const Action& action, const Row& row, const Images&
                                                   "\" = ?1 WHERE rowid = ?2");
         images.after[i].get().bind(update.get(), 1);
         row[static_cast<std::size_t>(action.what.row)].get().bind(update.get(), 2);
-        run_to_end(update.get(), {});
+        run_to_end(m_session, update.get(), {});
     }
 }
 

@@ -1,5 +1,7 @@
 #include "oci/engine/transaction.h"
 
+#include "oci/engine/definitions/dictionary.h"
+#include "oci/engine/definitions/violations.h"
 #include "oci/engine/session.h"
 
 #include <atomic>
@@ -88,7 +90,7 @@ void Transaction::ended() noexcept {
 void Transaction::commit() {
     if (m_number == 0) return;
     if (run(m_commit.get()) != SQLITE_OK) {
-        const OracleError error = sqlite_error(m_session.db());
+        const OracleError error = commit_failure(m_session);
         rollback();
         throw error;
     }

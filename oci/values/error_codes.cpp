@@ -54,7 +54,7 @@ std::span<const Cause* const> all() {
         &interval_precision_too_small, &time_zone_hour_out_of_range, &time_zone_minute_out_of_range,
         &field_not_found, &fraction_out_of_range, &region_id_invalid, &region_not_found, &overlap_disabled,
         &no_such_user_or_role, &no_such_user, &no_such_role, &user_name_in_use, &role_name_in_use, &missing_user_name, &missing_role_name, &user_is_connected, &missing_keyword_named,
-        &invalid_userenv, &missing_using, &invalid_create_index, &invalid_rollback_option,
+        &invalid_userenv, &missing_using, &transaction_rolled_back, &invalid_create_index, &invalid_rollback_option,
         &invalid_commit_option, &only_select_and_alter_for_sequences, &invalid_alter_index, &invalid_alter_session,
         &missing_constraint_name, &subquery_not_allowed, &constraint_not_allowed, &wrong_key_column_count,
         &only_one_primary_key, &duplicate_unique_key, &no_column_datatype, &constraint_name_in_use,

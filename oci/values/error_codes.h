@@ -248,6 +248,7 @@ inline constexpr Cause user_is_connected{1940, "cannot drop a user that is curre
 inline constexpr Cause missing_keyword_named{2000, "missing {} keyword"};
 inline constexpr Cause invalid_userenv{2003, "invalid USERENV parameter"};
 inline constexpr Cause missing_using{2012, "missing USING keyword"};
+inline constexpr Cause transaction_rolled_back{2091, "transaction rolled back\n{}"};
 inline constexpr Cause invalid_create_index{2158, "invalid CREATE INDEX option"};
 inline constexpr Cause invalid_rollback_option{2181, "invalid option to ROLLBACK WORK"};
 inline constexpr Cause invalid_commit_option{2185, "a token other than WORK follows COMMIT"};

@@ -4,6 +4,7 @@
 #include "oci/engine/definitions/catalogue_query.h"
 #include "oci/engine/definitions/catalogue_tables.h"
 #include "oci/engine/definitions/column_expressions.h"
+#include "oci/engine/definitions/dictionary.h"
 #include "oci/sql/definitions/parser.h"
 
 namespace oci {

@@ -1,8 +1,11 @@
 #include "oci/engine/definitions/dictionary.h"
 
 #include "oci/engine/definitions/catalogue_query.h"
+#include "oci/engine/definitions/column_expressions.h"
+#include "oci/engine/definitions/stored_tables.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace oci {
 namespace {
@@ -85,14 +88,14 @@ const sql::Relation* Dictionary::relation(std::string_view, std::string_view nam
     return known->second ? &*known->second : nullptr;
 }
 
-std::optional<sql::Relation> Dictionary::find_relation(std::string_view name) const {
+std::optional<sql::Relation> Dictionary::find_relation(std::string_view name) {
     if (name == "DUAL") return dual();
     const auto object = find_through_synonyms(m_session, name);
     if (object && (object->type == "TABLE" || object->type == "VIEW")) return relation_of(*object);
     return std::nullopt;
 }
 
-sql::Relation Dictionary::relation_of(const Object& object) const {
+sql::Relation Dictionary::relation_of(const Object& object) {
     constexpr auto triggers = R"(SELECT 1 FROM "DTK$OBJECTS" WHERE base = ?1 AND space = 2 AND options = 'ENABLED')";
     sql::Relation relation;
     relation.name = object.name;
@@ -106,7 +109,9 @@ sql::Relation Dictionary::relation_of(const Object& object) const {
             relation.columns.push_back(column_of(column));
         return relation;
     }
-    sql::Relation of_table = oci::relation_of(catalogue::table_at(m_session, object.id));
+    const Table table = catalogue::table_at(m_session, object.id);
+    if (table.lifetime != Table::Lifetime::permanent) make_temporary(table);
+    sql::Relation of_table = oci::relation_of(table);
     relation.columns = std::move(of_table.columns);
     relation.unique_keys = std::move(of_table.unique_keys);
     return relation;
@@ -149,6 +154,32 @@ const sql::RoutineInfo* Dictionary::routine(std::string_view, std::string_view p
 
 std::string_view Dictionary::user() const {
     return m_session.user();
+}
+
+void Dictionary::make_temporary(const Table& table) {
+    if (has_temporary_table(m_session, table)) return;
+    make_temporary_table(m_session, table);
+    m_made_in_transaction = m_made_in_transaction || m_session.transaction() != 0;
+    if (table.lifetime == Table::Lifetime::transaction) m_emptied.insert(table.stored_name);
+}
+
+void Dictionary::make_temporary_tables() {
+    std::vector<std::int64_t> tables;
+    CatalogueQuery rows(m_session, R"(SELECT id FROM "DTK$OBJECTS" WHERE type = 'TABLE' AND options <> '0')");
+    while (rows.next()) tables.push_back(rows.integer(0));
+    for (const std::int64_t table : tables) make_temporary(catalogue::table_at(m_session, table));
+}
+
+void Dictionary::empty_temporary_tables() const {
+    for (const auto& stored : m_emptied) {
+        if (CatalogueQuery(m_session, "SELECT 1 FROM temp.sqlite_schema WHERE name = ?1", stored).next())
+            m_session.run("DELETE FROM temp." + quoted(stored));
+    }
+}
+
+void Dictionary::rolled_back() {
+    if (!std::exchange(m_made_in_transaction, false)) return;
+    m_session.schema_changed();
 }
 
 void Dictionary::forget() {

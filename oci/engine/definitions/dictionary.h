@@ -5,6 +5,7 @@
 #include "oci/sql/catalogue.h"
 
 #include <map>
+#include <set>
 
 namespace oci {
 
@@ -36,6 +37,14 @@ class Dictionary final : public sql::Catalogue {
     const SequenceRule& sequence_rule(std::string_view name);
     void forget();
 
+    /// Makes the temporary tables that the session does not have yet: better than in the midst of a transaction, whose
+    /// end may take them away again.
+    void make_temporary_tables();
+    /// To be called before a transaction is committed: what lives no longer goes.
+    void empty_temporary_tables() const;
+    /// To be called when a transaction, or a part of it, has been rolled back.
+    void rolled_back();
+
   private:
     struct Sequence {
         sql::SequenceInfo info;
@@ -43,13 +52,17 @@ class Dictionary final : public sql::Catalogue {
     };
     const std::optional<Sequence>& find_sequence(std::string_view name);
 
-    std::optional<sql::Relation> find_relation(std::string_view name) const;
-    sql::Relation relation_of(const Object& object) const;
+    std::optional<sql::Relation> find_relation(std::string_view name);
+    sql::Relation relation_of(const Object& object);
+
+    void make_temporary(const Table& table);
 
     Session& m_session;
     RoutineSource* m_routines = nullptr;
     std::map<std::string, std::optional<sql::Relation>, std::less<>> m_relations;
     std::map<std::string, std::optional<Sequence>, std::less<>> m_sequences;
+    std::set<std::string> m_emptied;    ///< at each commit: stored names
+    bool m_made_in_transaction = false; ///< a temporary table
 };
 
 /// How a sequence counts.
