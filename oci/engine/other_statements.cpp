@@ -35,7 +35,9 @@ void control_transaction(Session& session, const sql::Transaction& statement) {
     case Action::commit: return session.commit();
     case Action::rollback: return session.rollback();
     case Action::savepoint: session.begin(); return session.run("SAVEPOINT " + quoted(statement.savepoint));
-    case Action::rollback_to: return session.run("ROLLBACK TO " + quoted(statement.savepoint));
+    case Action::rollback_to:
+        session.run("ROLLBACK TO " + quoted(statement.savepoint));
+        return session.dictionary().rolled_back();
     case Action::read_only: return session.begin_read_only();
     case Action::serializable: return begin_serializable(session);
     case Action::read_write:

@@ -186,13 +186,17 @@ void Session::give_up() {
 void Session::commit() {
     check_connected();
     store_large_objects();
-    if (m_sequences && m_work.number() != 0) m_sequences->mark();
+    if (m_dictionary && m_work.number() != 0) {
+        m_dictionary->empty_temporary_tables();
+        m_sequences->mark();
+    }
     m_work.commit();
 }
 
 void Session::rollback() {
     forget_unstored();
     m_work.rollback();
+    if (m_dictionary) m_dictionary->rolled_back();
 }
 
 void Session::store_later(std::shared_ptr<LargeObjectContent> content) {

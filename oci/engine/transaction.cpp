@@ -135,6 +135,7 @@ void Savepoint::undo() {
     if (m_session.transaction() != m_transaction) return m_session.rollback();
     try {
         m_session.run("ROLLBACK TO " + m_name + "; RELEASE " + m_name);
+        m_session.dictionary().rolled_back();
     } catch (const OracleError&) {
         m_session.rollback(); // better nothing than half a statement
     }

@@ -163,13 +163,6 @@ void Dictionary::make_temporary(const Table& table) {
     if (table.lifetime == Table::Lifetime::transaction) m_emptied.insert(table.stored_name);
 }
 
-void Dictionary::make_temporary_tables() {
-    std::vector<std::int64_t> tables;
-    CatalogueQuery rows(m_session, R"(SELECT id FROM "DTK$OBJECTS" WHERE type = 'TABLE' AND options <> '0')");
-    while (rows.next()) tables.push_back(rows.integer(0));
-    for (const std::int64_t table : tables) make_temporary(catalogue::table_at(m_session, table));
-}
-
 void Dictionary::empty_temporary_tables() const {
     for (const auto& stored : m_emptied) {
         if (CatalogueQuery(m_session, "SELECT 1 FROM temp.sqlite_schema WHERE name = ?1", stored).next())
@@ -177,6 +170,7 @@ void Dictionary::empty_temporary_tables() const {
     }
 }
 
+/// The tables that it made are gone, too.
 void Dictionary::rolled_back() {
     if (!std::exchange(m_made_in_transaction, false)) return;
     m_session.schema_changed();

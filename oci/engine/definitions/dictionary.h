@@ -37,9 +37,6 @@ class Dictionary final : public sql::Catalogue {
     const SequenceRule& sequence_rule(std::string_view name);
     void forget();
 
-    /// Makes the temporary tables that the session does not have yet: better than in the midst of a transaction, whose
-    /// end may take them away again.
-    void make_temporary_tables();
     /// To be called before a transaction is committed: what lives no longer goes.
     void empty_temporary_tables() const;
     /// To be called when a transaction, or a part of it, has been rolled back.

@@ -133,6 +133,16 @@ class Repetition {
     sqlite3_stmt* m_failed;
 };
 
+bool updates(std::string_view sql, std::string_view table) {
+    constexpr std::string_view update = "UPDATE ";
+    if (!sql.starts_with(update)) return false;
+    sql.remove_prefix(update.size());
+    const bool in_quotes = sql.starts_with('"');
+    const std::string_view name =
+        sql.substr(in_quotes ? 1 : 0, sql.find(in_quotes ? '"' : ' ', 1) - (in_quotes ? 1 : 0));
+    return upper(name) == upper(table);
+}
+
 OracleError reference_violated(Session& session, sqlite3_stmt* failed) {
     const std::string sql = sqlite3_sql(failed);
     sqlite3_reset(failed);
@@ -140,8 +150,7 @@ OracleError reference_violated(Session& session, sqlite3_stmt* failed) {
     const bool remove = sql.starts_with("DELETE");
     if (!orphan) return OracleError(remove ? error::child_record_found : error::parent_key_not_found);
     // An update is at fault on the side that it changes.
-    const bool of_parent = sql.starts_with("UPDATE") && orphan->child != orphan->parent &&
-                           sql.find(quoted(orphan->parent)) < sql.find(quoted(orphan->child));
+    const bool of_parent = orphan->child != orphan->parent && updates(sql, orphan->parent);
     return OracleError(remove || of_parent ? error::child_record_found : error::parent_key_not_found,
                        path_of(session, orphan->constraint));
 }
