@@ -1,7 +1,7 @@
 #pragma once
 
 #include "oci/api/handles.h"
-#include "oci/engine/statement.h"
+#include "oci/engine/statements/statement.h"
 
 struct OCIParam : oci::Handle {
     static constexpr ub4 code = OCI_DTYPE_PARAM;

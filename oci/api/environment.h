@@ -1,7 +1,7 @@
 #pragma once
 
 #include "oci/api/diagnostics.h"
-#include "oci/engine/database.h"
+#include "oci/engine/database/database.h"
 
 #include <map>
 #include <unordered_set>

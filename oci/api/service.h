@@ -1,7 +1,7 @@
 #pragma once
 
 #include "oci/api/environment.h"
-#include "oci/engine/session.h"
+#include "oci/engine/session/session.h"
 
 struct OCISvcCtx : oci::Handle {
     static constexpr ub4 code = OCI_HTYPE_SVCCTX;

@@ -2,7 +2,7 @@
 
 #include "oci/api/locator.h"
 #include "oci/api/service.h"
-#include "oci/engine/cursor.h"
+#include "oci/engine/statements/cursor.h"
 
 struct OCIBind : oci::Handle {
     static constexpr ub4 code = OCI_HTYPE_BIND;

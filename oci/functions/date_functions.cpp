@@ -1,9 +1,9 @@
 #include "oci/functions/function_table.h"
 
 #include "oci/values/convert.h"
+#include "oci/values/dates/zones.h"
 #include "oci/values/formats.h"
 #include "oci/values/scan.h"
-#include "oci/values/zones.h"
 
 #include <chrono>
 #include <cmath>

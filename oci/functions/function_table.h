@@ -1,8 +1,8 @@
 #pragma once
 
 #include "oci/functions/function_entry.h"
+#include "oci/values/dates/moments.h"
 #include "oci/values/decimal.h"
-#include "oci/values/moments.h"
 
 #include <new>
 #include <span>

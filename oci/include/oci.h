@@ -1,5 +1,6 @@
 /// The part of the Oracle Call Interface that DTK uses, with the published names, values and signatures.
-/// The embedded client implements it; the vendor's header takes its place when DTK is built against the vendor's client.
+/// The embedded client implements it; the vendor's header takes its place when DTK is built against the vendor's
+/// client.
 #pragma once
 
 #include <stddef.h>
@@ -136,8 +137,8 @@ sword OCILobCreateTemporary(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* lo
 sword OCILobFreeTemporary(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp);
 sword OCILobRead(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* amtp, ub4 offset, void* bufp, ub4 bufl,
                  void* ctxp, sb4 (*cbfp)(void*, const void*, ub4, ub1), ub2 csid, ub1 csfrm);
-sword OCILobWrite(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* amtp, ub4 offset, void* bufp,
-                  ub4 buflen, ub1 piece, void* ctxp, sb4 (*cbfp)(void*, void*, ub4*, ub1*), ub2 csid, ub1 csfrm);
+sword OCILobWrite(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* amtp, ub4 offset, void* bufp, ub4 buflen,
+                  ub1 piece, void* ctxp, sb4 (*cbfp)(void*, void*, ub4*, ub1*), ub2 csid, ub1 csfrm);
 sword OCILobGetLength(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* lenp);
 sword OCILobGetChunkSize(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* chunksizep);
 sword OCILobIsEqual(OCIEnv* envhp, const OCILobLocator* x, const OCILobLocator* y, boolean* is_equal);

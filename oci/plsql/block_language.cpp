@@ -1,9 +1,9 @@
 #include "oci/plsql/block_language.h"
 
-#include "oci/engine/cursor.h"
 #include "oci/engine/definitions/triggers.h"
-#include "oci/plsql/expressions.h"
+#include "oci/engine/statements/cursor.h"
 #include "oci/plsql/library.h"
+#include "oci/plsql/tree/expressions.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "oci/engine/definitions/dictionary.h"
-#include "oci/engine/language.h"
+#include "oci/engine/catalogue/dictionary.h"
+#include "oci/engine/session/language.h"
 #include "oci/plsql/runtime.h"
 
 namespace oci::plsql {

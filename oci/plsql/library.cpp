@@ -1,7 +1,7 @@
 #include "oci/plsql/library.h"
 
-#include "oci/engine/definitions/dictionary.h"
-#include "oci/plsql/parser.h"
+#include "oci/engine/catalogue/dictionary.h"
+#include "oci/plsql/parser/parser.h"
 #include "oci/plsql/runtime.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "oci/engine/language.h"
-#include "oci/plsql/scope.h"
+#include "oci/engine/session/language.h"
+#include "oci/plsql/parser/scope.h"
 
 namespace oci {
 class Session;

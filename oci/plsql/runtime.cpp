@@ -1,8 +1,8 @@
 #include "oci/plsql/runtime.h"
 
-#include "oci/engine/session.h"
+#include "oci/engine/session/session.h"
 #include "oci/plsql/library.h"
-#include "oci/plsql/sql.h"
+#include "oci/plsql/tree/sql.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/plsql/tree.h"
+#include "oci/plsql/tree/tree.h"
 
 #include <map>
 #include <set>

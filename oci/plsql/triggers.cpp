@@ -1,5 +1,5 @@
 #include "oci/plsql/library.h"
-#include "oci/plsql/parser.h"
+#include "oci/plsql/parser/parser.h"
 
 #include "oci/plsql/runtime.h"
 

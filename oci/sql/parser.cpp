@@ -32,15 +32,6 @@ constexpr FirstWord first_words[] = {
     {"PURGE", StatementKind::definition},    {"FLASHBACK", StatementKind::definition},
 };
 
-StatementKind kind_of(TokenStream& tokens) {
-    if (tokens.at("(")) return StatementKind::query;
-    if (tokens.at("<<")) return StatementKind::block;
-    for (const auto& known : first_words) {
-        if (tokens.at(known.word)) return known.kind;
-    }
-    tokens.fail(error::invalid_statement);
-}
-
 Statement* query_statement(TokenStream& tokens) {
     auto* const found = tokens.make<QueryStatement>(tokens.position());
     found->query = QueryParser(tokens).query();
@@ -70,16 +61,18 @@ Statement* explain_statement(TokenStream& tokens) {
 
 } // namespace
 
-StatementKind classify(std::string_view text) {
-    Arena arena;
-    TokenStream tokens(text, arena);
-    return kind_of(tokens);
+StatementKind classify(TokenStream& tokens) {
+    if (tokens.at("(")) return StatementKind::query;
+    if (tokens.at("<<")) return StatementKind::block;
+    for (const auto& known : first_words) {
+        if (tokens.at(known.word)) return known.kind;
+    }
+    tokens.fail(error::invalid_statement);
 }
 
 Statement* parse_statement(std::string_view text, Arena& arena) {
     TokenStream tokens(text, arena);
     Statement* const statement = parse_statement(tokens);
-    if (tokens.peek(1).kind == Token::Kind::end) tokens.accept(";");
     tokens.expect_end();
     return statement;
 }
@@ -88,7 +81,7 @@ Statement* parse_statement(TokenStream& tokens) {
     const SqlPart sql(tokens);
     const Nesting nesting(tokens);
     DmlParser dml(tokens);
-    switch (kind_of(tokens)) {
+    switch (classify(tokens)) {
     case StatementKind::query: return query_statement(tokens);
     case StatementKind::insert: return dml.insert();
     case StatementKind::update: return dml.update();

@@ -7,8 +7,8 @@
 // server gives, line, column and the token it stands at.
 namespace oci::sql {
 
-/// What OCI_ATTR_STMT_TYPE is decided by: the first word alone.
-StatementKind classify(std::string_view text);
+/// By the first word alone. ORA-00900 where no statement begins with it.
+StatementKind classify(TokenStream& tokens);
 
 /// A query, INSERT, UPDATE, DELETE, MERGE, CALL, EXPLAIN PLAN or transaction statement, alone in its text.
 Statement* parse_statement(std::string_view text, Arena& arena);

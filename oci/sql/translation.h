@@ -34,8 +34,8 @@ struct RowAction {
     std::vector<int> values;     ///< the driving query's columns that it binds
     int row = -1;                ///< the column with the row's number, of an update or removal
     std::vector<int> old_values; ///< for triggers: the driving query's column of each column of the table
-    /// Likewise. Of an insertion each column has one, its default where the statement does not set it, and `sql` sets all
-    /// of them: a trigger may assign to any. Of an update -1 where the statement does not set it.
+    /// Likewise. Of an insertion each column has one, its default where the statement does not set it, and `sql` sets
+    /// all of them: a trigger may assign to any. Of an update -1 where the statement does not set it.
     std::vector<int> new_values;
 };
 

@@ -121,8 +121,8 @@ inline constexpr Cause precision_must_be_empty{1440,
 inline constexpr Cause length_too_big{1441, "cannot decrease column length because some value is too big"};
 inline constexpr Cause cannot_become_nullable{1442, "column to be modified to NULL cannot be modified to NULL"};
 inline constexpr Cause key_column_has_null{1449, "column contains NULL values; cannot alter to NOT NULL"};
-inline constexpr Cause rowid_of_view{
-    1445, "cannot select ROWID from, or sample, a join view without a key-preserved table"};
+inline constexpr Cause rowid_of_view{1445,
+                                     "cannot select ROWID from, or sample, a join view without a key-preserved table"};
 inline constexpr Cause already_nullable{1451, "column to be modified to NULL cannot be modified to NULL"};
 inline constexpr Cause duplicate_keys{1452, "cannot CREATE UNIQUE INDEX; duplicate keys found"};
 inline constexpr Cause set_transaction_not_first{1453, "SET TRANSACTION must be first statement of transaction"};
@@ -392,7 +392,8 @@ inline constexpr Cause temporary_table_ddl{
     14452, "attempt to create, alter or drop an index on temporary table already in use"};
 inline constexpr Cause temporary_table_foreign_key{
     14455, "attempt to create referential integrity constraint on temporary table"};
-inline constexpr Cause reference_without_cascade{14705, "unique or primary keys referenced by enabled foreign keys in table"};
+inline constexpr Cause reference_without_cascade{14705,
+                                                 "unique or primary keys referenced by enabled foreign keys in table"};
 inline constexpr Cause read_only_database{16000, "database open for read-only access"};
 inline constexpr Cause application_error{20000, "{}"};
 inline constexpr Cause invalid_locator{22275, "invalid LOB locator specified"};

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "oci/values/dates/moments.h"
 #include "oci/values/decimal.h"
-#include "oci/values/moments.h"
 
 namespace oci {
 

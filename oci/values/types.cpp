@@ -1,5 +1,5 @@
+#include "oci/values/dates/moments.h"
 #include "oci/values/decimal.h"
-#include "oci/values/moments.h"
 #include "oci/values/scan.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 // Any text: the parser reads it into a tree, or says what is wrong with it.
 #include "oci/sql/parser.h"
-#include "tests/tree_dump.h"
+#include "tests/client/tree_dump.h"
 
 using namespace oci;
 using namespace oci::sql;

@@ -1,6 +1,6 @@
 #include "oci/engine/buffers/binds.h"
 
-#include "oci/values/date_image.h"
+#include "oci/values/dates/date_image.h"
 
 #include <cmath>
 #include <cstring>

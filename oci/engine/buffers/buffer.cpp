@@ -1,7 +1,7 @@
 #include "oci/engine/buffers/buffer.h"
 
 #include "oci/engine/buffers/large_object.h"
-#include "oci/values/date_image.h"
+#include "oci/values/dates/date_image.h"
 #include "oci/values/decimal.h"
 
 #include <algorithm>

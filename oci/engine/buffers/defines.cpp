@@ -1,6 +1,6 @@
 #include "oci/engine/buffers/defines.h"
 
-#include "oci/values/date_image.h"
+#include "oci/values/dates/date_image.h"
 
 #include <cstring>
 #include <sqlite3.h>

@@ -1,6 +1,6 @@
 #include "oci/engine/buffers/large_object.h"
 
-#include "oci/engine/session.h"
+#include "oci/engine/session/session.h"
 
 #include <algorithm>
 #include <cstring>

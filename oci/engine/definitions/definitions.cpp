@@ -1,10 +1,10 @@
 #include "oci/engine/definitions/definitions.h"
 
-#include "oci/engine/accounts.h"
-#include "oci/engine/definitions/catalogue_query.h"
-#include "oci/engine/definitions/catalogue_tables.h"
-#include "oci/engine/definitions/column_expressions.h"
-#include "oci/engine/definitions/dictionary.h"
+#include "oci/engine/catalogue/catalogue_query.h"
+#include "oci/engine/catalogue/catalogue_tables.h"
+#include "oci/engine/catalogue/dictionary.h"
+#include "oci/engine/database/accounts.h"
+#include "oci/engine/tables/column_expressions.h"
 #include "oci/sql/definitions/parser.h"
 
 namespace oci {

@@ -1,7 +1,7 @@
-#include "oci/engine/definitions/column_expressions.h"
+#include "oci/engine/catalogue/dictionary.h"
+#include "oci/engine/catalogue/stored_tables.h"
 #include "oci/engine/definitions/definitions.h"
-#include "oci/engine/definitions/dictionary.h"
-#include "oci/engine/definitions/stored_tables.h"
+#include "oci/engine/tables/column_expressions.h"
 
 #include <algorithm>
 

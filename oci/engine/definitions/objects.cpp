@@ -1,7 +1,7 @@
 #include "oci/engine/definitions/objects.h"
 
-#include "oci/engine/definitions/catalogue_query.h"
-#include "oci/engine/definitions/catalogue_tables.h"
+#include "oci/engine/catalogue/catalogue_query.h"
+#include "oci/engine/catalogue/catalogue_tables.h"
 
 namespace oci::catalogue {
 namespace {

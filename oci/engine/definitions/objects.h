@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/engine/definitions/table.h"
+#include "oci/engine/tables/table.h"
 
 #include <optional>
 

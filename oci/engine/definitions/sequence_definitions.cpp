@@ -1,7 +1,7 @@
-#include "oci/engine/definitions/catalogue_query.h"
-#include "oci/engine/definitions/catalogue_tables.h"
+#include "oci/engine/catalogue/catalogue_query.h"
+#include "oci/engine/catalogue/catalogue_tables.h"
+#include "oci/engine/catalogue/dictionary.h"
 #include "oci/engine/definitions/definitions.h"
-#include "oci/engine/definitions/dictionary.h"
 
 #include <limits>
 

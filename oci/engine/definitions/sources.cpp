@@ -1,7 +1,7 @@
-#include "oci/engine/definitions/catalogue_query.h"
+#include "oci/engine/catalogue/catalogue_query.h"
 #include "oci/engine/definitions/definitions.h"
 #include "oci/engine/definitions/triggers.h"
-#include "oci/engine/language.h"
+#include "oci/engine/session/language.h"
 
 namespace oci {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/engine/session.h"
+#include "oci/engine/session/session.h"
 
 #include <string>
 #include <string_view>

@@ -1,6 +1,6 @@
-#include "oci/engine/definitions/column_expressions.h"
 #include "oci/engine/definitions/definitions.h"
-#include "oci/engine/program.h"
+#include "oci/engine/statements/program.h"
+#include "oci/engine/tables/column_expressions.h"
 
 #include <algorithm>
 

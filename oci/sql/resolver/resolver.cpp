@@ -1,12 +1,12 @@
 #include "oci/sql/resolver/resolver.h"
 
 #include "oci/functions/operators.h"
-#include "oci/sql/resolver/changes.h"
-#include "oci/sql/resolver/conversions.h"
-#include "oci/sql/resolver/expressions.h"
+#include "oci/sql/resolver/changes/changes.h"
+#include "oci/sql/resolver/changes/row_changes.h"
+#include "oci/sql/resolver/expressions/conversions.h"
+#include "oci/sql/resolver/expressions/expressions.h"
 #include "oci/sql/resolver/printer.h"
-#include "oci/sql/resolver/queries.h"
-#include "oci/sql/resolver/row_changes.h"
+#include "oci/sql/resolver/queries/queries.h"
 
 namespace oci::sql {
 namespace {

@@ -1,0 +1,25 @@
+#include "oci/engine/statements/program.h"
+
+#include "oci/engine/catalogue/dictionary.h"
+#include "oci/sql/parser.h"
+#include "oci/sql/resolver/resolver.h"
+
+namespace oci {
+
+Program Program::compile(Session& session, std::string_view text, sql::Variables* variables) {
+    Program made;
+    made.compiled_at = session.database().ddl_count;
+    made.settings_then = session.settings_changes();
+    session.forget_outdated_tables();
+    sql::Arena arena;
+    sql::TokenStream tokens(text, arena, variables != nullptr ? sql::Dialect::block : sql::Dialect::sql);
+    const sql::Statement& statement =
+        variables != nullptr ? *sql::parse_statement(tokens) : *sql::parse_statement(text, arena);
+    made.translation = sql::translate(statement, arena, session.dictionary(), variables);
+    made.compiled = session.compile_for_application(made.translation.sql);
+    if (!made.translation.actions.empty())
+        made.actions = std::make_unique<RowActions>(session, made.translation.actions);
+    return made;
+}
+
+} // namespace oci
