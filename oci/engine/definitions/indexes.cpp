@@ -34,6 +34,13 @@ bool is_indexed(const Table& table, const std::vector<TableIndex::Item>& items) 
     });
 }
 
+/// Was a key defined when the index was there, and uses it?
+bool serves_later_key(const Table& table, const TableIndex& index) {
+    return std::ranges::any_of(table.constraints, [&](const TableConstraint& key) {
+        return key.is_key() && key.enabled && key.id > index.id && index.serves(key);
+    });
+}
+
 /// ORA-02429 when it is the index of a constraint; ORA-01418 when there is none.
 Table table_of_index(const Session& session, std::string_view name) {
     const auto object = catalogue::find_object(session, name, Object::Space::index);
@@ -84,6 +91,7 @@ void alter_index(Session& session, const sql::AlterIndex& definition) {
 void drop_index(Session& session, std::string_view name) {
     Table table = table_of_index(session, name);
     const auto found = std::ranges::find(table.indexes, name, &TableIndex::name);
+    if (serves_later_key(table, *found)) throw OracleError(error::cannot_drop_foreign_key_index);
     renew_temporary_table(session, table);
     if (table.lifetime == Table::Lifetime::permanent) drop_stored_index(session, table, *found);
     table.indexes.erase(found);

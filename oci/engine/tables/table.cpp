@@ -1,9 +1,16 @@
 #include "oci/engine/tables/table.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace oci {
+
+bool TableIndex::serves(const TableConstraint& key) const {
+    const auto column = [](const Item& item) { return item.is_column ? item.text : std::string(); };
+    return items.size() >= key.columns.size() &&
+           std::ranges::is_permutation(std::span(items).first(key.columns.size()), key.columns, {}, column);
+}
 
 int Table::column_index(std::string_view column) const {
     const auto found = std::ranges::find(columns, column, &TableColumn::name);

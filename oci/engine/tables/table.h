@@ -48,6 +48,9 @@ struct TableIndex {
     std::string name{};
     bool unique = false;
     std::vector<Item> items{};
+
+    /// Do its first items hold the columns of the key?
+    bool serves(const TableConstraint& key) const;
 };
 
 /// All that the catalogue knows of a table: SQLite's tables and indexes are made from it.

@@ -145,7 +145,7 @@ TableConstraint* TableBuilder::add_constraint(const sql::ConstraintDefinition& d
     constraint.kind = kind_of(definition.kind);
     constraint.generated_name = !definition.name;
     constraint.name = definition.name ? std::string(definition.name.text) : catalogue::constraint_name(m_session);
-    if (definition.name) check_constraint_name(constraint.name, constraint.is_key());
+    if (definition.name) check_constraint_name(constraint.name);
     constraint.condition = definition.condition.text;
     constraint.on_delete = definition.on_delete;
     constraint.deferrable = definition.state.deferrable;
@@ -156,17 +156,24 @@ TableConstraint* TableBuilder::add_constraint(const sql::ConstraintDefinition& d
         throw OracleError(error::unimplemented, "deferred constraints other than foreign keys");
     set_columns(constraint, definition, column);
     if (constraint.is_key()) check_key(constraint);
+    if (constraint.is_key() && definition.name) check_index_name(constraint);
     if (constraint.kind == Kind::check) check_condition(constraint, column);
     if (constraint.kind == Kind::foreign_key) set_parent(constraint, definition);
     m_table.constraints.push_back(std::move(constraint));
     return &m_table.constraints.back();
 }
 
-void TableBuilder::check_constraint_name(std::string_view name, bool is_key) const {
+void TableBuilder::check_constraint_name(std::string_view name) const {
     if (m_table.constraint(name) != nullptr || catalogue::find_constraint(m_session, name))
         throw OracleError(error::constraint_name_in_use, name);
-    if (is_key && catalogue::find_object(m_session, name, Object::Space::index))
-        throw OracleError(error::name_in_use, name);
+}
+
+/// A key gets an index of its name, unless an index that is there serves it.
+void TableBuilder::check_index_name(const TableConstraint& key) const {
+    const auto serves_key = [&](const TableIndex& index) { return index.serves(key); };
+    if (std::ranges::none_of(m_table.indexes, serves_key) &&
+        catalogue::find_object(m_session, key.name, Object::Space::index))
+        throw OracleError(error::name_in_use, key.name);
 }
 
 void TableBuilder::set_columns(TableConstraint& constraint, const sql::ConstraintDefinition& definition,

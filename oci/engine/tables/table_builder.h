@@ -21,7 +21,8 @@ class TableBuilder {
     TableConstraint* add_constraint(const sql::ConstraintDefinition& definition, std::string_view column = {});
 
     /// ORA-02264 and its kin when the name of a constraint is taken.
-    void check_constraint_name(std::string_view name, bool is_key) const;
+    void check_constraint_name(std::string_view name) const;
+    void check_index_name(const TableConstraint& key) const;
 
   private:
     ColumnType type_of_parent(const sql::ColumnDefinition& definition) const;

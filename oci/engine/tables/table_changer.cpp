@@ -323,7 +323,7 @@ void TableChanger::rename_column(std::string_view old_name, std::string_view new
 void TableChanger::rename_constraint(std::string_view old_name, std::string_view new_name) {
     TableConstraint* constraint = m_table.constraint(old_name);
     if (constraint == nullptr) throw OracleError(error::constraint_does_not_exist);
-    TableBuilder(m_session, m_table).check_constraint_name(new_name, constraint->is_key());
+    TableBuilder(m_session, m_table).check_constraint_name(new_name);
     constraint->name = new_name;
     constraint->generated_name = false;
     store();
