@@ -74,7 +74,7 @@ struct FunctionEntry {
     static constexpr std::uint8_t any_number = 255;
 
     std::string_view name; ///< in capitals; of a package's function PACKAGE.NAME; empty of an operator of the printer's
-    std::uint8_t least;    ///< arguments: fewer are ORA-00938, more ORA-00939
+    std::uint8_t least;    ///< arguments: fewer are ORA-00938, more ORA-00939; where both are one, ORA-00909
     std::uint8_t most;
     std::array<ArgumentRule, 4> arguments; ///< the last one counts for all that follow
     ResultRule result;

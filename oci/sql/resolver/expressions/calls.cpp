@@ -83,16 +83,16 @@ ColumnType result_type(const FunctionEntry& function, const Arguments& arguments
     return {};
 }
 
-void check_count(const FunctionEntry& function, std::size_t count) {
-    if (count < function.least) throw OracleError(error::not_enough_arguments, function.name);
-    if (count > function.most && function.most != FunctionEntry::any_number)
-        throw OracleError(error::too_many_arguments, function.name);
+void check_count(std::string_view name, std::size_t least, std::size_t most, std::size_t count) {
+    if (least == most && count != least) throw OracleError(error::wrong_argument_count, name);
+    if (count < least) throw OracleError(error::not_enough_arguments, name);
+    if (count > most && most != FunctionEntry::any_number) throw OracleError(error::too_many_arguments, name);
 }
 
 } // namespace
 
 Node* call_entry(Resolution& resolution, const FunctionEntry& function, std::vector<Node*> arguments) {
-    check_count(function, arguments.size());
+    check_count(function.name, function.least, function.most, arguments.size());
     const Builder& build = resolution.build;
     const ColumnType first = first_known(arguments, 0);
     for (std::size_t i = 0; i < arguments.size(); ++i) {
@@ -129,6 +129,9 @@ Node* decode(Resolution& resolution, Arguments arguments) {
     ColumnType type = arguments[2]->type;
     if (is_null_literal(*arguments[2])) type = expression_type(Family::text);
     operand = convert(resolution, operand, compared);
+    // Unlike = it tells texts apart that differ in blanks at their ends.
+    if (operand->type.family == Family::fixed_text)
+        operand = resolution.build.suffix(operand, " COLLATE BINARY", expression_type(Family::text));
     std::vector<Node*> branches;
     ColumnType widest = type;
     for (std::size_t i = 1; i < arguments.size(); ++i) {
@@ -222,8 +225,8 @@ Node* user_function(Resolution& resolution, Scope& scope, const Call& call) {
     if (!call.argument_names.empty()) throw OracleError(error::unimplemented, "=> in a query");
     const std::size_t count = call.arguments.size();
     if (count < routine->required || count > routine->parameter_types.size())
-        throw OracleError(error::block_error, "PLS-00306: wrong number or types of arguments in call to '" +
-                                                  std::string(call.name.text) + "'");
+        throw OracleError(error::block_compilation,
+                          "306: wrong number or types of arguments in call to '" + std::string(call.name.text) + "'");
     Arguments arguments = resolve_all(resolution, scope, call.arguments);
     for (std::size_t i = 0; i < count; ++i)
         arguments[i] = convert(resolution, arguments[i], routine->parameter_types[i]);
@@ -245,8 +248,7 @@ Node* special_call(Resolution& resolution, Scope& scope, const Call& call) {
         return trim(resolution, call, resolve_all(resolution, scope, call.arguments));
     for (const SpecialForm& form : special_forms) {
         if (form.name != name) continue;
-        if (call.arguments.size() < form.least) throw OracleError(error::not_enough_arguments, name);
-        if (call.arguments.size() > form.most) throw OracleError(error::too_many_arguments, name);
+        check_count(name, form.least, form.most, call.arguments.size());
         return form.make(resolution, resolve_all(resolution, scope, call.arguments));
     }
     return nullptr;
