@@ -94,7 +94,7 @@ std::span<const Cause* const> all() {
         &old_outer_join_with_ansi, &password_rejected, &invalid_old_password, &trim_set_not_one_character,
         &system_not_allowed, &illegal_path_parameter, &path_separator_in_value, &missing_wait_seconds,
         &wait_expired, &invalid_extract_field, &invalid_datetime_arithmetic, &interval_arithmetic,
-        &adding_datetimes, &datetime_precision, &missing_datetime_field, &bad_unicode_escape,
+        &time_zone_of_no_timestamp, &adding_datetimes, &datetime_precision, &missing_datetime_field, &bad_unicode_escape,
         &grouping_not_supported, &distinct_not_allowed, &window_function_not_allowed, &missing_window,
         &missing_order_by, &invalid_window_aggregation, &order_by_not_allowed, &constant_argument_required,
         &missing_within_group, &percentile_out_of_range, &argument_not_constant, &index_depends_on_column,

@@ -427,6 +427,8 @@ inline constexpr Cause wait_expired{30006, "resource busy; acquire with WAIT tim
 inline constexpr Cause invalid_extract_field{30076, "invalid extract field for extract source"};
 inline constexpr Cause invalid_datetime_arithmetic{30081, "invalid data type for datetime/interval arithmetic"};
 inline constexpr Cause interval_arithmetic{30083, "syntax error was found in interval value expression"};
+inline constexpr Cause time_zone_of_no_timestamp{30084,
+                                                 "invalid data type for datetime primary with time zone modifier"};
 inline constexpr Cause adding_datetimes{30087, "Adding two datetime values is not allowed"};
 inline constexpr Cause datetime_precision{30088, "datetime/interval precision is out of range"};
 inline constexpr Cause missing_datetime_field{30089, "missing or invalid <datetime field>"};

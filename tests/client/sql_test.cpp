@@ -122,6 +122,21 @@ const Group groups[] = {
       {"SELECT e.empno, d.dname FROM emp e, dept d WHERE e.deptno = d.deptno(+) ORDER BY 1", "1,SALES   ;2,"},
       {"SELECT DISTINCT ename FROM emp FOR UPDATE", "ORA-01786"},
       {"SELECT MAX(MAX(sal)) FROM emp", "ORA-00978"}}},
+    {"grouping",
+     {{"SELECT deptno, COUNT(*) FROM emp GROUP BY ROLLUP(deptno) ORDER BY GROUPING(deptno), deptno", "10,1;,1;,2"},
+      {"SELECT GROUPING(deptno) || deptno FROM emp GROUP BY CUBE(deptno) ORDER BY 1", "0;010;1"},
+      {"SELECT GROUPING_ID(deptno, code), SUM(sal) FROM emp GROUP BY GROUPING SETS ((deptno, code), deptno, ()) "
+       "HAVING SUM(sal) > 800 ORDER BY 1",
+       "0,1600.56;1,1600.56;3,2400.56"}}},
+    {"conversions",
+     {{"SELECT DECODE(dname, 'SALES', 'short', 'SALES   ', 'padded') FROM dept WHERE dname = 'SALES'", "padded"},
+      {"SELECT TO_CHAR(FROM_TZ(TIMESTAMP '2024-07-01 10:00:00', 'UTC') AT TIME ZONE 'Europe/Paris', 'HH24:MI TZH:TZM') "
+       "FROM DUAL",
+       "12:00 +02:00"},
+      {"SELECT CAST(TIMESTAMP '2024-07-01 10:00:00 +02:00' AT TIME ZONE '-01:30' AS DATE) FROM DUAL",
+       "2024-07-01 06:30:00"},
+      {"SELECT hired AT TIME ZONE 'UTC' FROM emp", "ORA-30084"},
+      {"SELECT nope.NEXTVAL FROM DUAL", "ORA-02289"}}},
     {"sums",
      {{"CREATE TABLE s (id NUMBER(2), x NUMBER(9,2), n NUMBER(18))", ""},
       {"INSERT INTO s SELECT 1, 0.1, 900000000000000001 FROM DUAL UNION ALL SELECT 2, 0.2, 3 FROM DUAL UNION ALL "

@@ -16,6 +16,8 @@ constexpr int longest_text_of_block = 32767;
 constexpr int most_digits = 18; ///< so many always fit 64 bits
 
 [[noreturn]] void no_such_name(const ColumnReference& name) {
+    if (name.table && (name.column.text == "NEXTVAL" || name.column.text == "CURRVAL"))
+        throw OracleError(error::no_such_sequence);
     throw OracleError(error::invalid_identifier, quoted_path({name.schema.text, name.table.text, name.column.text}));
 }
 
@@ -270,6 +272,17 @@ Node* extract(Resolution& resolution, Scope& scope, const Extract& extract) {
                       text ? ColumnType::of_family(Family::text, 64) : ColumnType::number());
 }
 
+Node* at_time_zone(Resolution& resolution, Scope& scope, const AtTimeZone& at) {
+    const Builder& build = resolution.build;
+    Node* value = resolve(resolution, scope, *at.operand);
+    if (!is_datetime(value->type) || value->type.family == Family::date)
+        throw OracleError(error::time_zone_of_no_timestamp);
+    Node* zone = at.zone == nullptr ? build.string("LOCAL") : as_text(resolution, resolve(resolution, scope, *at.zone));
+    ColumnType type = value->type;
+    type.family = Family::timestamp_tz;
+    return build.call(operators::at_zone, {value, build.integer(static_cast<int>(value->type.family)), zone}, type);
+}
+
 Node* prior(Resolution& resolution, Scope& scope, const Prior& prior) {
     return prior.root ? root_value(resolution, scope, *prior.operand) : prior_value(resolution, scope, *prior.operand);
 }
@@ -365,6 +378,7 @@ Node* resolve(Resolution& resolution, Scope& scope, const Expression& expression
     case ExpressionKind::conditional: return conditional(resolution, scope, expression.as<Conditional>());
     case ExpressionKind::cast: return cast(resolution, scope, expression.as<Cast>());
     case ExpressionKind::extract: return extract(resolution, scope, expression.as<Extract>());
+    case ExpressionKind::time_zone: return at_time_zone(resolution, scope, expression.as<AtTimeZone>());
     case ExpressionKind::subquery: return scalar_subquery(resolution, scope, *expression.as<Subquery>().query);
     case ExpressionKind::list: throw OracleError(error::missing_right_parenthesis);
     case ExpressionKind::cursor: throw OracleError(error::unimplemented, "CURSOR");

@@ -160,26 +160,31 @@ Node* Grouping::in_set(Node& node, Set set) const {
     });
 }
 
+/// A key that is the position of an item stands for the item.
+Node& Grouping::sorted_by(const Select& plan, Node& key) {
+    const bool position = key.kind == Node::Kind::raw && key.text.find_first_not_of("0123456789") == std::string::npos;
+    return position ? *plan.items[std::stoul(std::string(key.text)) - 1] : key;
+}
+
 Select* Grouping::of_set(const Select& plan, Set set) {
     const Builder& build = m_resolution.build;
     Select* part = m_resolution.arena.make<Select>(plan);
     std::vector<Node*> items;
-    bool aggregates = plan.having != nullptr;
+    bool aggregates = false;
     for (Node* item : plan.items) {
         items.push_back(in_set(*item, set));
         aggregates = aggregates || item->aggregates;
     }
-    for (const SortKey& key : plan.order) items.push_back(in_set(*key.key, set));
+    for (const SortKey& key : plan.order) items.push_back(in_set(sorted_by(plan, *key.key), set));
     part->items = m_resolution.arena.list(items);
     part->order = {};
     std::vector<Node*> keys;
     for (std::size_t i = 0; i < m_keys.size(); ++i) {
         if ((set >> i & 1) != 0) keys.push_back(m_keys[i]);
     }
+    if (keys.empty() && !aggregates) keys.push_back(build.raw("NULL")); // one group, of all rows
     part->group = m_resolution.arena.list(keys);
     if (plan.having != nullptr) part->having = in_set(*plan.having, set);
-    if (keys.empty() && !aggregates)
-        part->having = build.infix(">", {build.call("count", {build.raw("*")}, {}), build.integer(0)});
     return part;
 }
 

@@ -29,6 +29,7 @@ class Grouping {
     void mark(Node& node);
     void aggregate_items(Select& plan) const;
     Select* nest(Select& plan);
+    static Node& sorted_by(const Select& plan, Node& key);
     Select* of_set(const Select& plan, Set set);
     Node* in_set(Node& node, Set set) const;
 
