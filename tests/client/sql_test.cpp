@@ -104,6 +104,8 @@ const Group groups[] = {
       {"SELECT deptno FROM emp ORDER BY deptno DESC, empno", ";10"},
       {"SELECT empno FROM emp ORDER BY deptno NULLS FIRST FETCH FIRST ROW ONLY", "2"},
       {"SELECT empno FROM emp ORDER BY empno OFFSET 1 ROWS FETCH NEXT 5 ROWS ONLY", "2"},
+      {"SELECT empno, 10 FROM emp ORDER BY 2, 1 DESC FETCH FIRST ROW ONLY", "2,10"},
+      {"SELECT empno - -1, -1 - -empno FROM emp WHERE empno = 2", "3,1"},
       {"SELECT empno FROM emp MINUS SELECT 1 FROM DUAL", "2"},
       {"SELECT (SELECT SUM(x.sal) / 1000 FROM emp x WHERE x.empno < e.empno) FROM emp e ORDER BY 1 NULLS FIRST", ";.8"},
       {"SELECT empno FROM emp UNION ALL SELECT sal FROM emp ORDER BY 1", "1;2;800;1600.56"},
@@ -124,6 +126,9 @@ const Group groups[] = {
       {"SELECT MAX(MAX(sal)) FROM emp", "ORA-00978"}}},
     {"grouping",
      {{"SELECT deptno, COUNT(*) FROM emp GROUP BY ROLLUP(deptno) ORDER BY GROUPING(deptno), deptno", "10,1;,1;,2"},
+      {"SELECT empno, COUNT(*) FROM emp GROUP BY ROLLUP(empno) ORDER BY empno NULLS FIRST", ",2;1,1;2,1"},
+      {"SELECT e FROM (SELECT empno e FROM emp GROUP BY ROLLUP(empno)) ORDER BY e", "1;2;"},
+      {"SELECT empno FROM emp GROUP BY ROLLUP(empno) ORDER BY 1 DESC FETCH FIRST 2 ROWS ONLY", ";2"},
       {"SELECT GROUPING(deptno) || deptno FROM emp GROUP BY CUBE(deptno) ORDER BY 1", "0;010;1"},
       {"SELECT GROUPING_ID(deptno, code), SUM(sal) FROM emp GROUP BY GROUPING SETS ((deptno, code), deptno, ()) "
        "HAVING SUM(sal) > 800 ORDER BY 1",

@@ -59,7 +59,13 @@ int precedence_of(const Node& node) {
 
 /// With parentheses where it binds less tightly than its place asks for.
 void print_at(std::string& sql, const Node& node, int least) {
-    if (precedence_of(node) >= least) return print(sql, node);
+    const std::size_t begin = sql.size();
+    if (precedence_of(node) >= least) {
+        print(sql, node);
+        if (begin > 0 && sql[begin - 1] == '-' && sql[begin] == '-')
+            sql.insert(begin, 1, ' '); // no comment begins here
+        return;
+    }
     sql += '(';
     print(sql, node);
     sql += ')';

@@ -76,6 +76,7 @@ struct Scope {
     bool inside_window = false;
     bool nested_aggregates = false;
     bool uses_grouping = false;
+    bool has_grouping_sets = false;    ///< keys may be NULL that never are in the rows
     std::vector<Node*> columns;        ///< every mention of a column of the sources
     std::vector<Node*> row_numbers;    ///< every mention of ROWNUM
     RowSource* outer_joined = nullptr; ///< the source that (+) marked in the condition being resolved

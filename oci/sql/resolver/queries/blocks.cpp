@@ -126,7 +126,7 @@ class BlockResolver {
     void add_item(Node* node, std::string_view name) {
         OutColumn column{name, node->type};
         column.stored = node->stored;
-        column.never_null = node->never_null;
+        column.never_null = node->never_null && !m_scope.has_grouping_sets;
         column.digits = node->digits;
         column.null = is_null_literal(*node);
         m_items.push_back(node);
@@ -194,7 +194,7 @@ class BlockResolver {
 
     Node* position(std::size_t index) const {
         Node* key = m_resolution.build.raw(m_resolution.arena.text(std::to_string(index + 1)));
-        key->never_null = m_items[index]->never_null;
+        key->never_null = m_columns[index].never_null;
         return key;
     }
 
@@ -214,6 +214,11 @@ class BlockResolver {
         if (m_block.distinct && index == m_items.size()) throw OracleError(error::not_a_selected_expression);
         const bool plain =
             index < m_items.size() && sort_key(m_resolution, key) == key && m_query.limit.count == nullptr;
+        if (key->literal) key = m_resolution.build.null(); // a number would be a position for SQLite
+        if (m_scope.has_grouping_sets) {
+            key = m_resolution.build.copy(*key);
+            key->never_null = false;
+        }
         if (!plain) return sort_key(m_resolution, key, item);
         m_scope.columns.resize(mentions);
         return sort_key(m_resolution, position(index), item);

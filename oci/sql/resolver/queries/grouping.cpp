@@ -35,6 +35,7 @@ Grouping::Grouping(Resolution& resolution, Scope& scope, const Block& block)
         if (product.size() > most_sets) throw OracleError(error::unimplemented, "so many grouping sets");
         m_sets = std::move(product);
     }
+    m_scope.has_grouping_sets = m_sets.size() > 1;
 }
 
 Grouping::Set Grouping::key(const Expression& expression) {
@@ -264,10 +265,7 @@ Select* Grouping::finish(Select& plan) {
         items.push_back(build.derived(source.number, i, plan.items[i]->type));
     Select* outer = select_from(m_resolution, source, all, items);
     std::vector<SortKey> keys(plan.order.begin(), plan.order.end());
-    for (std::size_t i = 0; i < keys.size(); ++i) {
-        keys[i].key = build.derived(source.number, plan.items.size() + i, {});
-        if (keys[i].nulls == 0) keys[i].nulls = static_cast<std::int8_t>(keys[i].descending ? -1 : 1);
-    }
+    for (std::size_t i = 0; i < keys.size(); ++i) keys[i].key = build.derived(source.number, plan.items.size() + i, {});
     outer->order = m_resolution.arena.list(keys);
     outer->distinct = plan.distinct;
     return outer;
