@@ -1,9 +1,15 @@
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <fstream>
 #include <functional>
+#include <thread>
 #include <vector>
 
 #include <oci.h>
+#include <semaphore.h>
+#include <unistd.h>
 
 #include "dtk/oracle/_DTK_ConnectionPool.h"
 #include "tests/fixture.h"
@@ -218,6 +224,179 @@ TEST_F(ConnectionPool, PermitGivenBackWhileAReconnectBeginsIsTakenBackToo) {
     pool->mb_reConnect(0);
     const Connection waited(pool->mb_getConnection(false));
     EXPECT_EQ(whileAway, noPermit);
+}
+
+// A permit that a thread took before a reconnect stands for none of the new sessions.
+TEST_F(ConnectionPool, HandOutThatAReconnectOvertakesWaitsForANewPermit) {
+    const Pool pool = account.pool(1, 1);
+    Connection first;
+    interpose::on("sem_trywait", [&](const interpose::Call& call) {
+        interpose::reset();
+        const int status = call.pass();
+        pool->mb_reConnect(0);
+        first.reset(pool->mb_getConnection(false));
+        interpose::on("sem_wait", [&](const auto&) {
+            first.reset();
+            return std::nullopt;
+        });
+        return status;
+    });
+    const Connection overtaken(pool->mb_getConnection(false));
+    EXPECT_TRUE(overtaken->mb_ping());
+    EXPECT_FALSE(first);
+}
+
+TEST_F(ConnectionPool, SecondOfTwoReconnectsInARowReplacesWhatTheFirstHasLoggedOn) {
+    Pool pool = account.pool(0, 1);
+    interpose::on("OCILogon2", [&](const auto&) {
+        interpose::reset();
+        for (const int generation : {0, 1}) pool->mb_reConnect(generation); // both wait for the queue
+        return std::nullopt;
+    });
+    Connection early = handOut(*pool);
+    EXPECT_TRUE(Connection(pool->mb_getConnection(false))->mb_ping());
+    early.reset();
+    EXPECT_EQ(thrown([&] { delete pool.release(); }), "");
+    EXPECT_EQ(callsOf("OCILogoff"), 3u); // of the early one, of the first reconnect's, and with the pool
+}
+
+/// Waits until the thread waits for something itself.
+void awaitWait(const std::atomic<pid_t>& thread) {
+    std::string state;
+    for (std::string ignored; state != "S"; std::this_thread::yield())
+        std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat") >> ignored >> ignored >> state;
+}
+
+TEST_F(ConnectionPool, SessionsThatAReconnectOvertakesOnTheirWayBackAreLoggedOff) {
+    Pool pool = account.pool(2, 3);
+    std::vector<Connection> late;
+    std::vector<std::thread> returns;
+    while (late.size() < 2) late.push_back(handOut(*pool));
+    interpose::on("OCILogon2", [&](const auto&) { // of a hand-out, which has locked the queue
+        interpose::reset();
+        std::array<std::atomic<pid_t>, 2> threads{};
+        for (std::size_t i = 0; i < 2; ++i) {
+            returns.emplace_back([&, i] {
+                threads[i] = gettid();
+                late[i].reset();
+            });
+            while (threads[i] == 0) std::this_thread::yield();
+            awaitWait(threads[i]);
+        }
+        pool->mb_reConnect(0);
+        return std::nullopt;
+    });
+    Connection early = handOut(*pool);
+    for (std::thread& thread : returns) thread.join();
+    early.reset();
+    std::vector<Connection> fresh;
+    while (fresh.size() < 3) EXPECT_TRUE(fresh.emplace_back(pool->mb_getConnection(false))->mb_ping());
+    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+    fresh.clear();
+    EXPECT_EQ(thrown([&] { delete pool.release(); }), "");
+    EXPECT_EQ(callsOf("OCILogoff"), 6u);
+}
+
+TEST_F(ConnectionPool, ReconnectAfterOneWhoseThreadDidNotStartDrainsTwice) {
+    Pool pool = account.pool(5, 5);
+    interpose::on("pthread_create", [](const auto&) { return EAGAIN; });
+    EXPECT_EQ(thrown([&] { pool->mb_reConnect(0); }), "DTK 500 Error in creating thread for reconnect");
+    EXPECT_EQ(thrown([&] { handOut(*pool); }), noPermit);
+    interpose::reset();
+    pool->mb_reConnect(1);
+    EXPECT_TRUE(Connection(pool->mb_getConnection(false))->mb_ping());
+    EXPECT_EQ(thrown([&] { delete pool.release(); }), stillOpen); // one has stayed beside the five new ones
+    EXPECT_EQ(callsOf("OCILogoff"), 4u);                          // 3 of 5, and 1 of 2
+    _DTK_ConnectionPool::mb_closeEnvironment();
+}
+
+TEST_F(ConnectionPool, SessionOfAnEarlierGenerationComesBackWithoutWaitingForTheReconnect) {
+    const Pool pool = account.pool(1, 1);
+    Connection old = handOut(*pool);
+    interpose::on("OCILogon2", [](const auto&) { return OCI_ERROR; });
+    interpose::on("sleep", [&](const auto&) { // on the thread that holds the queue
+        old.reset();
+        interpose::reset();
+        return 0;
+    });
+    pool->mb_reConnect(0);
+    EXPECT_TRUE(Connection(pool->mb_getConnection(false))->mb_ping());
+    EXPECT_FALSE(old);
+}
+
+/// What a pool's semaphore holds is what may still be handed out, also after what comes in between.
+class Permits : public ConnectionPool {
+  protected:
+    Permits() {
+        interpose::on("sem_trywait", [this](const interpose::Call& call) {
+            semaphore = call.argument<sem_t*>(0);
+            return std::nullopt;
+        });
+        out.reset(pool->mb_getConnection(false));
+        interpose::reset();
+    }
+
+    int left() const {
+        int value = -1;
+        sem_getvalue(semaphore, &value);
+        return value;
+    }
+
+    /// The next hand-out is woken by a signal and not by a permit.
+    static void interrupt() {
+        interpose::on("sem_trywait", [](const auto&) {
+            errno = EAGAIN;
+            return -1;
+        });
+        interpose::on("sem_wait", [](const auto&) {
+            for (const char* function : {"sem_trywait", "sem_wait"})
+                interpose::on(function, [](const auto&) { return std::nullopt; });
+            errno = EINTR;
+            return -1;
+        });
+    }
+
+    Pool pool = account.pool(1, 4);
+    Connection out;
+    sem_t* semaphore = nullptr;
+};
+
+TEST_F(Permits, CountDownWithAHandOutThatASignalWakes) {
+    EXPECT_EQ(left(), 3);
+    interrupt();
+    const Connection woken(pool->mb_getConnection(false));
+    EXPECT_EQ(left(), 2);
+    out.reset();
+    EXPECT_EQ(left(), 3);
+}
+
+TEST_F(Permits, StayWhenALogonIsRefused) {
+    interpose::on("OCILogon2", [](const auto&) { return OCI_ERROR; });
+    EXPECT_NE(thrown([&] { handOut(*pool); }), "");
+    EXPECT_EQ(left(), 3);
+    interrupt();
+    EXPECT_NE(thrown([&] { Connection(pool->mb_getConnection(false)); }), "");
+    EXPECT_EQ(left(), 3) << "a signal had woken it";
+}
+
+TEST_F(Permits, AreGoneFromTheReconnectOnUntilItHasLoggedOn) {
+    interpose::on("pthread_create", [](const auto&) { return EAGAIN; });
+    EXPECT_NE(thrown([&] { pool->mb_reConnect(0); }), "");
+    EXPECT_EQ(left(), 0);
+    interpose::reset();
+    pool->mb_reConnect(1);
+    const Connection waited(pool->mb_getConnection(false));
+    EXPECT_EQ(left(), 3);
+}
+
+TEST_F(Permits, AreGoneAlsoWhenALogonIsRefusedMeanwhile) {
+    interpose::on("pthread_create", [](const auto&) { return EAGAIN; });
+    interpose::on("OCILogon2", [&](const auto&) {
+        EXPECT_NE(thrown([&] { pool->mb_reConnect(0); }), "");
+        return OCI_ERROR;
+    });
+    EXPECT_NE(thrown([&] { handOut(*pool); }), "");
+    EXPECT_EQ(left(), 0);
 }
 
 TEST_F(ConnectionPool, DeletedSoonAfterAReconnectHasAllItsSessions) {

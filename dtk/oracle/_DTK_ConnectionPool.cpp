@@ -177,9 +177,7 @@ bool _DTK_ConnectionPool::handOut(_DTK_Connection& connection) {
         throw;
     }
     --m_permits;
-    while (m_available.mb_getSemValue() > m_permits && m_available.mb_tryAcquire()) {
-        // Each pass takes a permit that stands for none.
-    }
+    if (m_available.mb_getSemValue() > m_permits) m_available.mb_tryAcquire(); // one that stands for none
     connection.m_pool = this;
     connection.m_generation = m_openGeneration;
     return true;
