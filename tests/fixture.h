@@ -36,6 +36,16 @@ struct Account {
     }
 };
 
+/// The vendor's client has no database of its own: without one in the environment there is nothing to test.
+class NamedDatabase : public testing::Environment {
+  public:
+    void SetUp() override {
+        if (DTK_VENDORS_CLIENT && !std::getenv("DTK_TEST_DATABASE"))
+            GTEST_SKIP() << "set DTK_TEST_DATABASE, DTK_TEST_USER and DTK_TEST_PASSWORD to an account to test in";
+    }
+};
+inline const auto* const namedDatabase = testing::AddGlobalTestEnvironment(new NamedDatabase);
+
 /// A connection with a second one to look at its work from outside, both of one pool.
 struct World {
     Account account;
