@@ -140,7 +140,7 @@ void tell_what_stays(const std::string& database) {
     const auto bytes = std::filesystem::file_size(database, no_file);
     if (no_file) return;
     std::cout << "\nThe database stays: " << database << ", " << bytes / (1024 * 1024)
-              << " MiB. Another run makes its tables anew.\n";
+              << " MiB. Another run makes its tables anew, but for that of known packages.\n";
 }
 
 int run(const Options& options) {
@@ -161,6 +161,7 @@ int run(const Options& options) {
     inventory::ask_kinds_of_file(*connection, machine, checks);
     inventory::ask_last_changes(*connection, machine, checks);
     inventory::ask_what_is_missing(*connection, machine, checks);
+    inventory::ask_what_is_new(*connection, machine, checks);
     inventory::call_procedure(*connection, machine, checks);
     inventory::roll_back(*connection, machine, checks);
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <iostream>
 #include <map>
+#include <set>
 #include <string_view>
 
 namespace inventory {
@@ -34,6 +35,16 @@ std::string readable(const DTK_DbDate& date) {
     const std::string digits = text(date.mb_toString(DTF_YYYYMMDDHH24MISS));
     return digits.substr(0, 4) + '-' + digits.substr(4, 2) + '-' + digits.substr(6, 2) + ' ' + digits.substr(8, 2) +
            ':' + digits.substr(10, 2);
+}
+
+/// Creates what an earlier run may have left.
+void create_once(DTK_ConnectionBase& connection, const DTK_String& sql) {
+    constexpr int name_is_used = 955;
+    try {
+        dtk::execute(connection, sql);
+    } catch (DTK_Exception& error) {
+        if (error.mb_getDBErrorCode() != name_is_used) throw;
+    }
 }
 
 /// How many files, and how many bytes of them are on disk.
@@ -164,6 +175,34 @@ void ask_what_is_missing(DTK_ConnectionBase& connection, const Machine& machine,
         std::ranges::count_if(machine.packages, [](const Package& package) { return package.homepage.empty(); }));
     checks.same<long long>("files not on disk", not_on_disk,
                            std::ranges::count_if(machine.files, [](const File& file) { return !file.on_disk; }));
+}
+
+void ask_what_is_new(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {
+    heading("What is new since the last run?");
+    create_once(connection, "CREATE TABLE known_packages (num NUMBER(9) PRIMARY KEY, name VARCHAR2(200) NOT NULL, "
+                            "version VARCHAR2(200))");
+    create_once(connection, "CREATE SEQUENCE known_numbers");
+    const DTK_String found = "(SELECT name, MAX(version) AS version FROM packages GROUP BY name) p ";
+    const DTK_String count_known = "SELECT COUNT(*) FROM known_packages k ";
+    const long long before = support::ask_number(connection, count_known);
+    const long long changed = support::ask_number(connection, DTK_String(count_known) + "JOIN " + found +
+                                                                  "ON k.name = p.name WHERE k.version <> p.version");
+    dtk::execute(connection, DTK_String("MERGE INTO known_packages k USING ") + found +
+                                 "ON (k.name = p.name) "
+                                 "WHEN MATCHED THEN UPDATE SET k.version = p.version WHERE k.version <> p.version "
+                                 "WHEN NOT MATCHED THEN INSERT (num, name, version) "
+                                 "VALUES (known_numbers.NEXTVAL, p.name, p.version)");
+    connection.mb_commit();
+    const long long after = support::ask_number(connection, count_known);
+    std::cout << "  " << grouped(after - before) << " packages are new, " << grouped(changed)
+              << " have another version\n";
+
+    std::set<std::string_view> names;
+    for (const Package& package : machine.packages) names.insert(package.name);
+    checks.same<long long>("packages known by their version",
+                           support::ask_number(connection, DTK_String(count_known) + "JOIN " + found +
+                                                               "ON k.name = p.name " + "AND k.version = p.version"),
+                           static_cast<long long>(names.size()));
 }
 
 void ask_licences(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks) {

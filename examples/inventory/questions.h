@@ -13,6 +13,9 @@ void ask_kinds_of_file(DTK_ConnectionBase& connection, const Machine& machine, C
 void ask_last_changes(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks);
 void ask_what_is_missing(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks);
 
+/// Merges the packages into those that earlier runs have left, each new one with a number from a sequence.
+void ask_what_is_new(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks);
+
 /// Reads every copyright file back from its BLOB and counts the licences it names.
 void ask_licences(DTK_ConnectionBase& connection, const Machine& machine, Checks& checks);
 
