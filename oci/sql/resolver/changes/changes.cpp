@@ -90,12 +90,13 @@ bool has_query(Node& node) {
     return found;
 }
 
-/// A query in an assignment must not see the rows that the statement has changed already: all values are found first.
+/// A query in an assignment or condition must not see the rows that the statement has changed already: all rows and
+/// values are found first.
 void find_values_first(Resolution& resolution, Change& change) {
     const Builder& build = resolution.build;
     const bool queries = std::any_of(change.assignments.begin(), change.assignments.end(),
                                      [](const Change::Assignment& a) { return has_query(*a.value); });
-    if (!queries) return;
+    if (!queries && (change.where == nullptr || !has_query(*change.where))) return;
     Joined table;
     table.table = change.table;
     table.number = change.number;
