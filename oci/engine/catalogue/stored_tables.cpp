@@ -267,8 +267,26 @@ void make_stored_index(Session& session, const Table& table, const TableIndex& i
     }
 }
 
-void drop_stored_index(Session& session, const Table& table, const TableIndex& index) {
+void drop_stored_index(const Session& session, const Table& table, const TableIndex& index) {
     drop_index(session, table, index_name(index));
+}
+
+void drop_unique_indexes(const Session& session, const Table& table) {
+    for (const auto& key : table.constraints) {
+        if (find_key(table, key) != nullptr) drop_key(session, table, key);
+    }
+    for (const auto& index : table.indexes) {
+        if (index.unique) drop_stored_index(session, table, index);
+    }
+}
+
+void make_unique_indexes(Session& session, const Table& table) {
+    for (const auto& key : table.constraints) {
+        if (find_key(table, key) != nullptr) make_key(session, table, key);
+    }
+    for (const auto& index : table.indexes) {
+        if (index.unique) make_stored_index(session, table, index);
+    }
 }
 
 } // namespace oci

@@ -27,7 +27,12 @@ void change_stored_table(Session& session, const Table& before, const Table& tab
 
 /// ORA-01452 when rows are equal that may not be.
 void make_stored_index(Session& session, const Table& table, const TableIndex& index);
-void drop_stored_index(Session& session, const Table& table, const TableIndex& index);
+void drop_stored_index(const Session& session, const Table& table, const TableIndex& index);
+
+/// Without its unique indexes a table takes rows whose keys are equal for a while.
+void drop_unique_indexes(const Session& session, const Table& table);
+/// @throws ORA-02299, 02437, 01452 rows are equal that may not be
+void make_unique_indexes(Session& session, const Table& table);
 
 /// Temporary tables hold the rows of one session, which makes them when it first uses them.
 void make_temporary_table(Session& session, const Table& table);

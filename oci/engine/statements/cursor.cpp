@@ -130,7 +130,8 @@ void Cursor::run_iteration(ub4 iteration) {
         if (std::exchange(returned, true)) throw OracleError(24369);
         take_returned(compiled, iteration);
     }
-    if (status != SQLITE_DONE) throw statement_failure(m_session, compiled);
+    if (status != SQLITE_DONE)
+        finish_failed_change(m_session, compiled, m_statement->program().translation.modified_table);
     m_row_count += static_cast<ub4>(sqlite3_changes(m_session.db()));
 }
 

@@ -61,14 +61,19 @@ bool InnerStatement::step() {
     if (m_program.actions) return step_returned();
     const int status = sqlite3_step(m_program.compiled.get());
     if (status == SQLITE_ROW) return true;
-    if (status != SQLITE_DONE) {
-        const OracleError error = statement_failure(m_session, m_program.compiled.get());
-        reset();
-        m_session.failed();
-        throw error;
-    }
+    if (status != SQLITE_DONE) settle_failure();
     if (!m_query) m_changes = sqlite3_changes64(m_session.db());
     return false;
+}
+
+void InnerStatement::settle_failure() {
+    try {
+        finish_failed_change(m_session, m_program.compiled.get(), m_program.translation.modified_table);
+    } catch (const OracleError&) {
+        reset();
+        m_session.failed();
+        throw;
+    }
 }
 
 Value InnerStatement::column(std::size_t index) const {

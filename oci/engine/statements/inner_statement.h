@@ -39,6 +39,7 @@ class InnerStatement {
     void start();
     void act();
     bool step_returned();
+    void settle_failure();
 
     Session& m_session;
     Program m_program;

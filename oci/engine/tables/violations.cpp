@@ -1,6 +1,7 @@
 #include "oci/engine/tables/violations.h"
 
 #include "oci/engine/catalogue/catalogue_query.h"
+#include "oci/engine/catalogue/stored_tables.h"
 #include "oci/engine/definitions/objects.h"
 #include "oci/engine/tables/column_expressions.h"
 
@@ -155,7 +156,33 @@ OracleError reference_violated(Session& session, sqlite3_stmt* failed) {
                        path_of(session, orphan->constraint));
 }
 
+/// Carries out the update without unique indexes, which are made anew over what it has left.
+bool keys_hold_at_the_end(Session& session, sqlite3_stmt* update, const Table& table) {
+    sqlite3_reset(update);
+    Savepoint savepoint(session);
+    try {
+        drop_unique_indexes(session, table);
+        const int status = sqlite3_step(update);
+        sqlite3_reset(update);
+        if (status != SQLITE_DONE) throw sqlite_error(session.db());
+        make_unique_indexes(session, table);
+        savepoint.keep();
+        return true;
+    } catch (const OracleError&) {
+        savepoint.undo();
+        return false;
+    }
+}
+
 } // namespace
+
+void finish_failed_change(Session& session, sqlite3_stmt* failed, std::string_view table) {
+    const OracleError failure = statement_failure(session, failed);
+    const bool update = std::string_view(sqlite3_sql(failed)).starts_with("UPDATE ");
+    if (failure.code() != error::unique_violated.code || !update || sqlite3_column_count(failed) > 0) throw failure;
+    const auto changed = table_stored_as(session, table);
+    if (!changed || !keys_hold_at_the_end(session, failed, *changed)) throw failure;
+}
 
 OracleError statement_failure(Session& session, sqlite3_stmt* failed) {
     const int extended = sqlite3_extended_errcode(session.db());
