@@ -17,9 +17,9 @@ Civil moved(const Civil& date, const Value& days) {
     return date_of_seconds(seconds_of(date) + seconds.rounded(0).exact().integer);
 }
 
-Value days_between(const Civil& later, const Civil& earlier) {
+Decimal days_between(const Civil& later, const Civil& earlier) {
     const Decimal seconds(Value::of(seconds_of(later) - seconds_of(earlier)));
-    return (seconds / Decimal(false, seconds_per_day, 0)).approximate();
+    return seconds / Decimal(false, seconds_per_day, 0);
 }
 
 namespace {
@@ -64,7 +64,7 @@ template <int sign, int date> Value date_moved(Arguments& in) {
 }
 
 Value date_difference(Arguments& in) {
-    return days_between(moment_of(in[0]).civil, moment_of(in[1]).civil);
+    return in.quotient(days_between(moment_of(in[0]).civil, moment_of(in[1]).civil));
 }
 
 /// A DATE beside a timestamp with a zone is one of the session's.
@@ -172,7 +172,7 @@ Value months_added(Arguments& in) {
 }
 
 Value months_apart(Arguments& in) {
-    return number_of_real(months_between(date_of(in, 0), date_of(in, 1)));
+    return in.quotient(months_between(date_of(in, 0), date_of(in, 1)));
 }
 
 Value last_day(Arguments& in) {
@@ -208,7 +208,8 @@ template <Family family> Value to_moment(Arguments& in) {
     std::string scratch[3];
     const std::string_view text = text_of(value, scratch[0]);
     const std::string_view format = in.has(1) ? text_of(in, 1, scratch[1]) : default_format(family, settings);
-    return moment_result(in, parse_moment(text, format, family, settings), family);
+    std::optional<SessionSettings> changed;
+    return moment_result(in, parse_moment(text, format, family, in.settings_with(2, changed)), family);
 }
 
 Value to_year_interval(Arguments& in) {
@@ -235,7 +236,7 @@ Value interval_of_units(Arguments& in, const std::pair<std::string_view, std::in
         }
         return result;
     }
-    throw OracleError(error::argument_out_of_range, name);
+    throw OracleError(error::illegal_function_argument);
 }
 
 Value number_to_year_interval(Arguments& in) {
@@ -312,7 +313,7 @@ Value new_time(Arguments& in) {
 
 Value seconds_with_fraction(std::int64_t seconds, std::int64_t nanoseconds) {
     const Decimal whole(Value::of(seconds));
-    const Decimal fraction(nanoseconds < 0, static_cast<Decimal::Coefficient>(std::abs(nanoseconds)), -9);
+    const Decimal fraction(nanoseconds < 0, static_cast<std::uint64_t>(std::abs(nanoseconds)), -9);
     return (whole + fraction).exact();
 }
 
@@ -376,7 +377,7 @@ constexpr FunctionEntry entries[] = {
     {"", 2, 2, {any}, R::date, "ora_date_add", {call<strict<date_moved<1, 0>>>}},
     {"", 2, 2, {any}, R::date, "ora_add_date", {call<strict<date_moved<1, 1>>>}},
     {"", 2, 2, {any}, R::date, "ora_date_sub", {call<strict<date_moved<-1, 0>>>}},
-    {"", 2, 2, {any}, R::number, "ora_date_diff", {call<strict<date_difference>>}},
+    spelling({"", 2, 2, {any}, R::number, "ora_date_diff", {call<strict<date_difference>>}}),
     {"", 2, 2, {any}, R::interval_ds, "ora_moment_diff", {call<strict<moment_difference>>}},
     {"", 2, 2, {any}, R::unknown, "ora_moment_add_ym", {call<strict<moved_by_months<1, 0>>>}},
     {"", 2, 2, {any}, R::unknown, "ora_moment_sub_ym", {call<strict<moved_by_months<-1, 0>>>}},
@@ -400,7 +401,7 @@ constexpr FunctionEntry entries[] = {
     bare({"SESSIONTIMEZONE", 0, 0, {any}, R::text, "ora_sessiontimezone", {call<session_time_zone>}}),
     bare({"DBTIMEZONE", 0, 0, {any}, R::text, "ora_dbtimezone", {call<database_time_zone>}}),
     {"ADD_MONTHS", 2, 2, {date, number}, R::date, "ora_add_months", {call<strict<months_added>>}},
-    {"MONTHS_BETWEEN", 2, 2, {date}, R::number, "ora_months_between", {call<strict<months_apart>>}},
+    spelling({"MONTHS_BETWEEN", 2, 2, {date}, R::number, "ora_months_between", {call<strict<months_apart>>}}),
     {"LAST_DAY", 1, 1, {date}, R::date, "ora_last_day", {call<strict<last_day>>}},
     {"NEXT_DAY", 2, 2, {date, any}, R::date, "ora_next_day", {call<strict<next_day>>}},
     {"NEW_TIME", 3, 3, {date, text}, R::date, "ora_new_time", {call<strict<new_time>>}},

@@ -14,7 +14,8 @@ namespace oci {
 
 /// What an argument is converted to before the function sees it.
 enum class ArgumentRule : std::uint8_t {
-    any, ///< handed on as it is
+    any,       ///< handed on as it is
+    printable, ///< likewise, a number with all its digits
     number,
     text, ///< a date in the session's format, a number in its plain form
     date, ///< a date or timestamp as it is, a text read in the session's format
@@ -41,6 +42,7 @@ enum class ResultRule : std::uint8_t {
     rowid,
     like_argument, ///< of FunctionEntry::result_argument and those behind it, the first whose type is known
     text_or_clob,  ///< a CLOB when an argument is one
+    part_of_lob,   ///< RAW of a BLOB, VARCHAR2 of others
     unknown        ///< only the value tells
 };
 
@@ -86,7 +88,14 @@ struct FunctionEntry {
     bool null_from_null = true; ///< NULL where any argument is: it need not be called then
     bool deterministic = true;  ///< of equal arguments always the same
     HiddenArgument hidden = HiddenArgument::none;
+    bool spells = false;         ///< it has a second form, which spells the numbers that cannot be held
+    Callbacks spelling_calls{}; ///< of that form, where it has its own
 };
+
+/// What the name of the second form ends in.
+constexpr std::string_view spelling_suffix = "_n";
+/// @param sqlite_name  what the printer calls
+bool spells(std::string_view sqlite_name);
 
 /// @param name  in capitals. Null when there is no such function.
 const FunctionEntry* find_function(std::string_view name);

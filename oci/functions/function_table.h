@@ -5,6 +5,7 @@
 #include "oci/values/decimal.h"
 
 #include <new>
+#include <optional>
 #include <span>
 #include <sqlite3.h>
 
@@ -13,10 +14,14 @@ namespace oci {
 /// What functions reach through their user data. There is one for each connection.
 struct FunctionContext {
     const SessionSettings& settings;
+    bool spells = false;
     double statement = 0;     ///< julianday('now') of the statement that asked for the time last, ...
     std::int64_t seconds = 0; ///< ... and the time that it was told
     int nanosecond = 0;
 };
+
+/// The text that a value is converted to. Dates have been converted before they come here.
+std::string_view text_of(const Value& value, std::string& scratch);
 
 /// What a function is called with.
 struct Arguments {
@@ -30,6 +35,17 @@ struct Arguments {
     bool has(int index) const { return index < count; }
     FunctionContext& function_context() const { return *static_cast<FunctionContext*>(sqlite3_user_data(context)); }
     const SessionSettings& settings() const { return function_context().settings; }
+    /// Those of the session, changed by the argument where there is one.
+    const SessionSettings& settings_with(int index, std::optional<SessionSettings>& changed) const {
+        if (!has(index)) return settings();
+        std::string text;
+        return changed.emplace(with_parameters(settings(), text_of((*this)[index], text)));
+    }
+    /// The number as SQLite holds it; where it cannot, rounded, or of a function that spells numbers its text.
+    Value number(const Decimal& number) { return spells() ? number.spelled(scratch) : number.nearly_exact(); }
+    /// Likewise of a result that has any number of digits.
+    Value quotient(const Decimal& number) { return spells() ? number.spelled(scratch) : number.approximate(); }
+    bool spells() const { return function_context().spells; }
     /// With HiddenArgument::families: takes them off the front, so that the first argument is number 0.
     std::string_view take_families();
 };
@@ -142,6 +158,11 @@ constexpr FunctionEntry knowing(HiddenArgument hidden, FunctionEntry entry) {
     entry.hidden = hidden;
     return entry;
 }
+constexpr FunctionEntry spelling(FunctionEntry entry, const Callbacks& calls = {}) {
+    entry.spells = true;
+    entry.spelling_calls = calls;
+    return entry;
+}
 constexpr FunctionEntry of_role(FunctionRole role, FunctionEntry entry) {
     entry.role = role;
     return entry;
@@ -153,8 +174,6 @@ double double_of(const Value& value);
 Decimal decimal_of(const Value& value);
 /// The value without its fraction, held within a range that no count, position or number of months needs to leave.
 std::int64_t integer_of(const Value& value);
-/// The text that a value is converted to. Dates have been converted before they come here.
-std::string_view text_of(const Value& value, std::string& scratch);
 inline std::string_view text_of(const Arguments& in, int index, std::string& scratch) {
     return text_of(in[index], scratch);
 }
@@ -163,7 +182,7 @@ Value date_result(Arguments& in, const Civil& date);
 
 /// The date so many days later.
 Civil moved(const Civil& date, const Value& days);
-Value days_between(const Civil& later, const Civil& earlier);
+Decimal days_between(const Civil& later, const Civil& earlier);
 
 // Texts are UTF-8, counted in characters.
 std::int64_t characters(std::string_view text);

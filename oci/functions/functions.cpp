@@ -38,11 +38,14 @@ double as_double(const Value& number) {
 }
 
 double double_of(const Value& value) {
-    return as_double(number_of(value));
+    return value.type == Value::Type::text ? as_double(decimal_of(value).approximate()) : as_double(number_of(value));
 }
 
 Decimal decimal_of(const Value& value) {
-    return Decimal(number_of(value));
+    if (value.type != Value::Type::text) return Decimal(number_of(value));
+    Decimal number;
+    if (!Decimal::parse(value.text(), number)) throw OracleError(error::invalid_number);
+    return number;
 }
 
 std::int64_t integer_of(const Value& value) {
@@ -132,9 +135,9 @@ std::vector<const FunctionEntry*> sorted_by_name() {
 }
 
 /// @param count  of arguments; -1: any number
-void register_function(sqlite3* db, const FunctionEntry& entry, const char* name, int count, void* data) {
+void register_function(sqlite3* db, const FunctionEntry& entry, const Callbacks& calls, const char* name, int count,
+                       void* data) {
     const int flags = SQLITE_UTF8 | SQLITE_INNOCUOUS | (entry.deterministic ? SQLITE_DETERMINISTIC : 0);
-    const Callbacks& calls = entry.callbacks;
     int status = SQLITE_OK;
     if (calls.value != nullptr) {
         status = sqlite3_create_window_function(db, name, count, flags, data, calls.step, calls.final, calls.value,
@@ -147,9 +150,15 @@ void register_function(sqlite3* db, const FunctionEntry& entry, const char* name
     if (status != SQLITE_OK) throw OracleError(error::out_of_memory);
 }
 
+/// Of the functions as they are, and of their second forms.
+struct FunctionContexts {
+    FunctionContext plain;
+    FunctionContext spelling;
+};
+
 /// Ties the context's life to the connection's: it goes with this function.
-void keep_until_close(sqlite3* db, std::unique_ptr<FunctionContext> context) {
-    const auto destroy = [](void* data) { delete static_cast<FunctionContext*>(data); };
+void keep_until_close(sqlite3* db, std::unique_ptr<FunctionContexts> context) {
+    const auto destroy = [](void* data) { delete static_cast<FunctionContexts*>(data); };
     const auto nothing = [](sqlite3_context* call, int, sqlite3_value**) { sqlite3_result_null(call); };
     // SQLite destroys it also when this fails.
     const int status = sqlite3_create_function_v2(db, "ora_null", 0, SQLITE_UTF8, context.release(), nothing, nullptr,
@@ -177,9 +186,23 @@ const FunctionEntry* find_function(std::string_view name) {
     return found != sorted.end() && (*found)->name == name ? *found : nullptr;
 }
 
+bool spells(std::string_view sqlite_name) {
+    static const auto names = [] {
+        std::vector<std::string_view> found;
+        for (const auto* part : parts) {
+            for (const auto& entry : *part) {
+                if (entry.spells) found.emplace_back(entry.sqlite_name);
+            }
+        }
+        return found;
+    }();
+    return std::find(names.begin(), names.end(), sqlite_name) != names.end();
+}
+
 void register_functions(sqlite3* db, const SessionSettings& settings) {
-    auto owned = std::make_unique<FunctionContext>(FunctionContext{settings});
-    FunctionContext* context = owned.get();
+    auto owned = std::make_unique<FunctionContexts>(FunctionContexts{{settings}, {settings, true}});
+    FunctionContext* context = &owned->plain;
+    FunctionContext* spelling = &owned->spelling;
     keep_until_close(db, std::move(owned));
     for (const auto* part : parts) {
         for (const auto& entry : *part) {
@@ -189,9 +212,14 @@ void register_functions(sqlite3* db, const SessionSettings& settings) {
             const int least = variadic ? -1 : entry.least + hidden;
             const int most = variadic ? -1 : entry.most + hidden;
             for (int count = least; count <= most; ++count) {
-                register_function(db, entry, entry.sqlite_name, count, context);
+                register_function(db, entry, entry.callbacks, entry.sqlite_name, count, context);
+                if (entry.spells) {
+                    const Callbacks& calls = entry.spelling_calls.step != nullptr ? entry.spelling_calls : entry.callbacks;
+                    const std::string name = std::string(entry.sqlite_name).append(spelling_suffix);
+                    register_function(db, entry, calls, name.c_str(), count, spelling);
+                }
                 // The token translator still writes the names as the dialect has them.
-                if (hidden == 0) register_function(db, entry, entry.sqlite_name + 4, count, context);
+                if (hidden == 0) register_function(db, entry, entry.callbacks, entry.sqlite_name + 4, count, context);
             }
         }
     }

@@ -106,16 +106,8 @@ ColumnType type_at(std::string_view families, std::size_t index) {
     return type;
 }
 
-Value to_char(Arguments& in, const ColumnType& type) {
+Value to_char(Arguments& in, const ColumnType& type, std::string_view format, const SessionSettings& settings) {
     const Value value = in[0];
-    const SessionSettings& settings = in.settings();
-    std::string scratch;
-    if (!in.has(1)) {
-        ColumnType from = type;
-        if (type.family == Family::unknown) from.scale = 6;
-        return convert(value, from, Family::text, settings, in.scratch);
-    }
-    const std::string_view format = text_of(in, 1, scratch);
     Moment moment;
     Family family = type.family;
     const bool text_type = family == Family::text || family == Family::fixed_text || family == Family::clob;
@@ -134,6 +126,20 @@ Value to_char(Arguments& in, const ColumnType& type) {
     return Value::of(in.scratch = format_moment(moment, family, scale, format, settings));
 }
 
+Value to_char(Arguments& in, const ColumnType& type) {
+    const Value value = in[0];
+    const SessionSettings& settings = in.settings();
+    std::string scratch;
+    if (!in.has(1)) {
+        ColumnType from = type;
+        if (type.family == Family::unknown) from.scale = 6;
+        return convert(value, from, Family::text, settings, in.scratch);
+    }
+    const std::string_view format = text_of(in, 1, scratch);
+    std::optional<SessionSettings> changed;
+    return to_char(in, type, format, in.settings_with(2, changed));
+}
+
 Value to_char_of_type(Arguments& in) {
     const std::string_view families = in.take_families();
     return to_char(in, type_at(families, 0));
@@ -145,9 +151,13 @@ Value to_char_untyped(Arguments& in) {
 
 Value to_number(Arguments& in) {
     const Value value = in[0];
-    if (!in.has(1) || is_number(value)) return number_of(value);
+    if (is_number(value)) return value;
+    if (!in.has(1)) return in.spells() ? in.number(decimal_of(value)) : number_of(value);
     std::string scratch[2];
-    return parse_number(text_of(in, 0, scratch[0]), text_of(in, 1, scratch[1]), in.settings()).exact();
+    std::optional<SessionSettings> changed;
+    const Decimal number =
+        parse_number(text_of(in, 0, scratch[0]), text_of(in, 1, scratch[1]), in.settings_with(2, changed));
+    return in.spells() ? number.spelled(in.scratch) : number.exact();
 }
 
 Value to_clob(Arguments& in) {
@@ -278,11 +288,11 @@ constexpr FunctionEntry entries[] = {
     {"GREATEST", 1, many, {like_first}, R::like_argument, "ora_greatest", {call<strict<extreme<1>>>}},
     {"LEAST", 1, many, {like_first}, R::like_argument, "ora_least", {call<strict<extreme<-1>>>}},
     knowing(HiddenArgument::families,
-            {"TO_CHAR", 1, 3, {any, text}, R::text, "ora_to_char_of", {call<strict<to_char_of_type>>}}),
+            {"TO_CHAR", 1, 3, {printable, text}, R::text, "ora_to_char_of", {call<strict<to_char_of_type>>}}),
     knowing(HiddenArgument::families,
-            {"TO_NCHAR", 1, 3, {any, text}, R::text, "ora_to_char_of", {call<strict<to_char_of_type>>}}),
+            {"TO_NCHAR", 1, 3, {printable, text}, R::text, "ora_to_char_of", {call<strict<to_char_of_type>>}}),
     {"", 1, 3, {any}, R::text, "ora_to_char", {call<strict<to_char_untyped>>}},
-    {"TO_NUMBER", 1, 3, {text}, R::number, "ora_to_number", {call<strict<to_number>>}},
+    spelling({"TO_NUMBER", 1, 3, {text}, R::number, "ora_to_number", {call<strict<to_number>>}}),
     {"TO_BINARY_DOUBLE", 1, 3, {text}, R::binary_double, "ora_to_number"},
     {"TO_BINARY_FLOAT", 1, 3, {text}, R::binary_double, "ora_to_number"},
     {"TO_CLOB", 1, 1, {text}, R::clob, "ora_to_clob", {call<strict<to_clob>>}},

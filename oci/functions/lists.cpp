@@ -1,6 +1,7 @@
 #include "oci/functions/function_table.h"
 
 #include <algorithm>
+#include <deque>
 #include <map>
 #include <utility>
 #include <vector>
@@ -149,6 +150,40 @@ class KeepAggregate {
     char m_function = 0;
 };
 
+/// ora_nth_of_frame(options, value, n): 'i' leaves NULLs out, 'l' counts from the frame's last row.
+class NthOfFrame {
+  public:
+    void add(Arguments& in) {
+        m_from_last = in[0].text()[1] == 'l';
+        const Value count = number_of(in[2]);
+        m_place = count.is_null() ? 0 : integer_of(count);
+        if (m_place < 1) throw OracleError(error::argument_out_of_range, std::to_string(m_place));
+        if (counts(in)) m_values.emplace_back(in[1]);
+    }
+    void remove(Arguments& in) {
+        if (counts(in)) m_values.pop_front();
+    }
+    Value value(std::string& scratch) const {
+        const auto place = static_cast<std::size_t>(m_place);
+        if (place > m_values.size()) return {};
+        const Value found = m_values[m_from_last ? m_values.size() - place : place - 1].get();
+        if (found.is_null() || is_number(found)) return found;
+        Value copy = Value::of_bytes(nullptr, 0);
+        scratch = found.text();
+        copy.type = found.type;
+        copy.data = scratch.data();
+        copy.size = scratch.size();
+        return copy;
+    }
+
+  private:
+    static bool counts(const Arguments& in) { return in[0].text()[0] != 'i' || !in[1].is_null(); }
+
+    std::deque<OwnedValue> m_values;
+    std::int64_t m_place = 1;
+    bool m_from_last = false;
+};
+
 using enum ArgumentRule;
 using R = ResultRule;
 constexpr std::uint8_t many = FunctionEntry::any_number;
@@ -158,6 +193,7 @@ constexpr FunctionEntry entries[] = {
     of_role(both, with_nulls({"LISTAGG", 1, 2, {text}, R::text, "ora_listagg"})),
     of_role(both, with_nulls({"", 3, many, {any}, R::text, "ora_listagg", window_callbacks<ListAggregate>()})),
     of_role(both, with_nulls({"", 3, many, {any}, R::unknown, "ora_keep", window_callbacks<KeepAggregate>()})),
+    of_role(both, with_nulls({"", 3, 3, {any}, R::unknown, "ora_nth_of_frame", window_callbacks<NthOfFrame>()})),
 };
 
 // SQLite's own.

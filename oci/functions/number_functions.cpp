@@ -48,18 +48,21 @@ template <Operator op> bool calculate_quickly(const Value& a, const Value& b, Va
     return true;
 }
 
+template <Operator op> Decimal calculate(const Decimal& x, const Decimal& y) {
+    if constexpr (op == Operator::add) return x + y;
+    if constexpr (op == Operator::subtract) return x - y;
+    if constexpr (op == Operator::multiply) return x * y;
+    return x / y;
+}
+
 template <Operator op> Value calculate(const Value& a, const Value& b) {
     std::int64_t exact = 0;
     const bool integers = a.type == Value::Type::integer && b.type == Value::Type::integer;
     if (integers && calculate<op>(a.integer, b.integer, exact)) return Value::of(exact);
     Value quick;
     if (!integers && calculate_quickly<op>(a, b, quick)) return quick;
-    const Decimal x(a);
-    const Decimal y(b);
-    if constexpr (op == Operator::add) return (x + y).nearly_exact();
-    if constexpr (op == Operator::subtract) return (x - y).nearly_exact();
-    if constexpr (op == Operator::multiply) return (x * y).nearly_exact();
-    return (x / y).approximate();
+    const Decimal result = calculate<op>(Decimal(a), Decimal(b));
+    return op == Operator::divide ? result.approximate() : result.nearly_exact();
 }
 
 /// Of operands whose types are not known: they may be dates.
@@ -78,15 +81,30 @@ template <Operator op> Value arithmetic(Arguments& in) {
             return date_result(
                 in, moved(from_date ? first : second, op == Operator::add ? days : (-Decimal(days)).exact()));
         }
-        if (from_date && to_date && op == Operator::subtract) return days_between(first, second);
+        if (from_date && to_date && op == Operator::subtract) return in.quotient(days_between(first, second));
         if (from_date || to_date) throw OracleError(error::inconsistent_datatypes, "expected NUMBER got DATE");
     }
+    if (in.spells()) return in.number(calculate<op>(decimal_of(a), decimal_of(b)));
     return calculate<op>(number_of(a), number_of(b));
+}
+
+Value spelled_chain(Arguments& in) {
+    Decimal result = decimal_of(in[1]);
+    int next = 2;
+    for (const char sign : in[0].text()) {
+        const Decimal operand = decimal_of(in[next++]);
+        result = sign == '+'   ? result + operand
+                 : sign == '-' ? result - operand
+                 : sign == '*' ? result * operand
+                               : result / operand;
+    }
+    return in.number(result);
 }
 
 /// ora_chain(signs, a, b, ...): the operators one after the other, from the left. Calls within calls would soon be too
 /// deep for SQLite.
 Value chain(Arguments& in) {
+    if (in.spells()) return spelled_chain(in);
     Value result = number_of(in[1]);
     int next = 2;
     for (const char sign : in[0].text()) {
@@ -99,13 +117,18 @@ Value chain(Arguments& in) {
     return result;
 }
 
+Value compared(Arguments& in) {
+    const auto order = decimal_of(in[0]) <=> decimal_of(in[1]);
+    return Value::of(std::int64_t{(order > 0) - (order < 0)});
+}
+
 Value negated(Arguments& in) {
-    return (-decimal_of(in[0])).exact();
+    return in.number(-decimal_of(in[0]));
 }
 
 Value absolute(Arguments& in) {
     const Decimal number = decimal_of(in[0]);
-    return (number.is_negative() ? -number : number).exact();
+    return in.number(number.is_negative() ? -number : number);
 }
 
 Value sign(Arguments& in) {
@@ -114,21 +137,20 @@ Value sign(Arguments& in) {
 
 /// The next whole number, towards positive or negative infinity.
 template <bool up> Value next_whole(Arguments& in) {
-    const Value number = number_of(in[0]);
-    if (number.type == Value::Type::integer) return number;
-    const Decimal decimal(number);
+    if (in[0].type == Value::Type::integer) return in[0];
+    const Decimal decimal = decimal_of(in[0]);
     const Decimal whole = decimal.rounded(0, Rounding::truncate);
     const bool away = whole != decimal && decimal.is_negative() != up;
-    return (away ? whole + Decimal(decimal.is_negative(), 1, 0) : whole).exact();
+    return in.number(away ? whole + Decimal(decimal.is_negative(), 1, 0) : whole);
 }
 
 Value modulo(Arguments& in) {
-    const Value a = number_of(in[0]);
-    const Value b = number_of(in[1]);
+    const Value a = in[0];
+    const Value b = in[1];
     if (a.type == Value::Type::integer && b.type == Value::Type::integer && b.integer != 0) {
         return Value::of(b.integer == -1 ? std::int64_t{0} : a.integer % b.integer);
     }
-    return Decimal(a).remainder(Decimal(b)).exact();
+    return in.number(decimal_of(a).remainder(decimal_of(b)));
 }
 
 /// Like MOD, but of the nearest multiple.
@@ -140,8 +162,8 @@ Value remainder(Arguments& in) {
     const auto size = [](const Decimal& number) { return number.is_negative() ? -number : number; };
     const Decimal twice = size(rest) + size(rest);
     const bool odd = twice == size(b) && !(((a - rest) / b).remainder(Decimal(false, 2, 0))).is_zero();
-    if (twice < size(b) || (twice == size(b) && !odd)) return rest.exact();
-    return (rest - (rest.is_negative() == b.is_negative() ? b : -b)).exact();
+    if (twice < size(b) || (twice == size(b) && !odd)) return in.number(rest);
+    return in.number(rest - (rest.is_negative() == b.is_negative() ? b : -b));
 }
 
 Value bit_and(Arguments& in) {
@@ -238,7 +260,7 @@ Value power(Arguments& in) {
     }
     Decimal product(false, 1, 0);
     for (std::int64_t i = std::llabs(exponent.integer); i > 0; --i) product = product * base;
-    return exponent.integer < 0 ? (Decimal(false, 1, 0) / product).approximate() : product.approximate();
+    return in.quotient(exponent.integer < 0 ? Decimal(false, 1, 0) / product : product);
 }
 
 template <Rounding rounding> Value rounded(Arguments& in) {
@@ -251,30 +273,30 @@ template <Rounding rounding> Value rounded(Arguments& in) {
             in, start_of(in.has(1) ? text_of(in, 1, scratch) : "DD", date, nearest, in.settings().first_weekday));
     }
     const auto places = in.has(1) ? static_cast<int>(std::clamp<std::int64_t>(integer_of(in[1]), -400, 400)) : 0;
-    const Value number = number_of(value);
-    if (number.type == Value::Type::integer && places >= 0) return number;
-    return Decimal(number).rounded(places, rounding).exact();
+    if (value.type == Value::Type::integer && places >= 0) return value;
+    return in.number(decimal_of(value).rounded(places, rounding));
 }
 
 using enum ArgumentRule;
 constexpr auto a_number = ResultRule::number;
 
 constexpr FunctionEntry entries[] = {
-    {"", 3, FunctionEntry::any_number, {any}, ResultRule::number, "ora_chain", {call<strict<chain>>}},
-    {"", 2, 2, {any}, ResultRule::unknown, "ora_add", {call<strict<arithmetic<Operator::add>>>}},
-    {"", 2, 2, {any}, ResultRule::unknown, "ora_sub", {call<strict<arithmetic<Operator::subtract>>>}},
-    {"", 2, 2, {any}, a_number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}},
-    {"", 2, 2, {any}, a_number, "ora_div", {call<strict<arithmetic<Operator::divide>>>}},
-    {"", 1, 1, {any}, ResultRule::like_argument, "ora_neg", {call<strict<negated>>}},
-    {"ABS", 1, 1, {number}, a_number, "ora_abs", {call<strict<absolute>>}},
+    spelling({"", 3, FunctionEntry::any_number, {any}, ResultRule::number, "ora_chain", {call<strict<chain>>}}),
+    spelling({"", 2, 2, {any}, ResultRule::unknown, "ora_add", {call<strict<arithmetic<Operator::add>>>}}),
+    spelling({"", 2, 2, {any}, ResultRule::unknown, "ora_sub", {call<strict<arithmetic<Operator::subtract>>>}}),
+    spelling({"", 2, 2, {any}, a_number, "ora_mul", {call<strict<arithmetic<Operator::multiply>>>}}),
+    spelling({"", 2, 2, {any}, a_number, "ora_div", {call<strict<arithmetic<Operator::divide>>>}}),
+    {"", 2, 2, {any}, a_number, "ora_compare", {call<strict<compared>>}},
+    spelling({"", 1, 1, {any}, ResultRule::like_argument, "ora_neg", {call<strict<negated>>}}),
+    spelling({"ABS", 1, 1, {number}, a_number, "ora_abs", {call<strict<absolute>>}}),
     {"SIGN", 1, 1, {number}, a_number, "ora_sign", {call<strict<sign>>}},
-    {"CEIL", 1, 1, {number}, a_number, "ora_ceil", {call<strict<next_whole<true>>>}},
-    {"FLOOR", 1, 1, {number}, a_number, "ora_floor", {call<strict<next_whole<false>>>}},
-    {"MOD", 2, 2, {number}, a_number, "ora_mod", {call<strict<modulo>>}},
-    {"REMAINDER", 2, 2, {number}, a_number, "ora_remainder", {call<strict<remainder>>}},
+    spelling({"CEIL", 1, 1, {number}, a_number, "ora_ceil", {call<strict<next_whole<true>>>}}),
+    spelling({"FLOOR", 1, 1, {number}, a_number, "ora_floor", {call<strict<next_whole<false>>>}}),
+    spelling({"MOD", 2, 2, {number}, a_number, "ora_mod", {call<strict<modulo>>}}),
+    spelling({"REMAINDER", 2, 2, {number}, a_number, "ora_remainder", {call<strict<remainder>>}}),
     {"BITAND", 2, 2, {number}, a_number, "ora_bitand", {call<strict<bit_and>>}},
     {"WIDTH_BUCKET", 4, 4, {number}, a_number, "ora_width_bucket", {call<strict<width_bucket>>}},
-    {"POWER", 2, 2, {number}, a_number, "ora_power", {call<strict<power>>}},
+    spelling({"POWER", 2, 2, {number}, a_number, "ora_power", {call<strict<power>>}}),
     {"SQRT", 1, 1, {number}, a_number, "ora_sqrt", {call<strict<math<square_root>>>}},
     {"EXP", 1, 1, {number}, a_number, "ora_exp", {call<strict<math<exponential>>>}},
     {"LN", 1, 1, {number}, a_number, "ora_ln", {call<strict<math<natural_log>>>}},
@@ -289,8 +311,8 @@ constexpr FunctionEntry entries[] = {
     {"SINH", 1, 1, {number}, a_number, "ora_sinh", {call<strict<math<hyperbolic_sine>>>}},
     {"COSH", 1, 1, {number}, a_number, "ora_cosh", {call<strict<math<hyperbolic_cosine>>>}},
     {"TANH", 1, 1, {number}, a_number, "ora_tanh", {call<strict<math<hyperbolic_tangent>>>}},
-    {"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}},
-    {"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}},
+    spelling({"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}}),
+    spelling({"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}}),
 };
 
 } // namespace

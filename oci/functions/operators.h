@@ -28,6 +28,9 @@ inline constexpr const char* chain = "ora_chain";
 /// -x of a number or interval.
 inline constexpr const char* negate = "ora_neg";
 
+/// ora_compare(a, b): -1, 0 or 1, of numbers that are spelled too.
+inline constexpr const char* compare_numbers = "ora_compare";
+
 // ---- conversions
 
 /// ora_convert(value, from, to): from and to are numbers of Family. From the unknown family the value tells: digits in

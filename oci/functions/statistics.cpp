@@ -174,7 +174,7 @@ template <bool continuous> class Percentile {
             Civil from{};
             Civil to{};
             if (!is_date(below, from) || !is_date(above, to)) throw OracleError(error::invalid_number);
-            const Decimal days = Decimal(days_between(to, from)) * share;
+            const Decimal days = days_between(to, from) * share;
             scratch.resize(iso_size);
             write_iso(moved(from, days.approximate()), scratch.data());
             return Value::of(scratch);

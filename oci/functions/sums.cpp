@@ -38,7 +38,7 @@ bool parts_of(const Value& number, Int128& parts) {
     }
     const Decimal decimal(number);
     if (decimal.whole_digits() > 19 || decimal.decimal_places() > places) return false;
-    parts = static_cast<Int128>(decimal.coefficient());
+    parts = static_cast<Int128>(decimal.coefficient().half());
     for (int exponent = decimal.exponent(); exponent > -places; --exponent) parts *= 10;
     if (decimal.is_negative()) parts = -parts;
     return true;
@@ -60,8 +60,8 @@ void add(Sum& sum, const Value& number, int sign) {
 
 Decimal exact_part(const Sum& sum) {
     const bool negative = sum.parts < 0;
-    const auto size = static_cast<Decimal::Coefficient>(sum.parts);
-    return {negative, negative ? -size : size, -places};
+    const auto size = static_cast<WideInteger::Half>(sum.parts);
+    return {negative, WideInteger::of(negative ? -size : size), -places};
 }
 
 Decimal decimal_total(const Sum& sum) {
@@ -99,13 +99,36 @@ template <Value (*result)(const Sum&)> void report(sqlite3_context* context) noe
     }
 }
 
+/// Of all digits.
+template <bool mean> class SpelledSum {
+  public:
+    void add(Arguments& in) { move(in, 1); }
+    void remove(Arguments& in) { move(in, -1); }
+    Value value(std::string& scratch) const {
+        if (m_count == 0) return {};
+        return (mean ? m_sum / Decimal(Value::of(m_count)) : m_sum).spelled(scratch);
+    }
+
+  private:
+    void move(const Arguments& in, int sign) {
+        if (in[0].is_null()) return;
+        m_count += sign;
+        m_sum = sign > 0 ? m_sum + decimal_of(in[0]) : m_sum - decimal_of(in[0]);
+    }
+
+    Decimal m_sum;
+    std::int64_t m_count = 0;
+};
+
 constexpr Callbacks sum{step<1>, report<total>, report<total>, step<-1>};
 constexpr Callbacks mean{step<1>, report<average>, report<average>, step<-1>};
 constexpr auto role = FunctionRole::aggregate_or_window;
 
 constexpr FunctionEntry entries[] = {
-    {"SUM", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_sum", sum, 0, role},
-    {"AVG", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_avg", mean, 0, role},
+    spelling({"SUM", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_sum", sum, 0, role},
+             window_callbacks<SpelledSum<false>>()),
+    spelling({"AVG", 1, 1, {ArgumentRule::number}, ResultRule::number, "ora_avg", mean, 0, role},
+             window_callbacks<SpelledSum<true>>()),
     {"COUNT", 1, 1, {ArgumentRule::any}, ResultRule::number, "count", {}, 0, role, false, false},
     {"MIN", 1, 1, {ArgumentRule::any}, ResultRule::like_argument, "min", {}, 0, role},
     {"MAX", 1, 1, {ArgumentRule::any}, ResultRule::like_argument, "max", {}, 0, role},

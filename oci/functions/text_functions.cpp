@@ -388,8 +388,10 @@ struct Stored {
     std::string bytes;
 };
 
-Stored stored(const Arguments& in) {
+Stored stored(const Arguments& in, Family declared = Family::unknown) {
     const Value value = in[0];
+    if (declared == Family::fixed_text) return {96, std::string(value.text())};
+    if (declared == Family::text) return {1, std::string(value.text())};
     if (is_number(value)) return {2, stored_number(Decimal(value))};
     if (value.type == Value::Type::blob) return {23, std::string(value.text())};
     Moment moment;
@@ -409,15 +411,22 @@ Value stored_size(Arguments& in) {
     return Value::of(bytes(stored(in).bytes));
 }
 
+/// DUMP(value, notation, start, length); a notation with 1000 added names the character set too.
 Value dumped(Arguments& in) {
+    const auto declared = static_cast<Family>(in.take_families()[0] - 'A');
     if (in[0].is_null()) return Value::of(std::string_view("NULL"));
-    const Stored value = stored(in);
-    const std::int64_t base = in.has(1) ? integer_of(in[1]) : 10;
-    if (base != 8 && base != 10 && base != 16 && base != 17)
+    const Stored value = stored(in, declared);
+    const std::int64_t notation = in.has(1) ? integer_of(in[1]) : 10;
+    const std::int64_t base = notation % 1000;
+    if ((base != 8 && base != 10 && base != 16 && base != 17) || notation >= 2000)
         throw OracleError(error::unimplemented, "DUMP in this notation");
-    in.scratch = "Typ=" + std::to_string(value.type) + " Len=" + std::to_string(value.bytes.size()) + ": ";
+    in.scratch = "Typ=" + std::to_string(value.type) + " Len=" + std::to_string(value.bytes.size());
+    const bool text = value.type == 1 || value.type == 96;
+    in.scratch += notation >= 1000 && text ? " CharacterSet=AL32UTF8: " : ": ";
+    const std::int64_t start = in.has(2) ? integer_of(in[2]) : 1;
+    const std::int64_t length = in.has(3) ? integer_of(in[3]) : bytes(value.bytes);
     const char* mark = "";
-    for (const char c : value.bytes) {
+    for (const char c : part_of<InBytes>(value.bytes, start, length)) {
         char digits[8];
         const bool letter = base == 17 && c >= ' ' && c < 0x7F;
         std::snprintf(digits, sizeof digits,
@@ -535,6 +544,7 @@ constexpr FunctionEntry entries[] = {
     {"REVERSE", 1, 1, {text}, R::text, "ora_reverse", {call<strict<reversed>>}},
     {"SOUNDEX", 1, 1, {text}, R::text, "ora_soundex", {call<strict<sound>>}},
     {"CHR", 1, 1, {number}, R::text, "ora_chr", {call<strict<character>>}},
+    {"NCHR", 1, 1, {number}, R::text, "ora_chr"},
     {"ASCII", 1, 1, {text}, R::number, "ora_ascii", {call<strict<character_code>>}},
     {"ASCIISTR", 1, 1, {text}, R::text, "ora_asciistr", {call<strict<in_ascii>>}},
     {"UNISTR", 1, 1, {text}, R::text, "ora_unistr", {call<strict<from_escapes>>}},
@@ -546,10 +556,10 @@ constexpr FunctionEntry entries[] = {
     {"UTL_RAW.SUBSTR", 2, 3, {raw, number}, R::raw, "ora_raw_substr", {call<strict<part_of_raw>>}},
     with_nulls({"UTL_RAW.CONCAT", 1, 12, {raw}, R::raw, "ora_raw_concat", {call<joined_raws>}}),
     {"DBMS_LOB.GETLENGTH", 1, 1, {any}, R::number, "ora_length"},
-    {"DBMS_LOB.SUBSTR", 1, 3, {any, number}, R::like_argument, "ora_lob_substr", {call<strict<part_of_lob>>}},
+    {"DBMS_LOB.SUBSTR", 1, 3, {any, number}, R::part_of_lob, "ora_lob_substr", {call<strict<part_of_lob>>}},
     {"DBMS_LOB.INSTR", 2, 4, {any, any, number}, R::number, "ora_lob_instr", {call<strict<position_in_lob>>}},
     {"VSIZE", 1, 1, {any}, R::number, "ora_vsize", {call<strict<stored_size>>}},
-    with_nulls({"DUMP", 1, 2, {any, number}, R::text, "ora_dump", {call<dumped>}}),
+    knowing(HiddenArgument::families, with_nulls({"DUMP", 1, 4, {any, number}, R::text, "ora_dump", {call<dumped>}})),
 };
 
 } // namespace

@@ -2,7 +2,8 @@
 
 #include "oci/values/formats.h"
 
-#include <cmath>
+#include <algorithm>
+#include <charconv>
 
 namespace oci {
 namespace {
@@ -57,11 +58,28 @@ Moment moment_of(const Value& value, Family family, const SessionSettings& setti
     return in_zone(local_seconds(moment), moment.nanosecond, session_zone(settings));
 }
 
+/// 1.5E+000: the digits that tell it from its neighbours, and three of the exponent.
+std::string_view binary_text(const Value& number, Family family, std::string& scratch) {
+    const double real = number.type == Value::Type::integer ? static_cast<double>(number.integer) : number.real;
+    const int digits = family == Family::binary_float ? 8 : 16;
+    char text[40];
+    const auto end = std::to_chars(text, std::end(text), real, std::chars_format::scientific, digits).ptr;
+    const std::string_view whole(text, static_cast<std::size_t>(end - text));
+    const auto mark = whole.find('e');
+    std::string_view mantissa = whole.substr(0, mark);
+    while (mantissa.ends_with('0') && !mantissa.ends_with(".0")) mantissa.remove_suffix(1);
+    const std::string_view exponent = whole.substr(mark + 2);
+    scratch.assign(mantissa).append("E").append(whole.substr(mark + 1, 1));
+    return scratch.append(3 - std::min<std::size_t>(exponent.size(), 3), '0').append(exponent);
+}
+
 Value to_text(const Value& value, const ColumnType& from, const SessionSettings& settings, std::string& scratch) {
     switch (from.family) {
     case Family::number:
+        if (value.type == Value::Type::text) return value; // a number that cannot be held is its text
+        return Value::of(number_text(value, scratch));
     case Family::binary_float:
-    case Family::binary_double: return Value::of(number_text(number_of(value), scratch));
+    case Family::binary_double: return Value::of(binary_text(number_of(value), from.family, scratch));
     case Family::interval_ym: return Value::of(scratch = year_interval_text(number_of(value).integer, from.precision));
     case Family::interval_ds:
         return Value::of(scratch = day_interval_text(number_of(value).integer, from.precision, from.scale));

@@ -2,6 +2,7 @@
 
 #include "oci/values/scan.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -10,31 +11,34 @@
 namespace oci {
 namespace {
 
-using Coefficient = Decimal::Coefficient;
-
-constexpr int most_digits = 38;
+constexpr int most_digits = WideInteger::digits - 1; ///< that are sure to have room
+constexpr int precision = 40;
+constexpr int width = 40; ///< characters of a number that is printed with an exponent
 constexpr int greatest_exponent = 125; ///< of the first digit: numbers are below 10^126 ...
 constexpr int least_exponent = -130;   ///< ... and nothing is left of what is below this power
 
 constexpr auto powers = [] {
-    std::array<Coefficient, most_digits + 1> result{};
+    std::array<WideInteger, most_digits + 1> result{};
     result[0] = 1;
     for (int i = 1; i <= most_digits; ++i) result[i] = result[i - 1] * 10;
     return result;
 }();
 
-int digits_of(Coefficient number) {
-    int count = 0;
-    while (count < most_digits && number >= powers[count]) ++count;
-    return count + (count == most_digits && number >= powers[most_digits] ? 1 : 0);
+int digits_of(const WideInteger& number) {
+    return static_cast<int>(std::upper_bound(powers.begin(), powers.end(), number) - powers.begin());
 }
 
 /// Rounds so many digits away, half of the last one kept up.
-Coefficient without_digits(Coefficient number, int count, Rounding rounding) {
-    if (count > most_digits) return 0;
-    const Coefficient quotient = number / powers[count];
-    const Coefficient rest = number % powers[count];
-    return quotient + (rounding == Rounding::half_up && rest >= powers[count] - rest ? 1 : 0);
+WideInteger without_digits(const WideInteger& number, int count, Rounding rounding) {
+    if (count > most_digits) return {};
+    constexpr int in_one_step = 19;
+    WideInteger quotient = number;
+    std::uint64_t rest = 0;
+    for (; count > in_one_step; count -= in_one_step) quotient = quotient.divide(powers[in_one_step].small(), rest);
+    // What the steps before left over is less than half of a unit here, as long as there is a digit to look at.
+    const std::uint64_t unit = powers[count].small();
+    quotient = quotient.divide(unit, rest);
+    return rounding == Rounding::half_up && rest >= unit - rest && count > 0 ? quotient + 1 : quotient;
 }
 
 } // namespace
@@ -42,8 +46,8 @@ Coefficient without_digits(Coefficient number, int count, Rounding rounding) {
 Decimal::Decimal(const Value& number) {
     if (number.type == Value::Type::integer) {
         m_negative = number.integer < 0;
-        m_coefficient =
-            m_negative ? -static_cast<Coefficient>(number.integer) : static_cast<Coefficient>(number.integer);
+        const auto bits = static_cast<std::uint64_t>(number.integer);
+        m_coefficient = m_negative ? 0 - bits : bits;
         normalize();
         return;
     }
@@ -75,7 +79,7 @@ bool Decimal::parse(std::string_view text, Decimal& number, char decimal_mark) {
     while (!text.empty() && is_space(text.back())) text.remove_suffix(1);
     const bool negative = text.starts_with('-');
     if (negative || text.starts_with('+')) text.remove_prefix(1);
-    Coefficient coefficient = 0;
+    WideInteger coefficient;
     int exponent = 0;
     int skipped = 0; // zeros that count only when another digit follows
     bool any = false;
@@ -88,11 +92,11 @@ bool Decimal::parse(std::string_view text, Decimal& number, char decimal_mark) {
         any = true;
         exponent -= point ? 1 : 0;
         if (text[0] == '0') {
-            skipped += coefficient != 0 ? 1 : 0;
-            if (coefficient != 0) continue;
+            skipped += coefficient.is_zero() ? 0 : 1;
+            if (!coefficient.is_zero()) continue;
         } else {
             if (digits_of(coefficient) + skipped + 1 > most_digits) throw OracleError(error::numeric_overflow);
-            coefficient = coefficient * powers[skipped + 1] + static_cast<unsigned>(text[0] - '0');
+            coefficient = coefficient * powers[skipped + 1] + WideInteger(static_cast<std::uint64_t>(text[0] - '0'));
             skipped = 0;
         }
     }
@@ -113,13 +117,25 @@ bool Decimal::parse(std::string_view text, Decimal& number, char decimal_mark) {
 }
 
 void Decimal::normalize() {
-    while (m_coefficient != 0 && m_coefficient % 10 == 0) {
-        m_coefficient /= 10;
-        ++m_exponent;
+    if (m_coefficient.is_zero()) {
+        m_exponent = 0;
+        m_negative = false;
+        return;
     }
-    if (m_coefficient != 0) return;
-    m_exponent = 0;
-    m_negative = false;
+    if (m_coefficient.is_small()) {
+        std::uint64_t digits = m_coefficient.small();
+        for (; digits % 10 == 0; digits /= 10) ++m_exponent;
+        m_coefficient = digits;
+        return;
+    }
+    for (const int step : {16, 8, 4, 2, 1}) {
+        std::uint64_t rest = 0;
+        for (WideInteger less = m_coefficient.divide(powers[step].small(), rest); rest == 0;
+             less = m_coefficient.divide(powers[step].small(), rest)) {
+            m_coefficient = less;
+            m_exponent += step;
+        }
+    }
 }
 
 int Decimal::digits() const {
@@ -127,11 +143,14 @@ int Decimal::digits() const {
 }
 
 std::string Decimal::digit_text() const {
-    char text[40];
+    char text[WideInteger::digits + 1];
     char* first = std::end(text);
-    Coefficient rest = m_coefficient;
-    do *--first = static_cast<char>('0' + static_cast<int>(rest % 10));
-    while ((rest /= 10) != 0);
+    WideInteger rest = m_coefficient;
+    do {
+        std::uint64_t digit = 0;
+        rest = rest.divide(10, digit);
+        *--first = static_cast<char>('0' + digit);
+    } while (!rest.is_zero());
     return {first, std::end(text)};
 }
 
@@ -140,11 +159,13 @@ std::string Decimal::text() const {
     const int point = whole_digits();
     const auto size = static_cast<int>(text.size());
     if (point > 40 || point < -40) {
-        if (size > 1) text.insert(1, 1, '.');
         const int power = point - 1;
-        text += power < 0 ? "E-" : "E+";
-        if (std::abs(power) < 10) text += '0';
-        text += std::to_string(std::abs(power));
+        const std::string exponent = (power < 0 ? "E-" : "E+") + std::to_string(std::abs(power));
+        const std::size_t wanted = static_cast<std::size_t>(width) - 1 - exponent.size();
+        text = to_digits(static_cast<int>(wanted)).digit_text();
+        text.resize(wanted, '0');
+        text.insert(1, 1, '.');
+        text += exponent;
     } else if (point >= size) {
         text.append(static_cast<std::size_t>(point - size), '0');
     } else if (point > 0) {
@@ -163,27 +184,29 @@ Decimal Decimal::operator+(const Decimal& other) const {
     const int room = most_digits - 1 - high.digits(); // one digit for the carry
     const int shift = std::min(high.m_exponent - low.m_exponent, std::max(room, 0));
     const int lost = high.m_exponent - shift - low.m_exponent;
-    const Coefficient a = high.m_coefficient * powers[shift];
-    const Coefficient b = without_digits(low.m_coefficient, lost, Rounding::half_up);
+    const WideInteger a = high.m_coefficient * powers[shift];
+    const WideInteger b = without_digits(low.m_coefficient, lost, Rounding::half_up);
     const int exponent = high.m_exponent - shift;
-    if (high.m_negative == low.m_negative) return {high.m_negative, a + b, exponent};
-    return a >= b ? Decimal(high.m_negative, a - b, exponent) : Decimal(low.m_negative, b - a, exponent);
+    if (high.m_negative == low.m_negative) return Decimal(high.m_negative, a + b, exponent).to_precision();
+    const Decimal difference =
+        a >= b ? Decimal(high.m_negative, a - b, exponent) : Decimal(low.m_negative, b - a, exponent);
+    return difference.to_precision();
 }
 
 Decimal Decimal::operator*(const Decimal& other) const {
-    if (digits() + other.digits() > most_digits) return to_digits(most_digits / 2) * other.to_digits(most_digits / 2);
-    return {m_negative != other.m_negative, m_coefficient * other.m_coefficient, m_exponent + other.m_exponent};
+    if (digits() + other.digits() > most_digits) return to_precision() * other.to_precision();
+    return Decimal(m_negative != other.m_negative, m_coefficient * other.m_coefficient, m_exponent + other.m_exponent)
+        .to_precision();
 }
 
 Decimal Decimal::operator/(const Decimal& other) const {
     if (other.is_zero()) throw OracleError(error::divisor_is_zero);
-    const Decimal divisor = other.to_digits(most_digits / 2);
-    const int shift = most_digits - digits();
-    const Coefficient dividend = m_coefficient * powers[shift];
-    Coefficient quotient = dividend / divisor.m_coefficient;
-    // What is left over must be seen when the last digits are rounded away.
-    if (dividend % divisor.m_coefficient != 0 && quotient % 10 % 5 == 0) ++quotient;
-    return {m_negative != other.m_negative, quotient, m_exponent - shift - divisor.m_exponent};
+    if (is_zero()) return *this;
+    // Two digits more than are kept: what is left over cannot make the last one another.
+    const int shift = std::max(precision + 2 + other.digits() - digits(), 0);
+    WideInteger rest;
+    const WideInteger quotient = (m_coefficient * powers[shift]).divide(other.m_coefficient, rest);
+    return Decimal(m_negative != other.m_negative, quotient, m_exponent - shift - other.m_exponent).to_precision();
 }
 
 Decimal Decimal::remainder(const Decimal& divisor) const {
@@ -191,11 +214,12 @@ Decimal Decimal::remainder(const Decimal& divisor) const {
     const int exponent = std::min(m_exponent, divisor.m_exponent);
     const int divisor_shift = divisor.m_exponent - exponent;
     if (divisor_shift > most_digits - divisor.digits()) return *this; // it is greater by far
-    const Coefficient unit = divisor.m_coefficient * powers[divisor_shift];
-    Coefficient rest = m_coefficient % unit;
+    const WideInteger unit = divisor.m_coefficient * powers[divisor_shift];
+    WideInteger rest;
+    m_coefficient.divide(unit, rest);
     for (int shift = m_exponent - exponent; shift > 0; --shift) {
         // rest * 10 may not fit: it is added up instead.
-        Coefficient next = 0;
+        WideInteger next;
         for (int i = 0; i < 10; ++i) next = next >= unit - rest ? next - (unit - rest) : next + rest;
         rest = next;
     }
@@ -222,6 +246,10 @@ Decimal Decimal::to_digits(int count) const {
     return rounded(count - whole_digits());
 }
 
+Decimal Decimal::to_precision() const {
+    return digits() < precision ? *this : to_digits(whole_digits() % 2 == 0 ? precision : precision - 1);
+}
+
 bool Decimal::hold(Value& value) const {
     const int size = digits();
     if (is_zero() || size + m_exponent - 1 < least_exponent) {
@@ -230,10 +258,8 @@ bool Decimal::hold(Value& value) const {
     }
     if (size + m_exponent - 1 > greatest_exponent) return false;
     if (m_exponent >= 0 && size + m_exponent <= 19) {
-        const Coefficient whole = m_coefficient * powers[m_exponent];
-        const Coefficient limit = (Coefficient{1} << 63) - (m_negative ? 0 : 1);
-        if (whole > limit) return false;
-        const auto bits = static_cast<std::uint64_t>(whole);
+        const std::uint64_t bits = m_coefficient.small() * powers[m_exponent].small();
+        if (bits > (std::uint64_t{1} << 63) - (m_negative ? 0 : 1)) return false;
         value = Value::of(static_cast<std::int64_t>(m_negative ? 0 - bits : bits));
         return true;
     }
@@ -241,7 +267,7 @@ bool Decimal::hold(Value& value) const {
     char text[32];
     char* end = text;
     if (m_negative) *end++ = '-';
-    end = std::to_chars(end, text + 24, static_cast<std::uint64_t>(m_coefficient)).ptr;
+    end = std::to_chars(end, text + 24, m_coefficient.small()).ptr;
     *end++ = 'e';
     end = std::to_chars(end, std::end(text), m_exponent).ptr;
     double real = 0;
@@ -266,6 +292,14 @@ Value Decimal::nearly_exact() const {
 Value Decimal::approximate() const {
     Value value;
     return hold(value) ? value : to_digits(sure_digits).exact();
+}
+
+Value Decimal::spelled(std::string& scratch) const {
+    Value value;
+    const Decimal number = to_precision();
+    if (number.hold(value)) return value;
+    if (number.whole_digits() - 1 > greatest_exponent) throw OracleError(error::numeric_overflow);
+    return Value::of(scratch = number.text());
 }
 
 Value number_of_real(double real) {

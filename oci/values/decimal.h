@@ -1,6 +1,7 @@
 #pragma once
 
 #include "oci/values/values.h"
+#include "oci/values/wide_integer.h"
 
 #include <compare>
 
@@ -8,10 +9,11 @@ namespace oci {
 
 enum class Rounding : std::uint8_t { half_up, truncate };
 
-/// A number as decimal digits and a power of ten: what is written is what is meant.
+/// A number as decimal digits and a power of ten: what is written is what is meant. Results of operators have a server's
+/// precision: 20 digits to the base of 100.
 class Decimal {
   public:
-    __extension__ typedef unsigned __int128 Coefficient;
+    using Coefficient = WideInteger;
     /// What a double gives back as it was written, whatever the digits are.
     static constexpr int sure_digits = 15;
 
@@ -28,7 +30,7 @@ class Decimal {
     /// digits than there is room for.
     static bool parse(std::string_view text, Decimal& number, char decimal_mark = '.');
 
-    bool is_zero() const { return m_coefficient == 0; }
+    bool is_zero() const { return m_coefficient.is_zero(); }
     bool is_negative() const { return m_negative; }
     bool is_whole() const { return m_exponent >= 0; }
     int digits() const;
@@ -47,7 +49,7 @@ class Decimal {
     Decimal operator+(const Decimal& other) const;
     Decimal operator-(const Decimal& other) const { return *this + -other; }
     Decimal operator*(const Decimal& other) const;
-    /// ORA-01476 by zero. Exact when it is one of few digits.
+    /// ORA-01476 by zero.
     Decimal operator/(const Decimal& other) const;
     /// The remainder of a division towards zero; of great quotients too.
     Decimal remainder(const Decimal& divisor) const;
@@ -58,6 +60,8 @@ class Decimal {
     Decimal rounded(int places, Rounding rounding = Rounding::half_up) const;
     /// Rounded to so many digits in all.
     Decimal to_digits(int count) const;
+    /// Rounded to the precision of a server: 40 digits, or 39 where those before the point are odd in number.
+    Decimal to_precision() const;
 
     /// @return false when neither an integer nor a real is this number exactly.
     bool hold(Value& value) const;
@@ -67,11 +71,13 @@ class Decimal {
     Value nearly_exact() const;
     /// Rounded to `sure_digits` where that is needed to hold it: results of division and functions.
     Value approximate() const;
+    /// What cannot be held exactly becomes the text that spells it. ORA-01426 beyond a server's range.
+    Value spelled(std::string& scratch) const;
 
   private:
     void normalize();
 
-    Coefficient m_coefficient = 0; ///< of at most 38 digits
+    Coefficient m_coefficient{};
     int m_exponent = 0;
     bool m_negative = false;
 };

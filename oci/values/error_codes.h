@@ -164,7 +164,7 @@ inline constexpr Cause one_long_only{1754, "a table may contain only one column 
 inline constexpr Cause unterminated_string{1756, "quoted string not properly terminated"};
 inline constexpr Cause mandatory_column_needs_empty_table{1758,
                                                           "table must be empty to add mandatory (NOT NULL) column"};
-inline constexpr Cause illegal_function_argument{1760, "illegal number of arguments for function"};
+inline constexpr Cause illegal_function_argument{1760, "illegal argument for function"};
 inline constexpr Cause type_in_create_as_select{1773, "may not specify column datatypes in this CREATE TABLE"};
 inline constexpr Cause looping_synonyms{1775, "looping chain of synonyms"};
 inline constexpr Cause not_key_preserved_many{1776, "cannot modify more than one base table through a join view"};
@@ -212,6 +212,7 @@ inline constexpr Cause invalid_weekday{1846, "not a valid day of the week"};
 inline constexpr Cause day_of_month_out_of_range{1847, "day of month must be between 1 and last day of month"};
 inline constexpr Cause day_of_year_out_of_range{1848, "day of year must be between 1 and 365 (366 for leap year)"};
 inline constexpr Cause hour12_out_of_range{1849, "hour must be between 1 and 12"};
+inline constexpr Cause bad_precision_specifier{1899, "bad precision specifier"};
 inline constexpr Cause hour_out_of_range{1850, "hour must be between 0 and 23"};
 inline constexpr Cause minutes_out_of_range{1851, "minutes must be between 0 and 59"};
 inline constexpr Cause seconds_out_of_range{1852, "seconds must be between 0 and 59"};
@@ -368,6 +369,7 @@ inline constexpr Cause sequence_exhausted{8004, "sequence {} and cannot be insta
 inline constexpr Cause cannot_resolve_identifier{12154, "TNS:could not resolve the connect identifier specified"};
 inline constexpr Cause character_set_conversion{12703, "this character set conversion is not supported"};
 inline constexpr Cause character_set_mismatch{12704, "character set mismatch"};
+inline constexpr Cause invalid_nls_string{12702, "invalid NLS parameter string used in SQL function"};
 inline constexpr Cause invalid_nls_value{12705, "Cannot access NLS data files or invalid environment specified"};
 inline constexpr Cause invalid_national_character_set{12714, "invalid national character set specified"};
 inline constexpr Cause regular_expression_internal{12722, "regular expression internal error"};

@@ -19,6 +19,7 @@ struct NumberFormat {
     bool fill = true;
     bool lower = false;   ///< of hexadecimal and Roman digits
     std::string currency; ///< in front
+    std::size_t currency_width = 0; ///< that is kept for it
     bool currency_behind = false;
     bool point = false;
     bool blank_zero = false; ///< B
@@ -107,6 +108,18 @@ void NumberFormat::take_element(std::string_view& format, const SessionSettings&
     }
 }
 
+/// Of a territory.
+std::string iso_currency(std::string_view territory) {
+    static constexpr std::pair<std::string_view, const char*> known[] = {
+        {"AMERICA", "USD"}, {"UNITED KINGDOM", "GBP"}, {"JAPAN", "JPY"},  {"SWITZERLAND", "CHF"}, {"GERMANY", "EUR"},
+        {"FRANCE", "EUR"},  {"ITALY", "EUR"},          {"SPAIN", "EUR"},  {"AUSTRIA", "EUR"},     {"IRELAND", "EUR"},
+        {"CANADA", "CAD"},  {"AUSTRALIA", "AUD"},      {"SWEDEN", "SEK"}, {"DENMARK", "DKK"},     {"NORWAY", "NOK"}};
+    for (const auto& [name, code] : known) {
+        if (name == territory) return code;
+    }
+    throw OracleError(error::unimplemented, "the currency of " + std::string(territory));
+}
+
 void NumberFormat::take_group(std::string_view& format) {
     require(before != 0 && !point && !shifted);
     groups |= 1;
@@ -133,13 +146,17 @@ bool NumberFormat::take_currency(std::string_view& format, const SessionSettings
     currency_behind = before + after != 0 || point;
     if (take(format, "$")) {
         currency = "$";
+        currency_width = 1;
         currency_behind = false;
     } else if (take(format, "L")) {
         currency = settings.currency;
+        currency_width = 10;
     } else if (take(format, "C")) {
-        currency = settings.iso_currency;
+        currency = iso_currency(settings.iso_currency);
+        currency_width = 7;
     } else if (take(format, "U")) {
         currency = settings.dual_currency;
+        currency_width = 10;
     }
     return !currency.empty();
 }
@@ -159,7 +176,6 @@ void NumberFormat::add_digit(char c) {
 
 std::size_t NumberFormat::width() const {
     const int sign_width = sign == Sign::angles ? 2 : 1;
-    const std::size_t currency_width = currency == "$" || currency.empty() ? currency.size() : 10;
     return static_cast<std::size_t>(before + after + std::popcount(groups) + (point ? 1 : 0) + sign_width) +
            currency_width + (form == Form::scientific ? 4 : 0);
 }

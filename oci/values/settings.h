@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 namespace oci {
 
@@ -31,5 +32,9 @@ struct SessionSettings {
     std::string client_info;
     std::string client_identifier;
 };
+
+/// With what the third argument of TO_CHAR and its kin changes: NLS_NUMERIC_CHARACTERS = ',.' NLS_CURRENCY = 'x'.
+/// ORA-12702 for what is none.
+SessionSettings with_parameters(SessionSettings settings, std::string_view parameters);
 
 } // namespace oci

@@ -1,5 +1,7 @@
 #include "oci/sql/resolver/builder.h"
 
+#include "oci/values/decimal.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -36,11 +38,6 @@ Digits digits_of(std::string_view written) {
     return result;
 }
 
-[[noreturn]] void cannot_hold(std::string_view written) {
-    throw OracleError(error::numeric_overflow,
-                      std::string(written.substr(0, 60)) + " has more digits than can be held");
-}
-
 bool equal(Nodes a, Nodes b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](const Node* x, const Node* y) { return equal(*x, *y); });
@@ -60,6 +57,7 @@ Node* Builder::make(Node::Kind kind, std::string_view text, Nodes operands, cons
         height = std::max<std::size_t>(height, operand->height);
         node->aggregates = node->aggregates || operand->aggregates;
         node->windows = node->windows || operand->windows;
+        node->unheld = node->unheld || operand->unheld;
     }
     height += kind == Node::Kind::infix ? std::min(operands.size(), longest_chain) : 1;
     if (kind == Node::Kind::infix && operands.size() > longest_chain) height += 16;
@@ -123,7 +121,14 @@ void Builder::spell_real(Node& node, const Digits& number, std::string_view writ
     const auto end = std::to_chars(shortest, std::end(shortest), std::fabs(real), std::chars_format::scientific).ptr;
     const Digits held = digits_of({shortest, static_cast<std::size_t>(end - shortest)});
     const std::string_view wanted = std::string_view(number.digits).substr(number.digits.starts_with('-') ? 1 : 0);
-    if (real == 0 || held.digits != wanted) cannot_hold(written);
+    if (real == 0) throw OracleError(error::numeric_overflow, written.substr(0, 60));
+    if (held.digits != wanted) {
+        Decimal exact;
+        Decimal::parse(spelled, exact);
+        node.text = m_arena.text(exact.to_precision().text());
+        node.unheld = true;
+        return;
+    }
     const std::string_view text(
         shortest, static_cast<std::size_t>(std::to_chars(shortest, std::end(shortest), real).ptr - shortest));
     const bool real_to_sqlite = text.find_first_of(".e") != std::string_view::npos;

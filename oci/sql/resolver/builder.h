@@ -24,7 +24,7 @@ class Builder {
     Node* raw(std::string_view text, const ColumnType& type = {}) const;
     Node* null() const;
     Node* integer(std::int64_t value) const;
-    /// ORA-01426 when neither 64 bits nor 15 to 17 digits hold it exactly.
+    /// `unheld` when neither 64 bits nor 15 to 17 digits hold it exactly.
     Node* number(std::string_view written, bool negative = false) const;
     Node* string(std::string_view text) const;
     Node* parameter(unsigned position, const ColumnType& type) const;

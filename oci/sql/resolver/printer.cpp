@@ -1,5 +1,7 @@
 #include "oci/sql/resolver/printer.h"
 
+#include "oci/functions/function_entry.h"
+
 #include <charconv>
 
 namespace oci::sql {
@@ -18,6 +20,16 @@ void print_quoted(std::string& sql, std::string_view text, char quote) {
         text.remove_prefix(at + 1);
     }
     sql.append(text) += quote;
+}
+
+void print_raw(std::string& sql, const Node& node) {
+    if (!node.unheld) {
+        sql += node.text;
+        return;
+    }
+    if (!node.spelled)
+        throw OracleError(error::numeric_overflow, std::string(node.text) + " has more digits than can be held");
+    print_quoted(sql, node.text, '\'');
 }
 
 void print_list(std::string& sql, Nodes nodes, std::string_view between = ",") {
@@ -125,7 +137,7 @@ void print_over(std::string& sql, const Over& over) {
 }
 
 void print_call(std::string& sql, const Node& call) {
-    sql.append(call.text).append(call.distinct ? "(DISTINCT " : "(");
+    sql.append(call.text).append(call.spelled ? spelling_suffix : "").append(call.distinct ? "(DISTINCT " : "(");
     print_list(sql, call.operands);
     sql += ')';
     if (call.over != nullptr) print_over(sql, *call.over);
@@ -280,7 +292,7 @@ void print_insert(std::string& sql, const Change& change) {
 
 void print(std::string& sql, const Node& node) {
     switch (node.kind) {
-    case Node::Kind::raw: sql += node.text; return;
+    case Node::Kind::raw: return print_raw(sql, node);
     case Node::Kind::string: return print_quoted(sql, node.text, '\'');
     case Node::Kind::parameter: return print_number(sql, '?', node.number);
     case Node::Kind::column: return print_column(sql, node);

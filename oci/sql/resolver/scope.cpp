@@ -31,7 +31,9 @@ FoundColumn find_here(Scope& scope, const ColumnReference& name) {
         const std::size_t index = index_of(*source, name.column.text);
         if (index == source->columns.size()) continue;
         if (source->columns[index].merged) {
-            if (name.table) throw OracleError(error::column_part_of_using_qualified);
+            const bool natural = source->columns[index].natural;
+            if (name.table)
+                throw OracleError(natural ? error::column_in_natural_join : error::column_part_of_using_qualified);
             continue;
         }
         if (found) ambiguous(name);

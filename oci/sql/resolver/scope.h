@@ -14,7 +14,8 @@ struct OutColumn {
     bool hidden = false; ///< not part of *
     bool stored = false; ///< a table's as it is
     bool never_null = false;
-    bool merged = false; ///< named by USING: it has no qualifier any more
+    bool merged = false; ///< named by USING or NATURAL: it has no qualifier any more
+    bool natural = false;
     std::uint8_t digits = 0;
     bool null = false; ///< of a query: the word NULL, which takes the type of what it is combined with
 };

@@ -223,6 +223,7 @@ class DateReader {
     const Family m_family;
     const SessionSettings& m_settings;
     std::uint32_t m_fields = 0;
+    std::vector<const DateElement*> m_taken;
     bool m_exact = false;
     bool m_mark_missing = false;
     bool m_fill = true;
@@ -287,12 +288,15 @@ void DateReader::once(const DatePart& part) {
     if (field == Field::output_only || part.spelled) throw OracleError(error::format_code_not_for_input);
     if (field == Field::none) return;
     if (has(field)) {
-        throw OracleError(field == Field::year    ? error::year_only_once
+        const bool same = std::find(m_taken.begin(), m_taken.end(), part.element) != m_taken.end();
+        throw OracleError(same                    ? error::format_code_twice
+                          : field == Field::year  ? error::year_only_once
                           : field == Field::month ? error::month_only_once
                           : field == Field::hour  ? error::hour_only_once
                                                   : error::format_code_twice);
     }
     m_fields |= 1U << static_cast<unsigned>(field);
+    m_taken.push_back(part.element);
     if (part.element->name == "HH24" && has(Field::half_day)) throw OracleError(error::hh24_precludes_meridian);
     if (field == Field::half_day && has(Field::hour) && !m_half_days) throw OracleError(error::hh24_precludes_meridian);
     if (field == Field::hour) m_half_days = part.element->name != "HH24";
@@ -384,6 +388,7 @@ void DateReader::year(const DateElement& element, bool stands_alone) {
         oci::take(m_text, "+");
     }
     const auto count = std::find_if_not(m_text.begin(), m_text.end(), is_digit) - m_text.begin();
+    if (count == 0 && element.width == 4) throw OracleError(error::year_out_of_range);
     const std::size_t width = element.width == 2 && stands_alone && count == 4 && !m_exact ? 4 : element.width;
     const int number = digits(width, m_exact && m_fill);
     const bool round = element.kind == Kind::round_year && (width == 2 || count <= 2);

@@ -101,14 +101,15 @@ Civil add_months(const Civil& date, std::int64_t months) {
     return result;
 }
 
-double months_between(const Civil& later, const Civil& earlier) {
-    const auto months = static_cast<double>(months_of(later) - months_of(earlier));
+Decimal months_between(const Civil& later, const Civil& earlier) {
+    const Decimal months(Value::of(std::int64_t{months_of(later) - months_of(earlier)}));
     const auto is_last = [](const Civil& date) { return date.day == days_in_month(date.year, date.month); };
     if (later.day == earlier.day || (is_last(later) && is_last(earlier))) return months;
     const auto into_month = [](const Civil& date) {
         return date.day * day + date.hour * 3600 + date.minute * 60 + date.second;
     };
-    return months + static_cast<double>(into_month(later) - into_month(earlier)) / (31.0 * day);
+    const Decimal seconds(Value::of(std::int64_t{into_month(later) - into_month(earlier)}));
+    return months + seconds / Decimal(false, 31 * day, 0);
 }
 
 namespace {
@@ -150,7 +151,10 @@ Civil start_of(std::string_view unit_name, const Civil& date, Nearest nearest, i
     if (name == "W") return start_of_seconds(7 * day, days_from_civil(date.year, date.month, 1) * day, date, either);
     if (name == "IYYY" || name == "IYY" || name == "IY" || name == "I") return start_of_iso_year(date, either);
     const auto* unit = std::find_if(std::begin(units), std::end(units), [&](const Unit& u) { return u.name == name; });
-    if (unit == std::end(units)) throw OracleError(error::date_format_not_recognized);
+    if (unit == std::end(units)) {
+        const bool precise = name == "SS" || name == "SSSSS" || name == "FF";
+        throw OracleError(precise ? error::bad_precision_specifier : error::date_format_not_recognized);
+    }
     if (unit->months != 0) return start_of_months(*unit, date, either);
     const int origin = unit->detail + (unit->detail == first_sunday ? first_weekday * day : 0);
     return start_of_seconds(unit->seconds, origin, date, either);

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "oci/values/values.h"
+#include "oci/values/decimal.h"
 
 namespace oci {
 
@@ -16,7 +16,7 @@ int weekday(std::int64_t days);
 /// The last day of a month stays the last day.
 Civil add_months(const Civil& date, std::int64_t months);
 /// Whole between equal days and between last days; otherwise a month counts 31 days.
-double months_between(const Civil& later, const Civil& earlier);
+Decimal months_between(const Civil& later, const Civil& earlier);
 /// The start of the unit that a date stands in, or the nearest start. ORA-01821 when the name is no unit's.
 enum class Nearest : bool { below, either };
 /// @param first_weekday  what day 1 of the week is; 0 is Sunday.

@@ -22,11 +22,12 @@ using Arguments = std::vector<Node*>;
 Node* convert_argument(Resolution& resolution, Node* value, ArgumentRule rule, const ColumnType& first) {
     switch (rule) {
     case ArgumentRule::any: return value;
+    case ArgumentRule::printable: return spell(resolution, value);
     case ArgumentRule::number: return as_number(resolution, value);
     case ArgumentRule::text:
         // Functions make texts of numbers themselves, and look at the bytes of a large object.
-        return value->type.family == Family::number || value->type.family == Family::blob ? value
-                                                                                          : as_text(resolution, value);
+        if (value->type.family == Family::number) return spell(resolution, value);
+        return value->type.family == Family::blob ? value : as_text(resolution, value);
     case ArgumentRule::date:
         return is_datetime(value->type) ? value : convert(resolution, value, expression_type(Family::date));
     case ArgumentRule::timestamp:
@@ -78,6 +79,8 @@ ColumnType result_type(const FunctionEntry& function, const Arguments& arguments
                                        [](const Node* node) { return node->type.family == Family::clob; });
         return expression_type(large ? Family::clob : Family::text);
     }
+    case ResultRule::part_of_lob:
+        return expression_type(arguments.front()->type.family == Family::blob ? Family::raw : Family::text);
     case ResultRule::unknown: break;
     }
     return {};
@@ -173,6 +176,8 @@ Node* coalesce(Resolution& resolution, Arguments arguments) {
 
 Node* null_if(Resolution& resolution, Arguments arguments) {
     const Builder& build = resolution.build;
+    if (is_null_literal(*arguments[0])) inconsistent("-", expression_type(Family::text));
+    require_same_group(*arguments[0], *arguments[1]);
     Node* same = compare(resolution, "=", arguments[0], arguments[1]);
     return build.conditional({same, build.null(), arguments[0]}, expression_type(arguments[0]->type.family));
 }
@@ -193,13 +198,17 @@ constexpr SpecialForm special_forms[] = {
     {"NVL2", 3, 3, nvl2},
 };
 
+bool is_one_character(std::string_view text) {
+    return std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }) == 1;
+}
+
 Node* trim(Resolution& resolution, const Call& call, Arguments arguments) {
     const Builder& build = resolution.build;
     const ColumnType type = expression_type(Family::text);
     const bool has_set = arguments.size() == 2;
     Node* text = as_text(resolution, arguments.front());
     Node* set = has_set ? as_text(resolution, arguments.back()) : build.string(" ");
-    if (has_set && set->kind == Node::Kind::string && set->type.size > 4)
+    if (has_set && set->kind == Node::Kind::string && !is_one_character(set->text))
         throw OracleError(error::trim_set_not_one_character);
     if (call.trim_leading) text = build.call(sqlite_name("LTRIM"), {text, set}, type);
     if (call.trim_trailing) text = build.call(sqlite_name("RTRIM"), {text, set}, type);

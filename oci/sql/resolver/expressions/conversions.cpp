@@ -187,11 +187,25 @@ Node* convert(Resolution& resolution, Node* value, const ColumnType& type) {
     if (from == Family::timestamp && type.family == Family::date)
         return build.call("substr", {value, build.integer(1), build.integer(iso_size)}, expression_type(Family::date));
     if (group == TypeGroup::text && type.family != Family::long_text)
-        return convert_by_call(build, value,
+        return convert_by_call(build, spell(resolution, value),
                                text_of_size(from == Family::number ? 40
                                             : from == Family::raw  ? 4000
                                                                    : 75));
     return convert_by_call(build, value, group == TypeGroup::number ? ColumnType::number() : type);
+}
+
+Node* spell(Resolution& resolution, Node* value) {
+    if (value->type.family != Family::number) return value;
+    const bool call = value->kind == Node::Kind::call;
+    const bool passes = call && (value->text == "coalesce" || value->text == sqlite_name("NVL"));
+    const bool spelled = call ? spells(value->text) : value->kind == Node::Kind::raw && value->unheld;
+    if (!passes && !spelled && value->kind != Node::Kind::conditional) return value;
+    Node* copy = resolution.build.copy(*value);
+    copy->spelled = spelled;
+    std::vector<Node*> operands(value->operands.begin(), value->operands.end());
+    for (Node*& operand : operands) operand = spell(resolution, operand);
+    copy->operands = resolution.arena.list(operands);
+    return copy;
 }
 
 Node* as_text(Resolution& resolution, Node* value) {
@@ -213,6 +227,12 @@ ColumnType comparison_type(const ColumnType& left, const ColumnType& right) {
     if (r == TypeGroup::text && is_comparable_with_text(l)) return left;
     if (is_datetime(left) && is_datetime(right)) return l < r ? right : left;
     inconsistent(type_name(left), right);
+}
+
+void require_same_group(const Node& left, const Node& right) {
+    const bool one_is_text = (group_of(left.type) == TypeGroup::text) != (group_of(right.type) == TypeGroup::text);
+    const bool known = left.type.family != Family::unknown && right.type.family != Family::unknown;
+    if (known && one_is_text) inconsistent(type_name(left.type), right.type);
 }
 
 void align(Resolution& resolution, Node*& left, Node*& right) {

@@ -43,12 +43,16 @@ std::string_view type_name(const ColumnType& type);
 
 /// The value as one of another type, as the dialect converts it without being asked. ORA-00932 where it does not.
 Node* convert(Resolution& resolution, Node* value, const ColumnType& type);
+/// A number with all digits that a server has, for what takes a text in its place.
+Node* spell(Resolution& resolution, Node* value);
 /// A value that text is made of.
 Node* as_text(Resolution& resolution, Node* value);
 Node* as_number(Resolution& resolution, Node* value);
 
 /// What two values are compared as; unknown where only the values tell. ORA-00932 when they cannot be compared.
 ColumnType comparison_type(const ColumnType& left, const ColumnType& right);
+/// ORA-00932 for a text and what is none: CASE and NULLIF convert nothing.
+void require_same_group(const Node& left, const Node& right);
 /// Makes two values comparable.
 void align(Resolution& resolution, Node*& left, Node*& right);
 /// What ORDER BY, GROUP BY and DISTINCT look at.

@@ -160,7 +160,7 @@ Node* concatenation(Resolution& resolution, std::vector<Node*> operands) {
     bool large = false;
     int size = 0;
     for (Node*& operand : operands) {
-        if (operand->type.family != Family::number) operand = as_text(resolution, operand);
+        operand = operand->type.family == Family::number ? spell(resolution, operand) : as_text(resolution, operand);
         large = large || operand->type.family == Family::clob;
         size += operand->type.family == Family::number ? 40
                 : operand->type.size == 0              ? longest_text
@@ -228,7 +228,9 @@ Node* conditional(Resolution& resolution, Scope& scope, const Conditional& expre
         if (operand == nullptr) {
             conditions.push_back(resolve_condition(resolution, scope, *when));
         } else {
-            conditions.push_back(compare(resolution, "=", operand, resolve(resolution, scope, *when)));
+            Node* value = resolve(resolution, scope, *when);
+            require_same_group(*operand, *value);
+            conditions.push_back(compare(resolution, "=", operand, value));
         }
         values.push_back(resolve(resolution, scope, *then));
     }
@@ -252,6 +254,7 @@ Node* cast(Resolution& resolution, Scope& scope, const Cast& cast) {
     if (is_datetime(value->type) && is_datetime(type) && from != type.family)
         return fit(resolution, convert(resolution, value, type), type, "CAST");
     if (is_placeholder(resolution, *value)) set_target(resolution, *value, expression_type(Family::text));
+    if (group_of(type) == TypeGroup::text) value = spell(resolution, value);
     return build.call(operators::cast,
                       {value, build.integer(static_cast<int>(from)), build.integer(static_cast<int>(type.family)),
                        build.integer(type.size), build.integer(type.precision), build.integer(type.scale)},

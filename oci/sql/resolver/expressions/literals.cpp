@@ -73,12 +73,15 @@ class IntervalReader {
                                                  60 * nanoseconds_per_second,
                                                  nanoseconds_per_second};
         static constexpr std::int64_t limits[] = {0, 12, 0, 24, 60, 60};
+        static constexpr const error::Cause* causes[] = {
+            nullptr, &error::invalid_month,       nullptr, &error::hour_out_of_range, &error::minutes_out_of_range,
+            &error::seconds_out_of_range};
         std::int64_t total = 0;
         for (std::uint8_t field = m_literal.leading; field <= m_literal.trailing; ++field) {
             const bool leads = field == m_literal.leading;
             if (!leads) take_separator();
             const std::int64_t number = take_number(leads ? m_literal.leading_precision : 2);
-            if (!leads && number >= limits[field]) throw OracleError(error::invalid_interval);
+            if (!leads && number >= limits[field]) throw OracleError(*causes[field]);
             std::int64_t part = 0;
             if (__builtin_mul_overflow(number, units[field], &part) || __builtin_add_overflow(total, part, &total))
                 throw OracleError(error::interval_precision_too_small);

@@ -221,7 +221,11 @@ Node* logical(Resolution& resolution, Scope& scope, const Logical& logical) {
 
 Node* compare(Resolution& resolution, std::string_view sign, Node* left, Node* right) {
     align(resolution, left, right);
-    return resolution.build.infix(sign, {left, right});
+    if (!left->unheld && !right->unheld) return resolution.build.infix(sign, {left, right});
+    Node* order = resolution.build.call(operators::compare_numbers, {spell(resolution, left), spell(resolution, right)},
+                                        ColumnType::number());
+    order->unheld = false;
+    return resolution.build.infix(sign, {order, resolution.build.integer(0)});
 }
 
 Node* resolve_predicate(Resolution& resolution, Scope& scope, const Expression& expression) {

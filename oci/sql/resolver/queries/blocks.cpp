@@ -52,7 +52,7 @@ class BlockResolver {
         m_plan.distinct = m_block.distinct;
         if (hierarchical) {
             end_hierarchy(m_resolution, m_scope, hierarchy, m_plan, in_rows);
-        } else if (m_row_limit != nullptr) {
+        } else if (m_row_limit != nullptr || (!m_scope.row_numbers.empty() && aggregates())) {
             limit_by_row_numbers(in_rows);
         }
         ResolvedQuery result{grouping.finish(m_plan), m_resolution.arena.list(m_columns), at_most_one_row()};
@@ -74,6 +74,7 @@ class BlockResolver {
             const std::size_t numbers = m_scope.row_numbers.size();
             m_scope.mentioned.clear();
             m_scope.outer_joined = nullptr;
+            if (m_scope.hierarchy != nullptr) m_scope.hierarchy->asked_early = false;
             Node* condition = resolve_condition(m_resolution, m_scope, *expression);
             if (m_scope.row_numbers.size() > numbers) {
                 bound_row_number(*expression);
@@ -84,6 +85,8 @@ class BlockResolver {
                 m_scope.columns.resize(mentions);
                 m_later.push_back(expression);
             } else {
+                if (m_scope.hierarchy != nullptr && m_scope.hierarchy->asked_early)
+                    throw OracleError(error::unimplemented, "CONNECT_BY_ISLEAF in a condition that joins tables");
                 conditions.push_back(condition);
             }
         }
@@ -250,10 +253,12 @@ class BlockResolver {
         }
     }
 
+    bool aggregates() const {
+        return m_block.grouped || std::any_of(m_items.begin(), m_items.end(), [](const Node* i) { return i->aggregates; });
+    }
+
     bool at_most_one_row() const {
-        if (m_plan.group.empty() &&
-            std::any_of(m_items.begin(), m_items.end(), [](const Node* i) { return i->aggregates; }))
-            return true;
+        if (m_plan.group.empty() && !m_block.grouped && aggregates()) return true;
         const bool dual = m_plan.from.empty() && m_block.connect_by == nullptr;
         const Node* limit = m_row_limit;
         return dual ||

@@ -103,6 +103,8 @@ bool Grouping::is_key(const Node& node) const {
 }
 
 bool Grouping::is_own_column(const Node& node) const {
+    const auto& numbers = m_scope.row_numbers;
+    if (std::find(numbers.begin(), numbers.end(), &node) != numbers.end()) return true;
     return node.kind == Node::Kind::column &&
            std::any_of(m_scope.sources.begin(), m_scope.sources.end(),
                        [&](const RowSource* source) { return source->number == node.number; });
@@ -191,8 +193,7 @@ Select* Grouping::of_set(const Select& plan, Set set) {
 
 Select* Grouping::nest(Select& plan) {
     if (!m_block.grouped) throw OracleError(error::nested_group_without_group_by);
-    if (!m_plain || plan.having != nullptr || !plan.order.empty())
-        throw OracleError(error::unimplemented, "aggregates of aggregates beside HAVING, ORDER BY or grouping sets");
+    if (!m_plain) throw OracleError(error::unimplemented, "aggregates of aggregates beside grouping sets");
     const Builder& build = m_resolution.build;
     RowSource source;
     source.number = ++m_resolution.sources;
@@ -206,6 +207,7 @@ Select* Grouping::nest(Select& plan) {
     std::vector<Node*> items;
     for (Node* item : plan.items) {
         items.push_back(clone(build, *item, [&](Node& node) -> Node* {
+            if (is_own_column(node)) throw OracleError(error::not_a_single_group);
             if (!node.aggregate) return nullptr;
             Node* outer = build.copy(node);
             outer->operands = m_resolution.arena.list(std::vector<Node*>(node.operands.begin(), node.operands.end()));
@@ -219,6 +221,7 @@ Select* Grouping::nest(Select& plan) {
     Select* groups = m_resolution.arena.make<Select>(plan);
     groups->items = m_resolution.arena.list(captures.items);
     groups->group = m_resolution.arena.list(m_keys);
+    groups->order = {}; // of the one row
     groups->named = true;
     return select_from(m_resolution, source, groups, items);
 }

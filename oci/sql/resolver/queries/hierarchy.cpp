@@ -223,9 +223,13 @@ void end_hierarchy(Resolution& resolution, Scope& scope, Hierarchy& hierarchy, S
 Node* hierarchy_column(Resolution& resolution, Scope& scope, std::string_view name) {
     const bool known = name == "LEVEL" || name == "CONNECT_BY_ISLEAF" || name == "CONNECT_BY_ISCYCLE";
     if (!known) return nullptr;
-    const Hierarchy& hierarchy = *scope_of_hierarchy(scope).hierarchy;
+    Hierarchy& hierarchy = *scope_of_hierarchy(scope).hierarchy;
     if (name == "LEVEL") return level(resolution, hierarchy);
-    if (hierarchy.condition == nullptr) throw OracleError(error::not_allowed_here, name);
+    if (hierarchy.condition == nullptr) {
+        if (scope.clause != Clause::where) throw OracleError(error::not_allowed_here, name);
+        hierarchy.asked_early = true;
+        return resolution.build.integer(0);
+    }
     return name == "CONNECT_BY_ISLEAF" ? leaf(resolution, hierarchy) : cycle(resolution, hierarchy);
 }
 

@@ -19,6 +19,7 @@ struct Hierarchy {
     bool has_prior = false;
     bool nocycle = false;
     bool in_condition = false;
+    bool asked_early = false; ///< WHERE has asked for what is known only behind CONNECT BY
     std::span<const OrderItem> siblings;
     std::span<SortKey> order;
 };

@@ -126,7 +126,10 @@ class WithClause {
     }
 
     Common resolve_plain(const WithQuery& with) {
+        const std::string_view around =
+            std::exchange(m_resolution.defining, with.columns.empty() ? with.name.text : std::string_view());
         ResolvedQuery query = resolve_query(m_resolution, &m_scope, *with.query);
+        m_resolution.defining = around;
         rename(query, with);
         const unsigned number = ++m_resolution.commons;
         m_scope.queries.push_back({with.name.text, number, query.columns});

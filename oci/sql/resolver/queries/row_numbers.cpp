@@ -59,6 +59,10 @@ Select& take_rows_apart(Resolution& resolution, Scope& scope, Select& plan, std:
         Node& column = *scope.columns[i];
         become_column(build, column, source.number, captures.index_of(build, column));
     }
+    for (Node* number : scope.row_numbers) {
+        become_column(build, *number, source.number, captures.index_of(build, *number));
+        number->windows = false;
+    }
     if (captures.items.empty()) captures.items.push_back(build.integer(1));
     Select& rows = *resolution.arena.make<Select>();
     rows.items = resolution.arena.list(captures.items);

@@ -45,8 +45,10 @@ class FromClause {
         if (source.lateral) throw OracleError(error::unimplemented, "LATERAL");
         if (source.kind == Source::Kind::query) return of_query(source);
         if (!source.table.schema) {
-            if (const NamedQuery* query = find_query(m_scope, source.table.name.text))
-                return of_named_query(source, *query);
+            const std::string_view name = source.table.name.text;
+            if (const NamedQuery* query = find_query(m_scope, name)) return of_named_query(source, *query);
+            if (name == m_resolution.defining && m_resolution.catalogue.relation({}, name) == nullptr)
+                throw OracleError(error::recursive_needs_columns);
         }
         return is_dual(source.table) ? of_dual(source) : of_relation(source);
     }
@@ -175,7 +177,7 @@ class FromClause {
     }
 
     /// The value of a column on one side of a join; a column that was merged before counts for its side.
-    Node* side(std::string_view name, std::size_t from, std::size_t to, OutColumn& out) {
+    Node* side(bool natural, std::string_view name, std::size_t from, std::size_t to, OutColumn& out) {
         Node* found = nullptr;
         const auto merged = std::find_if(m_scope.merged.begin(), m_scope.merged.end(),
                                          [&](const MergedColumn& column) { return column.name == name; });
@@ -193,6 +195,7 @@ class FromClause {
                 found = column_node(m_resolution, m_scope, source, c);
                 out = source.columns[c];
                 source.columns[c].merged = true;
+                source.columns[c].natural = natural;
             }
         }
         if (found == nullptr) throw OracleError(error::invalid_identifier, quoted_path({name}));
@@ -202,8 +205,8 @@ class FromClause {
     Node* merge(const Source& join, std::string_view name, std::size_t first, std::size_t middle) {
         OutColumn column;
         OutColumn other;
-        Node* left = side(name, first, middle, column);
-        Node* right = side(name, middle, m_scope.sources.size(), other);
+        Node* left = side(join.natural, name, first, middle, column);
+        Node* right = side(join.natural, name, middle, m_scope.sources.size(), other);
         Node* value = left;
         if (join.join == Source::Join::right) value = right, column = other;
         if (join.join == Source::Join::full) {

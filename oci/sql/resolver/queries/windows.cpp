@@ -4,6 +4,7 @@
 #include "oci/sql/resolver/expressions/calls.h"
 #include "oci/sql/resolver/expressions/conversions.h"
 #include "oci/sql/resolver/expressions/expressions.h"
+#include "oci/values/dates/dates.h"
 
 #include <algorithm>
 
@@ -58,8 +59,23 @@ Over::Bound bound(Resolution& resolution, Scope& scope, const Window::Bound& wri
     case Kind::preceding:
     case Kind::following: break;
     }
-    Node* offset = as_number(resolution, resolve(resolution, scope, *written.offset));
+    Node* offset = resolve(resolution, scope, *written.offset);
+    if (group_of(offset->type) != TypeGroup::interval_ds) offset = as_number(resolution, offset);
     return {written.kind == Kind::preceding ? "PRECEDING" : "FOLLOWING", offset};
+}
+
+/// A RANGE over dates counts their seconds.
+void count_seconds(Resolution& resolution, Over& over) {
+    const Builder& build = resolution.build;
+    SortKey& order = over.order.front();
+    order.key = build.call("strftime", {build.raw("'%s'"), order.key}, {});
+    order.key = build.infix("+", {order.key, build.integer(0)}, ColumnType::number());
+    for (Over::Bound* bound : {&over.from, &over.to}) {
+        if (bound->offset == nullptr) continue;
+        const bool interval = group_of(bound->offset->type) == TypeGroup::interval_ds;
+        bound->offset = interval ? build.infix("/", {bound->offset, build.raw("1e9")}, ColumnType::number())
+                                 : build.infix("*", {bound->offset, build.integer(seconds_per_day)}, {});
+    }
 }
 
 Over* over(Resolution& resolution, Scope& scope, const Window& window) {
@@ -78,17 +94,52 @@ Over* over(Resolution& resolution, Scope& scope, const Window& window) {
         window.unit == Window::Unit::range && (result->from.offset != nullptr || result->to.offset != nullptr);
     if (!distance) return result;
     if (result->order.size() != 1) throw OracleError(error::invalid_window_aggregation);
-    if (group_of(result->order.front().key->type) != TypeGroup::number)
-        throw OracleError(error::unimplemented, "RANGE over other than numbers");
+    const TypeGroup group = group_of(result->order.front().key->type);
+    const auto is_interval = [](const Over::Bound& bound) {
+        return bound.offset != nullptr && group_of(bound.offset->type) == TypeGroup::interval_ds;
+    };
+    const bool interval = is_interval(result->from) || is_interval(result->to);
+    if (group != TypeGroup::number && group != TypeGroup::date)
+        throw OracleError(error::unimplemented, "RANGE over other than numbers and dates");
+    if (interval && group == TypeGroup::number) throw OracleError(error::invalid_window_aggregation);
+    if (group == TypeGroup::date) count_seconds(resolution, *result);
     return result;
+}
+
+bool looks_for_one_row(std::string_view name) {
+    return is_one_of(name, {"LAG", "LEAD", "FIRST_VALUE", "LAST_VALUE", "NTH_VALUE"});
+}
+
+/// LAG and its kin where they pass over NULLs, or count from the last row: the nth value of a frame.
+Node* nth_of_frame(Resolution& resolution, Scope& scope, const Call& call) {
+    const std::string_view name = call.name.text;
+    const bool neighbour = is_one_of(name, {"LAG", "LEAD"});
+    const std::size_t most = neighbour ? 3 : name == "NTH_VALUE" ? 2 : 1;
+    if (call.arguments.empty() || call.arguments.size() > most) throw OracleError(error::wrong_argument_count, name);
+    if (name == "NTH_VALUE" && call.arguments.size() < 2) throw OracleError(error::not_enough_arguments, name);
+    const Builder& build = resolution.build;
+    std::vector<Node*> arguments = resolve_all(resolution, scope, call.arguments);
+    const bool from_last = is_one_of(name, {"LAG", "LAST_VALUE"}) || call.from_last;
+    Node* options = build.string(call.ignore_nulls ? (from_last ? "il" : "if") : (from_last ? "rl" : "rf"));
+    Node* count = arguments.size() > 1 ? as_number(resolution, arguments[1]) : build.integer(1);
+    Node* node = build.call("ora_nth_of_frame", {options, arguments[0], count}, arguments[0]->type);
+    node->over = over(resolution, scope, *call.over);
+    node->windows = true;
+    if (!neighbour) return node;
+    if (!node->over->unit.empty()) throw OracleError(error::missing_right_parenthesis);
+    node->over->unit = "ROWS";
+    node->over->from = name == "LAG" ? Over::Bound{"UNBOUNDED PRECEDING"} : Over::Bound{"FOLLOWING", build.integer(1)};
+    node->over->to = name == "LAG" ? Over::Bound{"PRECEDING", build.integer(1)} : Over::Bound{"UNBOUNDED FOLLOWING"};
+    if (arguments.size() < 3) return node;
+    return build.call("coalesce", {node, convert(resolution, arguments[2], node->type)}, node->type);
 }
 
 void check_window(const Call& call, const FunctionEntry& function) {
     const std::string name(function.name);
     if (function.role == FunctionRole::scalar || function.role == FunctionRole::aggregate)
         throw OracleError(error::unimplemented, name + " OVER");
-    if (call.ignore_nulls || call.from_last)
-        throw OracleError(error::unimplemented, name + " IGNORE NULLS or FROM LAST");
+    if (call.ignore_nulls && !looks_for_one_row(name))
+        throw OracleError(error::missing_right_parenthesis);
     if (call.distinct && name != "LISTAGG") throw OracleError(error::unimplemented, name + "(DISTINCT ...) OVER");
     const bool ranks =
         is_one_of(name, {"ROW_NUMBER", "RANK", "DENSE_RANK", "PERCENT_RANK", "CUME_DIST", "NTILE", "LAG", "LEAD"});
@@ -195,6 +246,7 @@ Node* aggregate_call(Resolution& resolution, Scope& scope, const Call& call, con
     if (call.over != nullptr) check_window(call, function);
     if (call.over == nullptr && function.role == FunctionRole::window) throw OracleError(error::missing_window);
     const Inside inside(scope, call);
+    if (call.ignore_nulls || call.from_last) return nth_of_frame(resolution, scope, call);
     Node* node = nullptr;
     if (!call.keep.empty()) {
         node = keep(resolution, scope, call);
