@@ -88,7 +88,7 @@ struct FunctionEntry {
     bool null_from_null = true; ///< NULL where any argument is: it need not be called then
     bool deterministic = true;  ///< of equal arguments always the same
     HiddenArgument hidden = HiddenArgument::none;
-    bool spells = false;         ///< it has a second form, which spells the numbers that cannot be held
+    bool spells = false;        ///< it has a second form, which spells the numbers that cannot be held
     Callbacks spelling_calls{}; ///< of that form, where it has its own
 };
 

@@ -214,7 +214,8 @@ void register_functions(sqlite3* db, const SessionSettings& settings) {
             for (int count = least; count <= most; ++count) {
                 register_function(db, entry, entry.callbacks, entry.sqlite_name, count, context);
                 if (entry.spells) {
-                    const Callbacks& calls = entry.spelling_calls.step != nullptr ? entry.spelling_calls : entry.callbacks;
+                    const Callbacks& calls =
+                        entry.spelling_calls.step != nullptr ? entry.spelling_calls : entry.callbacks;
                     const std::string name = std::string(entry.sqlite_name).append(spelling_suffix);
                     register_function(db, entry, calls, name.c_str(), count, spelling);
                 }

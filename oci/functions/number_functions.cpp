@@ -311,8 +311,10 @@ constexpr FunctionEntry entries[] = {
     {"SINH", 1, 1, {number}, a_number, "ora_sinh", {call<strict<math<hyperbolic_sine>>>}},
     {"COSH", 1, 1, {number}, a_number, "ora_cosh", {call<strict<math<hyperbolic_cosine>>>}},
     {"TANH", 1, 1, {number}, a_number, "ora_tanh", {call<strict<math<hyperbolic_tangent>>>}},
-    spelling({"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}}),
-    spelling({"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}}),
+    spelling(
+        {"ROUND", 1, 2, {any}, ResultRule::like_argument, "ora_round", {call<strict<rounded<Rounding::half_up>>>}}),
+    spelling(
+        {"TRUNC", 1, 2, {any}, ResultRule::like_argument, "ora_trunc", {call<strict<rounded<Rounding::truncate>>>}}),
 };
 
 } // namespace

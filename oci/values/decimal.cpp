@@ -13,7 +13,7 @@ namespace {
 
 constexpr int most_digits = WideInteger::digits - 1; ///< that are sure to have room
 constexpr int precision = 40;
-constexpr int width = 40; ///< characters of a number that is printed with an exponent
+constexpr int width = 40;              ///< characters of a number that is printed with an exponent
 constexpr int greatest_exponent = 125; ///< of the first digit: numbers are below 10^126 ...
 constexpr int least_exponent = -130;   ///< ... and nothing is left of what is below this power
 

@@ -9,8 +9,8 @@ namespace oci {
 
 enum class Rounding : std::uint8_t { half_up, truncate };
 
-/// A number as decimal digits and a power of ten: what is written is what is meant. Results of operators have a server's
-/// precision: 20 digits to the base of 100.
+/// A number as decimal digits and a power of ten: what is written is what is meant. Results of operators have a
+/// server's precision: 20 digits to the base of 100.
 class Decimal {
   public:
     using Coefficient = WideInteger;

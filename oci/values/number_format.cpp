@@ -17,8 +17,8 @@ struct NumberFormat {
     Form form = Form::plain;
     Sign sign = Sign::only_minus;
     bool fill = true;
-    bool lower = false;   ///< of hexadecimal and Roman digits
-    std::string currency; ///< in front
+    bool lower = false;             ///< of hexadecimal and Roman digits
+    std::string currency;           ///< in front
     std::size_t currency_width = 0; ///< that is kept for it
     bool currency_behind = false;
     bool point = false;

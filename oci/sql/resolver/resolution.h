@@ -24,7 +24,7 @@ struct Resolution {
     unsigned sources = 0; ///< numbers that have been given
     unsigned commons = 0;
     std::string_view defining{}; ///< the WITH query that is being read and cannot mean itself
-    int views = 0; ///< that are being put in the place of their names, one within the other
+    int views = 0;               ///< that are being put in the place of their names, one within the other
     int queries = 0;
 };
 

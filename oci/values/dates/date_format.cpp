@@ -2,6 +2,7 @@
 #include "oci/values/formats.h"
 #include "oci/values/scan.h"
 
+#include <array>
 #include <utility>
 
 namespace oci {
@@ -223,7 +224,7 @@ class DateReader {
     const Family m_family;
     const SessionSettings& m_settings;
     std::uint32_t m_fields = 0;
-    std::vector<const DateElement*> m_taken;
+    std::array<const DateElement*, 32> m_taken{}; ///< for each field
     bool m_exact = false;
     bool m_mark_missing = false;
     bool m_fill = true;
@@ -288,7 +289,7 @@ void DateReader::once(const DatePart& part) {
     if (field == Field::output_only || part.spelled) throw OracleError(error::format_code_not_for_input);
     if (field == Field::none) return;
     if (has(field)) {
-        const bool same = std::find(m_taken.begin(), m_taken.end(), part.element) != m_taken.end();
+        const bool same = m_taken[static_cast<std::size_t>(field)] == part.element;
         throw OracleError(same                    ? error::format_code_twice
                           : field == Field::year  ? error::year_only_once
                           : field == Field::month ? error::month_only_once
@@ -296,7 +297,7 @@ void DateReader::once(const DatePart& part) {
                                                   : error::format_code_twice);
     }
     m_fields |= 1U << static_cast<unsigned>(field);
-    m_taken.push_back(part.element);
+    m_taken[static_cast<std::size_t>(field)] = part.element;
     if (part.element->name == "HH24" && has(Field::half_day)) throw OracleError(error::hh24_precludes_meridian);
     if (field == Field::half_day && has(Field::hour) && !m_half_days) throw OracleError(error::hh24_precludes_meridian);
     if (field == Field::hour) m_half_days = part.element->name != "HH24";

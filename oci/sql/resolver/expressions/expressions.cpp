@@ -329,7 +329,7 @@ Node* combine(Resolution& resolution, BinaryOperator op, Node* left, Node* right
     if (is_number(*left) && is_number(*right) && is_arithmetic(*left))
         return chained(resolution, signs[static_cast<std::size_t>(op)], left, right);
     ColumnType type = expression_type(found->result);
-    if (l == found->result && group_of(left->type) != TypeGroup::number) type = left->type;
+    if (l == found->result && (is_datetime(left->type) || group_of(left->type) == TypeGroup::text)) type = left->type;
     if (found->result == Family::interval_ds && l != Family::interval_ds && r != Family::interval_ds)
         type.scale = std::max(left->type.scale, right->type.scale);
     return resolution.build.call(found->function, {left, right}, type);

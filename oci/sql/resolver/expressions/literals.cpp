@@ -73,9 +73,12 @@ class IntervalReader {
                                                  60 * nanoseconds_per_second,
                                                  nanoseconds_per_second};
         static constexpr std::int64_t limits[] = {0, 12, 0, 24, 60, 60};
-        static constexpr const error::Cause* causes[] = {
-            nullptr, &error::invalid_month,       nullptr, &error::hour_out_of_range, &error::minutes_out_of_range,
-            &error::seconds_out_of_range};
+        static constexpr const error::Cause* causes[] = {nullptr,
+                                                         &error::invalid_month,
+                                                         nullptr,
+                                                         &error::hour_out_of_range,
+                                                         &error::minutes_out_of_range,
+                                                         &error::seconds_out_of_range};
         std::int64_t total = 0;
         for (std::uint8_t field = m_literal.leading; field <= m_literal.trailing; ++field) {
             const bool leads = field == m_literal.leading;

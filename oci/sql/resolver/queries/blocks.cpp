@@ -254,7 +254,8 @@ class BlockResolver {
     }
 
     bool aggregates() const {
-        return m_block.grouped || std::any_of(m_items.begin(), m_items.end(), [](const Node* i) { return i->aggregates; });
+        return m_block.grouped ||
+               std::any_of(m_items.begin(), m_items.end(), [](const Node* i) { return i->aggregates; });
     }
 
     bool at_most_one_row() const {

@@ -138,8 +138,7 @@ void check_window(const Call& call, const FunctionEntry& function) {
     const std::string name(function.name);
     if (function.role == FunctionRole::scalar || function.role == FunctionRole::aggregate)
         throw OracleError(error::unimplemented, name + " OVER");
-    if (call.ignore_nulls && !looks_for_one_row(name))
-        throw OracleError(error::missing_right_parenthesis);
+    if (call.ignore_nulls && !looks_for_one_row(name)) throw OracleError(error::missing_right_parenthesis);
     if (call.distinct && name != "LISTAGG") throw OracleError(error::unimplemented, name + "(DISTINCT ...) OVER");
     const bool ranks =
         is_one_of(name, {"ROW_NUMBER", "RANK", "DENSE_RANK", "PERCENT_RANK", "CUME_DIST", "NTILE", "LAG", "LEAD"});
