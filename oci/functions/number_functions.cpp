@@ -84,37 +84,52 @@ template <Operator op> Value arithmetic(Arguments& in) {
         if (from_date && to_date && op == Operator::subtract) return in.quotient(days_between(first, second));
         if (from_date || to_date) throw OracleError(error::inconsistent_datatypes, "expected NUMBER got DATE");
     }
-    if (in.spells()) return in.number(calculate<op>(decimal_of(a), decimal_of(b)));
-    return calculate<op>(number_of(a), number_of(b));
+    const bool texts = a.type == Value::Type::text || b.type == Value::Type::text;
+    if (!in.spells() && !texts) return calculate<op>(number_of(a), number_of(b));
+    const Decimal result = calculate<op>(decimal_of(a), decimal_of(b));
+    return op == Operator::divide ? in.quotient(result) : in.number(result);
 }
 
-Value spelled_chain(Arguments& in) {
-    Decimal result = decimal_of(in[1]);
-    int next = 2;
-    for (const char sign : in[0].text()) {
-        const Decimal operand = decimal_of(in[next++]);
-        result = sign == '+'   ? result + operand
-                 : sign == '-' ? result - operand
-                 : sign == '*' ? result * operand
-                               : result / operand;
+/// One step of a chain in numbers that are held. @return false when it takes decimals.
+bool quick_step(char sign, const Value& a, const Value& b, Value& result) {
+    if (!is_number(a) || !is_number(b)) return false;
+    const auto step = [&]<Operator op>() {
+        std::int64_t exact = 0;
+        const bool integers = a.type == Value::Type::integer && b.type == Value::Type::integer;
+        if (!integers) return calculate_quickly<op>(a, b, result);
+        if (!calculate<op>(a.integer, b.integer, exact)) return false;
+        result = Value::of(exact);
+        return true;
+    };
+    switch (sign) {
+    case '+': return step.operator()<Operator::add>();
+    case '-': return step.operator()<Operator::subtract>();
+    case '*': return step.operator()<Operator::multiply>();
+    default: return step.operator()<Operator::divide>();
     }
-    return in.number(result);
 }
 
 /// ora_chain(signs, a, b, ...): the operators one after the other, from the left. Calls within calls would soon be too
-/// deep for SQLite.
+/// deep for SQLite. From the first step on that takes decimals, nothing is rounded before the end.
 Value chain(Arguments& in) {
-    if (in.spells()) return spelled_chain(in);
-    Value result = number_of(in[1]);
-    int next = 2;
-    for (const char sign : in[0].text()) {
-        const Value operand = number_of(in[next++]);
-        result = sign == '+'   ? calculate<Operator::add>(result, operand)
-                 : sign == '-' ? calculate<Operator::subtract>(result, operand)
-                 : sign == '*' ? calculate<Operator::multiply>(result, operand)
-                               : calculate<Operator::divide>(result, operand);
+    const std::string_view signs = in[0].text();
+    Value result = in[1];
+    int done = 0;
+    const auto count = static_cast<int>(signs.size());
+    while (done < count && quick_step(signs[static_cast<std::size_t>(done)], result, in[done + 2], result)) ++done;
+    if (done == count && is_number(result)) return result;
+    Decimal exact = decimal_of(result);
+    bool divided = false;
+    for (; done < count; ++done) {
+        const char sign = signs[static_cast<std::size_t>(done)];
+        const Decimal operand = decimal_of(in[done + 2]);
+        divided = divided || sign == '/';
+        exact = sign == '+'   ? exact + operand
+                : sign == '-' ? exact - operand
+                : sign == '*' ? exact * operand
+                              : exact / operand;
     }
-    return result;
+    return divided ? in.quotient(exact) : in.number(exact);
 }
 
 Value compared(Arguments& in) {

@@ -58,6 +58,7 @@ Node* Builder::make(Node::Kind kind, std::string_view text, Nodes operands, cons
         node->aggregates = node->aggregates || operand->aggregates;
         node->windows = node->windows || operand->windows;
         node->unheld = node->unheld || operand->unheld;
+        node->divides = node->divides || operand->divides;
     }
     height += kind == Node::Kind::infix ? std::min(operands.size(), longest_chain) : 1;
     if (kind == Node::Kind::infix && operands.size() > longest_chain) height += 16;

@@ -62,6 +62,7 @@ struct Node {
     bool aggregates = false;  ///< it is one, or there is one below
     bool windows = false;     ///< likewise of window functions
     bool unheld = false;      ///< likewise of numbers with more digits than can be held
+    bool divides = false;     ///< likewise of quotients, which have any number of digits
     bool spelled = false;     ///< its number is wanted with all digits, as a text where it cannot be held
     std::uint8_t digits = 0;  ///< a whole number of at most so many digits; 0: not known to be one
     std::uint16_t height = 1; ///< of the tree

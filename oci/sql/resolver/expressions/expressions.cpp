@@ -130,6 +130,19 @@ Node* plain_arithmetic(Resolution& resolution, BinaryOperator op, Node* left, No
     return node;
 }
 
+bool is_arithmetic(const Node& node) {
+    if (node.kind != Node::Kind::call || !is_number(node)) return false;
+    for (const std::string_view name : {"ora_chain", "ora_add", "ora_sub", "ora_mul", "ora_div"}) {
+        if (node.text == name) return true;
+    }
+    return false;
+}
+
+/// What goes from one operator into the next may be longer than what can be held.
+Node* on_the_way(Resolution& resolution, Node* value) {
+    return is_arithmetic(*value) && !value->divides ? spell(resolution, value) : value;
+}
+
 /// Operators of numbers one after the other in one call: SQLite's parser has room for some thirty calls within calls.
 Node* chained(Resolution& resolution, char sign, Node* left, Node* right) {
     constexpr std::size_t most_operands = 100;
@@ -140,18 +153,10 @@ Node* chained(Resolution& resolution, char sign, Node* left, Node* right) {
     if (chain) {
         operands.insert(operands.end(), left->operands.begin() + 1, left->operands.end());
     } else {
-        operands.push_back(left);
+        operands.push_back(on_the_way(resolution, left));
     }
     operands.push_back(right);
     return resolution.build.call(operators::chain, resolution.arena.list(operands), ColumnType::number());
-}
-
-bool is_arithmetic(const Node& node) {
-    if (node.kind != Node::Kind::call || !is_number(node)) return false;
-    for (const std::string_view name : {"ora_chain", "ora_add", "ora_sub", "ora_mul", "ora_div"}) {
-        if (node.text == name) return true;
-    }
-    return false;
 }
 
 Node* concatenation(Resolution& resolution, std::vector<Node*> operands) {
@@ -326,13 +331,19 @@ Node* combine(Resolution& resolution, BinaryOperator op, Node* left, Node* right
     if (!found && is_datetime(left->type) && is_datetime(right->type) && op == BinaryOperator::add)
         throw OracleError(error::date_plus_date);
     if (!found) inconsistent("NUMBER", group_of(left->type) == TypeGroup::number ? right->type : left->type);
-    if (is_number(*left) && is_number(*right) && is_arithmetic(*left))
-        return chained(resolution, signs[static_cast<std::size_t>(op)], left, right);
+    right = on_the_way(resolution, right);
+    if (is_number(*left) && is_number(*right) && is_arithmetic(*left)) {
+        Node* chain = chained(resolution, signs[static_cast<std::size_t>(op)], left, right);
+        chain->divides = chain->divides || op == BinaryOperator::divide;
+        return chain;
+    }
     ColumnType type = expression_type(found->result);
     if (l == found->result && (is_datetime(left->type) || group_of(left->type) == TypeGroup::text)) type = left->type;
     if (found->result == Family::interval_ds && l != Family::interval_ds && r != Family::interval_ds)
         type.scale = std::max(left->type.scale, right->type.scale);
-    return resolution.build.call(found->function, {left, right}, type);
+    Node* node = resolution.build.call(found->function, {left, right}, type);
+    node->divides = node->divides || op == BinaryOperator::divide;
+    return node;
 }
 
 ColumnType unify(Resolution& resolution, std::span<Node*> values, Mixing mixing) {

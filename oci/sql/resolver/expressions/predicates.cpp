@@ -221,10 +221,13 @@ Node* logical(Resolution& resolution, Scope& scope, const Logical& logical) {
 
 Node* compare(Resolution& resolution, std::string_view sign, Node* left, Node* right) {
     align(resolution, left, right);
-    if (!left->unheld && !right->unheld) return resolution.build.infix(sign, {left, right});
+    // A column is compared as it is, so that an index can be used; all it holds has few digits.
+    const bool numbers = left->type.family == Family::number && right->type.family == Family::number;
+    const bool quotients = numbers && (left->divides || right->divides) && !left->stored && !right->stored;
+    if (!left->unheld && !right->unheld && !quotients) return resolution.build.infix(sign, {left, right});
     Node* order = resolution.build.call(operators::compare_numbers, {spell(resolution, left), spell(resolution, right)},
                                         ColumnType::number());
-    order->unheld = false;
+    order->unheld = order->divides = false;
     return resolution.build.infix(sign, {order, resolution.build.integer(0)});
 }
 
