@@ -22,11 +22,14 @@ void print_quoted(std::string& sql, std::string_view text, char quote) {
     sql.append(text) += quote;
 }
 
+/// Two signs side by side would begin a comment.
+void print_apart(std::string& sql, std::string_view text) {
+    if (text.starts_with('-') && sql.ends_with('-')) sql += ' ';
+    sql += text;
+}
+
 void print_raw(std::string& sql, const Node& node) {
-    if (!node.unheld) {
-        sql += node.text;
-        return;
-    }
+    if (!node.unheld) return print_apart(sql, node.text);
     if (!node.spelled)
         throw OracleError(error::numeric_overflow, std::string(node.text) + " has more digits than can be held");
     print_quoted(sql, node.text, '\'');
@@ -298,7 +301,9 @@ void print(std::string& sql, const Node& node) {
     case Node::Kind::column: return print_column(sql, node);
     case Node::Kind::call: return print_call(sql, node);
     case Node::Kind::infix: return print_chain(sql, node.operands, node.text, precedence_of(node));
-    case Node::Kind::prefix: return print_at(sql.append(node.text), *node.operands.front(), precedence_of(node) + 1);
+    case Node::Kind::prefix:
+        print_apart(sql, node.text);
+        return print_at(sql, *node.operands.front(), precedence_of(node) + 1);
     case Node::Kind::suffix:
         print_at(sql, *node.operands.front(), precedence_of(node) + 1);
         sql += node.text;
