@@ -37,6 +37,7 @@ struct RowAction {
     /// Likewise. Of an insertion each column has one, its default where the statement does not set it, and `sql` sets
     /// all of them: a trigger may assign to any. Of an update -1 where the statement does not set it.
     std::vector<int> new_values;
+    std::vector<std::string> columns; ///< likewise, of an update: their names
 };
 
 /// A statement in SQLite's SQL, with what the engine has to know beside it.

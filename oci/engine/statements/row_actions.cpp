@@ -1,5 +1,6 @@
 #include "oci/engine/statements/row_actions.h"
 
+#include "oci/engine/tables/column_expressions.h"
 #include "oci/engine/tables/violations.h"
 
 #include <algorithm>
@@ -141,11 +142,10 @@ void RowActions::change(Action& action, const Row& row, const Images* images, co
 
 /// Stores what triggers have assigned to columns that the statement does not set.
 void RowActions::update_rest(const Action& action, const Row& row, const Images& images) {
-    const auto* columns = m_session.columns_of(action.what.table);
-    for (std::size_t i = 0; columns != nullptr && i < images.after.size(); ++i) {
+    for (std::size_t i = 0; i < images.after.size(); ++i) {
         if (action.what.new_values[i] >= 0 || is_same(images.before[i].get(), images.after[i].get())) continue;
-        const Compiled update = m_session.compile("UPDATE \"" + action.what.table + "\" SET \"" + (*columns)[i].name +
-                                                  "\" = ?1 WHERE rowid = ?2");
+        const Compiled update = m_session.compile("UPDATE " + quoted(action.what.table) + " SET " +
+                                                  quoted(action.what.columns[i]) + " = ?1 WHERE rowid = ?2");
         images.after[i].get().bind(update.get(), 1);
         row[static_cast<std::size_t>(action.what.row)].get().bind(update.get(), 2);
         run_to_end(m_session, update.get(), {});

@@ -41,7 +41,8 @@ class DrivingQuery {
             Node* value = values.value_of(column);
             if (relation.has_triggers && value == nullptr && !column.virtual_column)
                 value = default_value(m_resolution, column);
-            if (relation.has_triggers) action.new_values.push_back(value == nullptr ? -1 : this->column(value));
+            if (relation.has_triggers && !column.hidden)
+                action.new_values.push_back(value == nullptr ? -1 : this->column(value));
             if (value == nullptr) continue;
             names.push_back(column.name);
             parameters.push_back(parameter(action, value));
@@ -109,9 +110,11 @@ class DrivingQuery {
         const Relation& relation = *target.relation;
         if (!relation.has_triggers) return;
         for (const RelationColumn& known : relation.columns) {
+            if (known.hidden) continue;
             action.old_values.push_back(
                 column(m_resolution.build.column(target.source->number, known.name, known.type)));
             if (action.event != RowAction::Event::update) continue;
+            action.columns.emplace_back(known.name);
             const auto set =
                 std::find_if(assignments.begin(), assignments.end(),
                              [&](const Change::Assignment& assignment) { return assignment.column == known.name; });
