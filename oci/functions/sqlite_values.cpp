@@ -1,24 +1,31 @@
 #include "oci/values/values.h"
 
+#include <new>
 #include <sqlite3.h>
 
 // The ways of a value to SQLite and back.
 namespace oci {
+namespace {
+
+/// Where there is no memory for a value, it reads as if it were not there.
+Value bytes_of(sqlite3_value* source, const void* bytes) {
+    const auto size = static_cast<std::size_t>(sqlite3_value_bytes(source));
+    if (bytes == nullptr && size != 0) throw std::bad_alloc();
+    return Value::of_bytes(bytes, size);
+}
+
+} // namespace
 
 Value Value::of(sqlite3_value* source) {
     switch (sqlite3_value_type(source)) {
     case SQLITE_INTEGER: return of(static_cast<std::int64_t>(sqlite3_value_int64(source)));
     case SQLITE_FLOAT: return of(sqlite3_value_double(source));
     case SQLITE_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(source));
-        Value value = of_bytes(text, static_cast<std::size_t>(sqlite3_value_bytes(source)));
+        Value value = bytes_of(source, sqlite3_value_text(source));
         value.type = Type::text;
         return value;
     }
-    case SQLITE_BLOB: {
-        const void* bytes = sqlite3_value_blob(source);
-        return of_bytes(bytes, static_cast<std::size_t>(sqlite3_value_bytes(source)));
-    }
+    case SQLITE_BLOB: return bytes_of(source, sqlite3_value_blob(source));
     default: return {};
     }
 }

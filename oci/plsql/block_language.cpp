@@ -23,9 +23,10 @@ class BoundPlaceholders : public Placeholders {
 
     OwnedValue read(unsigned position) override {
         State& state = m_values[position - 1];
-        if (!std::exchange(state.known, true)) {
+        if (!state.known) {
             Scratch scratch;
             state.value.assign(oci::read(m_binds.at(position), m_iteration, scratch));
+            state.known = true;
         }
         return state.value;
     }

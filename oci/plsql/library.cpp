@@ -65,8 +65,9 @@ Unit* Library::find(std::string_view name) {
     const auto found = find_through_synonyms(m_runtime.session, name);
     const bool ours = found && (found->type == "PROCEDURE" || found->type == "FUNCTION" || found->type == "PACKAGE");
     if (!ours) return nullptr;
+    auto made = make(kind_of(found->type), found->name, found->text);
     Entry& entry = m_units[std::string(name)];
-    entry.unit = make(kind_of(found->type), found->name, found->text);
+    entry.unit = std::move(made);
     try {
         read(*entry.unit);
     } catch (...) {
@@ -77,12 +78,15 @@ Unit* Library::find(std::string_view name) {
 }
 
 void Library::load_body(Unit& package) {
-    if (std::exchange(package.body_loaded, true)) return;
+    if (package.body_loaded) return;
     const std::string text = body_text(m_runtime.session, package.name);
-    if (text.empty()) return;
-    auto body = make(Unit::Kind::package_body, package.name, text);
+    auto body = text.empty() ? nullptr : make(Unit::Kind::package_body, package.name, text);
+    const Room room(*this, 2);
+    package.body_loaded = true;
+    if (!body) return;
     try {
         Parser(m_runtime, *body).package_body(*package.scopes.front());
+        for (const auto& used : body->uses) package.uses.insert(used);
     } catch (...) {
         // Half of it may have been read: the package is read anew.
         const auto entry = m_units.find(package.name);
@@ -93,7 +97,6 @@ void Library::load_body(Unit& package) {
         m_retired.push_back({nullptr, std::move(body)});
         throw;
     }
-    for (const auto& used : body->uses) package.uses.insert(used);
     const auto entry = m_units.find(package.name);
     if (entry != m_units.end())
         entry->second.body = std::move(body);
@@ -105,6 +108,7 @@ Unit& Library::block(std::string_view text) {
     let_go_of_outdated();
     if (const auto known = m_blocks.find(text); known != m_blocks.end()) return *known->second;
     if (m_blocks.size() >= most_blocks) {
+        const Room room(*this, 1);
         m_retired.push_back({std::move(m_blocks.begin()->second), nullptr});
         m_blocks.erase(m_blocks.begin());
     }
@@ -164,7 +168,8 @@ bool Library::is_outdated(const std::string& name, const Entry& entry) const {
 
 void Library::let_go_of_outdated() {
     const unsigned now = m_runtime.session.database().ddl_count;
-    if (std::exchange(m_known_at, now) == now) return;
+    if (m_known_at == now) return;
+    const Room room(*this, m_units.size() + m_blocks.size() + m_triggers.size());
     std::set<std::string> gone;
     for (const auto& [name, entry] : m_units) {
         if (is_outdated(name, entry)) gone.insert(name);
@@ -185,6 +190,7 @@ void Library::let_go_of_outdated() {
         for (auto& [name, unit] : *kept) m_retired.push_back({std::move(unit), nullptr});
         kept->clear();
     }
+    m_known_at = now;
 }
 
 void Library::clean() {

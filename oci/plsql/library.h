@@ -35,9 +35,24 @@ class Library {
         std::unique_ptr<Unit> body; ///< of a package
     };
 
+    /// Room among the retired, while it lives: what has been taken out of its place must find one.
+    class Room {
+      public:
+        Room(Library& library, std::size_t units) : m_library(library), m_units(units) {
+            library.m_retired.reserve(library.m_retired.size() + library.m_room + units);
+            library.m_room += units;
+        }
+        ~Room() { m_library.m_room -= m_units; }
+        Room(const Room&) = delete;
+        Room& operator=(const Room&) = delete;
+
+      private:
+        Library& m_library;
+        const std::size_t m_units;
+    };
+
     void let_go_of_outdated();
     bool is_outdated(const std::string& name, const Entry& entry) const;
-    void retire(Entry entry);
     std::unique_ptr<Unit> make(Unit::Kind kind, std::string_view name, std::string_view text) const;
     void read(Unit& unit);
 
@@ -46,6 +61,7 @@ class Library {
     std::map<std::string, std::unique_ptr<Unit>, std::less<>> m_blocks;
     std::map<std::string, std::unique_ptr<Unit>, std::less<>> m_triggers;
     std::vector<Entry> m_retired; ///< may still run
+    std::size_t m_room = 0;       ///< that is kept for more
     unsigned m_known_at = 0;
 };
 

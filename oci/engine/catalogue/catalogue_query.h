@@ -33,6 +33,8 @@ class CatalogueQuery {
     bool flag(int column) const { return integer(column) != 0; }
     std::string text(int column) const {
         const auto* characters = reinterpret_cast<const char*>(sqlite3_column_text(m_compiled.get(), column));
+        if (characters == nullptr && sqlite3_column_type(m_compiled.get(), column) != SQLITE_NULL)
+            throw std::bad_alloc();
         if (characters == nullptr) return {};
         return {characters, static_cast<std::size_t>(sqlite3_column_bytes(m_compiled.get(), column))};
     }

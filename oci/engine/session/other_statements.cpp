@@ -3,16 +3,11 @@
 #include "oci/engine/catalogue/dictionary.h"
 #include "oci/engine/definitions/definitions.h"
 #include "oci/engine/session/alter_session.h"
+#include "oci/engine/tables/column_expressions.h"
 #include "oci/sql/parser.h"
 
 namespace oci {
 namespace {
-
-std::string quoted(const sql::Name& name) {
-    std::string text = "\"";
-    for (const char c : name.text) text.append(c == '"' ? 2 : 1, c);
-    return text + '"';
-}
 
 /// The database is locked as a whole: what keeps other sessions from writing to a table keeps them from all.
 void lock_tables(Session& session, const sql::Transaction& statement) {
@@ -34,9 +29,9 @@ void control_transaction(Session& session, const sql::Transaction& statement) {
     switch (statement.action) {
     case Action::commit: return session.commit();
     case Action::rollback: return session.rollback();
-    case Action::savepoint: session.begin(); return session.run("SAVEPOINT " + quoted(statement.savepoint));
+    case Action::savepoint: session.begin(); return session.run("SAVEPOINT " + quoted(statement.savepoint.text));
     case Action::rollback_to:
-        session.run("ROLLBACK TO " + quoted(statement.savepoint));
+        session.run("ROLLBACK TO " + quoted(statement.savepoint.text));
         return session.dictionary().rolled_back();
     case Action::read_only: return session.begin_read_only();
     case Action::serializable: return begin_serializable(session);

@@ -19,7 +19,9 @@ class Query {
         m_statement.reset(made);
     }
     void bind(int position, std::optional<std::int64_t> number) {
-        if (number) sqlite3_bind_int64(m_statement.get(), position, *number);
+        // Without its number a statement would store that there is none left.
+        if (number && sqlite3_bind_int64(m_statement.get(), position, *number) != SQLITE_OK)
+            throw OracleError(error::out_of_memory);
     }
     bool next() {
         const int status = sqlite3_step(m_statement.get());
@@ -138,7 +140,8 @@ void SequenceStore::reserve(const SequenceRule& rule, Range& range, std::string_
         run(m_db.get(), "COMMIT");
         range = {*next, taken, rule.increment, end, range.mark};
     } catch (...) {
-        sqlite3_exec(m_db.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+        // A transaction that stays open would keep all other processes from their numbers.
+        if (sqlite3_exec(m_db.get(), "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK) m_db.reset();
         throw;
     }
 }

@@ -67,7 +67,7 @@ Flow If::run(Frame& frame) const {
 
 bool Loop::turn(Frame& frame, Flow& ended) const {
     constexpr std::int64_t steps = 50; // about what a turn costs, in steps of SQLite's machine
-    frame.runtime.session.count_work(steps);
+    frame.runtime.session.work().count(steps);
     ended = run_all(statements, frame);
     if (ended == Flow::next) return true;
     if (ended == Flow::leave) return false;
