@@ -14,7 +14,7 @@ template <class T, class V> void answer(void* attribute, ub4* size, V value) {
 }
 
 sword unknown_attribute(ub4 attribute) {
-    throw OracleError(24315, std::to_string(attribute));
+    throw OracleError(error::illegal_attribute_type, std::to_string(attribute));
 }
 
 sword statement_attribute(const OCIStmt& handle, void* attribute, ub4* size, ub4 type) {
@@ -70,8 +70,8 @@ sword OCIParamGet(const void* hndlp, ub4 htype, OCIError* errhp, void** parmdpp,
         OCIStmt& handle = live<OCIStmt>(const_cast<void*>(hndlp));
         Statement& statement = handle.cursor->statement();
         const auto& columns = statement.program().columns;
-        if (!handle.cursor->described()) throw OracleError(24338);
-        if (pos == 0 || pos > columns.size()) throw OracleError(24334);
+        if (!handle.cursor->described()) throw OracleError(error::statement_not_executed);
+        if (pos == 0 || pos > columns.size()) throw OracleError(error::no_descriptor);
         if (!statement.descriptors) statement.descriptors = std::make_unique<Params>();
         *parmdpp = &static_cast<Params&>(*statement.descriptors).at(pos - 1, columns, handle.env);
         return OCI_SUCCESS;

@@ -7,7 +7,7 @@ namespace {
 
 OCILobLocator& readable(OCILobLocator* locator) {
     OCILobLocator& handle = live<OCILobLocator>(locator);
-    if (!handle.object.initialised()) throw OracleError(22275);
+    if (!handle.object.initialised()) throw OracleError(error::invalid_locator);
     return handle;
 }
 
@@ -40,7 +40,7 @@ OCILobLocator* Locators::locator(ub4 index) const {
 
 LargeObject& BoundLocators::at(ub4 index) {
     OCILobLocator* handle = locator(index);
-    if (!is_live<OCILobLocator>(handle)) throw OracleError(22275);
+    if (!is_live<OCILobLocator>(handle)) throw OracleError(error::invalid_locator);
     return handle->object;
 }
 
@@ -53,7 +53,7 @@ LargeObject& DefinedLocators::to_fill(ub4 index) {
         if (pinned != nullptr) unpin(*pinned);
         pinned = handle;
     }
-    if (handle == nullptr) throw OracleError(22275);
+    if (handle == nullptr) throw OracleError(error::invalid_locator);
     if (!is_live<OCILobLocator>(handle)) revive(*handle);
     return handle->object;
 }
@@ -91,7 +91,7 @@ sword OCILobCreateTemporary(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* lo
     return guarded(errhp, [&]() -> sword {
         session_of(svchp);
         OCILobLocator& locator = live<OCILobLocator>(locp);
-        if (lobtype != OCI_TEMP_BLOB && lobtype != OCI_TEMP_CLOB) throw OracleError(24801);
+        if (lobtype != OCI_TEMP_BLOB && lobtype != OCI_TEMP_CLOB) throw OracleError(error::illegal_lob_parameter);
         locator.object.make_temporary(lobtype == OCI_TEMP_CLOB);
         return OCI_SUCCESS;
     });
@@ -109,7 +109,7 @@ sword OCILobRead(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* am
     return guarded(errhp, [&]() -> sword {
         Session& session = session_of(svchp);
         const OCILobLocator& locator = readable(locp);
-        if (offset == 0 || amtp == nullptr) throw OracleError(24801);
+        if (offset == 0 || amtp == nullptr) throw OracleError(error::illegal_lob_parameter);
         // An amount of 0 asks for everything, as far as the buffer reaches.
         const ub4 wanted = *amtp == 0 || *amtp > bufl ? bufl : *amtp;
         *amtp = static_cast<ub4>(locator.object.read(session, offset - 1, bufp, wanted));
@@ -122,7 +122,8 @@ sword OCILobWrite(OCISvcCtx* svchp, OCIError* errhp, OCILobLocator* locp, ub4* a
     return guarded(errhp, [&]() -> sword {
         Session& session = session_of(svchp);
         OCILobLocator& locator = readable(locp);
-        if (offset == 0 || amtp == nullptr || piece != OCI_ONE_PIECE || *amtp > buflen) throw OracleError(24801);
+        if (offset == 0 || amtp == nullptr || piece != OCI_ONE_PIECE || *amtp > buflen)
+            throw OracleError(error::illegal_lob_parameter);
         locator.object.write(session, offset - 1, bufp, *amtp);
         return OCI_SUCCESS;
     });

@@ -21,7 +21,7 @@ void end_session(OCISvcCtx& service) {
 
 Session& session_of(OCISvcCtx* service) {
     OCISvcCtx& context = live<OCISvcCtx>(service);
-    if (!context.session) throw OracleError(1012);
+    if (!context.session) throw OracleError(error::not_logged_on);
     return *context.session;
 }
 

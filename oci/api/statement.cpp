@@ -36,7 +36,7 @@ sword OCIStmtPrepare2(OCISvcCtx* svchp, OCIStmt** stmthp, OCIError* errhp, const
                       const OraText*, ub4, ub4, ub4) {
     return guarded(errhp, [&]() -> sword {
         Session& session = session_of(svchp);
-        if (stmttext == nullptr || stmt_len == 0) throw OracleError(24373);
+        if (stmttext == nullptr || stmt_len == 0) throw OracleError(error::invalid_statement_length);
         auto statement = session.take_statement({reinterpret_cast<const char*>(stmttext), stmt_len});
         OCIStmt& handle = Slab<OCIStmt>::take(svchp->env);
         try {
@@ -80,7 +80,7 @@ sword OCIDefineByPos(OCIStmt* stmthp, OCIDefine** defnpp, OCIError* errhp, ub4 p
     return guarded(errhp, [&]() -> sword {
         OCIStmt& handle = live<OCIStmt>(stmthp);
         handle.cursor->check_column(position);
-        if (valuep == nullptr) throw OracleError(1084);
+        if (valuep == nullptr) throw OracleError(error::invalid_call_argument);
         OCIDefine& define = handle_at(handle.defines, position, handle.env);
         handle.cursor->define(position, {valuep, value_sz, dty, indp, rlenp, rcodep, define.locators});
         define.locators.set_elements(valuep);
@@ -106,10 +106,10 @@ sword OCIStmtExecute(OCISvcCtx* svchp, OCIStmt* stmthp, OCIError* errhp, ub4 ite
 sword OCIStmtFetch(OCIStmt* stmthp, OCIError* errhp, ub4 nrows, ub2 orientation, ub4) {
     return guarded(errhp, [&]() -> sword {
         OCIStmt& handle = live<OCIStmt>(stmthp);
-        if (orientation != OCI_FETCH_NEXT) throw OracleError(3001, "scrollable cursor");
+        if (orientation != OCI_FETCH_NEXT) throw OracleError(error::unimplemented, "scrollable cursor");
         if (handle.cursor->fetch(nrows)) [[likely]]
             return OCI_SUCCESS;
-        record(errhp, OracleError(1403));
+        record(errhp, OracleError(error::no_data_found));
         return OCI_NO_DATA;
     });
 }

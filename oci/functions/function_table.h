@@ -3,6 +3,7 @@
 #include "oci/functions/function_entry.h"
 #include "oci/values/dates/moments.h"
 #include "oci/values/decimal.h"
+#include "oci/values/work.h"
 
 #include <new>
 #include <optional>
@@ -14,6 +15,7 @@ namespace oci {
 /// What functions reach through their user data. There is one for each connection.
 struct FunctionContext {
     const SessionSettings& settings;
+    Work& work;
     bool spells = false;
     double statement = 0;     ///< julianday('now') of the statement that asked for the time last, ...
     std::int64_t seconds = 0; ///< ... and the time that it was told

@@ -92,7 +92,7 @@ char32_t take_code_point(std::string_view& text) {
     const std::string_view bytes = text.substr(0, offset_behind(text, 1));
     text.remove_prefix(bytes.size());
     const auto first = static_cast<unsigned char>(bytes[0]);
-    char32_t code = bytes.size() == 1 ? first : first & (0x7FU >> bytes.size());
+    char32_t code = bytes.size() == 1 ? first : first & (0x7FU >> std::min<std::size_t>(bytes.size(), 4));
     for (const char c : bytes.substr(1)) code = code << 6 | (c & 0x3F);
     return code;
 }
@@ -199,8 +199,8 @@ bool spells(std::string_view sqlite_name) {
     return std::find(names.begin(), names.end(), sqlite_name) != names.end();
 }
 
-void register_functions(sqlite3* db, const SessionSettings& settings) {
-    auto owned = std::make_unique<FunctionContexts>(FunctionContexts{{settings}, {settings, true}});
+void register_functions(sqlite3* db, const SessionSettings& settings, Work& work) {
+    auto owned = std::make_unique<FunctionContexts>(FunctionContexts{{settings, work}, {settings, work, true}});
     FunctionContext* context = &owned->plain;
     FunctionContext* spelling = &owned->spelling;
     keep_until_close(db, std::move(owned));
@@ -219,8 +219,6 @@ void register_functions(sqlite3* db, const SessionSettings& settings) {
                     const std::string name = std::string(entry.sqlite_name).append(spelling_suffix);
                     register_function(db, entry, calls, name.c_str(), count, spelling);
                 }
-                // The token translator still writes the names as the dialect has them.
-                if (hidden == 0) register_function(db, entry, entry.callbacks, entry.sqlite_name + 4, count, context);
             }
         }
     }

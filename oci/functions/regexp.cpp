@@ -89,6 +89,7 @@ namespace {
 constexpr std::size_t longest_program = 100'000;
 constexpr int deepest_groups = 200;
 constexpr std::int64_t most_steps = 50'000'000;
+constexpr std::int64_t steps_counted_together = 1024;
 
 } // namespace
 
@@ -340,10 +341,11 @@ class Regexp::Parser {
 /// Runs the program from one place on. What may have to be taken back stands on a stack of its own.
 class Regexp::Run {
   public:
-    Run(const Regexp& regexp, const std::u32string& text, std::int64_t& steps)
+    Run(const Regexp& regexp, const std::u32string& text, std::int64_t& steps, Work& work)
         : m_regexp(regexp),
           m_text(text),
           m_steps(steps),
+          m_work(work),
           m_groups(2 * (regexp.m_groups + 1), npos),
           m_marks(regexp.m_counters, npos) {}
 
@@ -351,7 +353,7 @@ class Regexp::Run {
         m_pc = 0;
         m_at = start;
         for (;;) {
-            if (++m_steps > most_steps) throw OracleError(error::regular_expression_complex);
+            if (++m_steps % steps_counted_together == 0) count_steps();
             const Step& step = m_regexp.m_program[m_pc];
             if (step.kind == Step::Kind::match) return true;
             if (!advance(step) && !back()) return false;
@@ -366,6 +368,11 @@ class Regexp::Run {
         std::size_t value;
         std::size_t pc;
     };
+
+    void count_steps() {
+        m_work.count(steps_counted_together);
+        if (m_steps >= most_steps) throw OracleError(error::regular_expression_complex);
+    }
 
     void set(std::size_t& slot) {
         m_undo.push_back({&slot, slot, 0});
@@ -436,6 +443,7 @@ class Regexp::Run {
     const Regexp& m_regexp;
     const std::u32string& m_text;
     std::int64_t& m_steps;
+    Work& m_work;
     Groups m_groups;
     std::vector<std::size_t> m_marks;
     std::vector<Undo> m_undo;
@@ -450,15 +458,16 @@ Regexp::Regexp(std::string_view pattern, const Options& options) : m_options(opt
 
 Regexp::~Regexp() = default;
 
-bool Regexp::search(const std::u32string& text, std::size_t from, Groups& groups) const {
+bool Regexp::search(const std::u32string& text, std::size_t from, Groups& groups, Work& work) const {
     std::int64_t steps = 0;
-    for (std::size_t start = from; start <= text.size(); ++start) {
-        Run run(*this, text, steps);
-        if (!run.at(start)) continue;
-        groups = run.groups();
-        return true;
+    bool found = false;
+    for (std::size_t start = from; start <= text.size() && !found; ++start) {
+        Run run(*this, text, steps, work);
+        found = run.at(start);
+        if (found) groups = run.groups();
     }
-    return false;
+    work.count(steps % steps_counted_together);
+    return found;
 }
 
 } // namespace oci

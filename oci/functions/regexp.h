@@ -1,5 +1,7 @@
 #pragma once
 
+#include "oci/values/work.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -28,7 +30,8 @@ class Regexp {
     Regexp& operator=(const Regexp&) = delete;
 
     /// The first match at or behind a place. Group 0 is the whole match. ORA-12723 when it takes too many steps.
-    bool search(const std::u32string& text, std::size_t from, Groups& groups) const;
+    /// @param work  counts them
+    bool search(const std::u32string& text, std::size_t from, Groups& groups, Work& work) const;
     std::size_t groups() const { return m_groups; }
 
   private:

@@ -41,7 +41,9 @@ const Regexp& pattern_of(Arguments& in, int options_index, std::unique_ptr<Regex
 
 /// A text with what is looked for in it.
 struct Search {
-    Search(Arguments& in, int options_index) : regexp(pattern_of(in, options_index, own)) {
+    Search(Arguments& in, int options_index)
+        : regexp(pattern_of(in, options_index, own)),
+          m_work(in.function_context().work) {
         std::string scratch;
         text = code_points(text_of(in, 0, scratch));
     }
@@ -58,7 +60,7 @@ struct Search {
     }
     /// The next match; behind an empty one the search goes on a character later.
     bool next() {
-        if (m_next > text.size() || !regexp.search(text, m_next, groups)) return false;
+        if (m_next > text.size() || !regexp.search(text, m_next, groups, m_work)) return false;
         m_next = groups[1] > groups[0] ? groups[1] : groups[1] + 1;
         return true;
     }
@@ -71,6 +73,7 @@ struct Search {
     }
 
   private:
+    Work& m_work;
     std::size_t m_next = 0;
 };
 

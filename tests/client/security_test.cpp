@@ -123,32 +123,109 @@ TEST(ClientMemory, ofAKilledProcessIsFreedByTheNext) {
     close(ends[1]);
 }
 
+std::string with(std::string text, const std::string& put) {
+    for (auto at = text.find("{}"); at != std::string::npos; at = text.find("{}", at + put.size()))
+        text.replace(at, 2, put);
+    return text;
+}
+
 TEST(ClientSql, reachesNothingButTheApplicationsTables) {
     const OciSession session("memory:reach");
     session.run("CREATE TABLE t (a NUMBER, b BLOB)");
     session.run("INSERT INTO t (a) VALUES (1)");
+    const Strings tables{"DTK$ACCOUNTS",
+                         "\"DTK$ACCOUNTS\"",
+                         "\"dtk$accounts\"",
+                         "scott.DTK$OBJECTS",
+                         "sqlite_master",
+                         "\"sqlite_schema\"",
+                         "sqlite_temp_master",
+                         "pragma_function_list",
+                         "json_each",
+                         "\"pragma_table_info\"",
+                         "dbstat",
+                         "sqlite_dbpage"};
     const struct {
-        std::string text, result;
+        std::string result;
+        Strings texts;
     } cases[] = {
-        {"SELECT hash FROM \"DTK$ACCOUNTS\"", "ORA-00942"},
-        {"SELECT a FROM t WHERE EXISTS (SELECT 1 FROM \"DTK$ACCOUNTS\" WHERE hash LIKE '$6%')", "ORA-00942"},
-        {"UPDATE \"DTK$ACCOUNTS\" SET hash = ''", "ORA-00942"},
-        {"DELETE FROM \"DTK$ACCOUNTS\"", "ORA-00942"},
-        {"INSERT INTO \"DTK$ACCOUNTS\" VALUES ('EVE', 'x')", "ORA-00942"},
-        {"CREATE TABLE stolen AS SELECT * FROM \"DTK$ACCOUNTS\"", "ORA-00942"},
-        {"BEGIN DELETE FROM \"DTK$ACCOUNTS\"; END;", "ORA-00942"},
-        {"SELECT name FROM sqlite_master", "ORA-00942"},
-        {"SELECT name FROM pragma_table_info('T')", "ORA-00942"},
-        {"SELECT fts3_tokenizer('simple') FROM DUAL", "ORA-00904"},
-        {"SELECT load_extension('x') FROM DUAL", "ORA-00904"},
-        {"SELECT a FROM t", "1"},
+        {"ORA-00942",
+         {"SELECT * FROM {}",
+          "SELECT a FROM t WHERE EXISTS (SELECT 1 FROM {} WHERE ROWNUM = 1)",
+          "WITH w AS (SELECT * FROM {}) SELECT 1 FROM w",
+          "SELECT a FROM t UNION ALL SELECT 1 FROM {}",
+          "SELECT * FROM {} FOR UPDATE",
+          "INSERT INTO {} VALUES ('EVE', 'x')",
+          "INSERT INTO t (a) SELECT 1 FROM {}",
+          "INSERT ALL INTO {} VALUES (1, 2) SELECT 1 FROM DUAL",
+          "UPDATE {} SET hash = 'x'",
+          "UPDATE t SET a = (SELECT 1 FROM {})",
+          "DELETE FROM {}",
+          "MERGE INTO {} d USING DUAL ON (1 = 1) WHEN MATCHED THEN UPDATE SET d.hash = 'x'",
+          "MERGE INTO t USING {} s ON (1 = 1) WHEN MATCHED THEN UPDATE SET t.a = 2",
+          "CREATE TABLE stolen AS SELECT * FROM {}",
+          "CREATE VIEW stolen AS SELECT * FROM {}",
+          "CREATE TABLE child (a VARCHAR2(9) REFERENCES {} (name))",
+          "CREATE INDEX i ON {} (name)",
+          "CREATE TRIGGER r BEFORE INSERT ON {} FOR EACH ROW BEGIN NULL; END;",
+          "ALTER TABLE {} ADD (x NUMBER)",
+          "ALTER TABLE {} RENAME TO mine",
+          "DROP TABLE {}",
+          "TRUNCATE TABLE {}",
+          "COMMENT ON TABLE {} IS 'x'",
+          "LOCK TABLE {} IN EXCLUSIVE MODE",
+          "BEGIN EXECUTE IMMEDIATE 'DELETE FROM {}'; END;"}},
+        {"ORA-06550",
+         {"BEGIN DELETE FROM {}; END;", "BEGIN FOR r IN (SELECT * FROM {}) LOOP NULL; END LOOP; END;",
+          "DECLARE x {}%ROWTYPE; BEGIN NULL; END;"}},
     };
     for (const auto& tested : cases) {
-        const std::string result = session.run(tested.text);
-        EXPECT_EQ(result == "ORA-00933" || result == "ORA-06550" ? tested.result : result, tested.result)
-            << tested.text;
+        for (const std::string& text : tested.texts) {
+            for (const std::string& table : tables)
+                EXPECT_EQ(session.run(with(text, table)), tested.result) << with(text, table);
+        }
     }
+    EXPECT_EQ(session.run("RENAME DTK$ACCOUNTS TO mine"), "ORA-04043");
+    EXPECT_EQ(session.run("SELECT a FROM t"), "1");
     EXPECT_EQ(OciSession("memory:reach").logonCode, 0) << "the accounts are as they were";
+}
+
+TEST(ClientSql, callsNothingButTheFunctionsOfTheDialect) {
+    const OciSession session("memory:calls");
+    session.run("CREATE TABLE t (a NUMBER, v VARCHAR2(100))");
+    for (const char* text :
+         {"SELECT {} FROM t", "SELECT 1 FROM t WHERE {} = v", "INSERT INTO t (v) VALUES ({})", "UPDATE t SET v = {}",
+          "DELETE FROM t WHERE {} IS NULL", "SELECT v FROM t ORDER BY {}", "CREATE TABLE u (a VARCHAR2(9) DEFAULT {})",
+          "CREATE TABLE u (a NUMBER CHECK ({} = a))", "CREATE TABLE u (a NUMBER, b VARCHAR2(9) AS ({}))",
+          "CREATE TABLE u AS SELECT {} x FROM t", "CREATE VIEW u AS SELECT {} x FROM t", "CREATE INDEX u ON t ({})"}) {
+        for (const char* call :
+             {"fts3_tokenizer('simple')", "\"fts3_tokenizer\"('simple', v)", "load_extension('x')", "readfile('x')",
+              "writefile('x', 'y')", "sqlite_version()", "randomblob(9)", "zeroblob(9)", "printf('%s', v)", "hex(v)",
+              "json(v)", "ora_nextval('x')", "\"ora_upper\"(v)", "sqlite_rename_table(v, v)"}) {
+            EXPECT_EQ(session.run(with(text, call)), "ORA-00904") << with(text, call);
+        }
+    }
+}
+
+TEST(ClientSql, hasNoStatementsOfSqlitesOwn) {
+    const OciSession session("memory:own");
+    for (const char* text : {"ATTACH DATABASE '/tmp/x.db' AS x", "DETACH DATABASE main", "PRAGMA writable_schema = ON",
+                             "VACUUM INTO '/tmp/x.db'", "REINDEX", "REPLACE INTO t VALUES (1)", "VALUES (1)"})
+        EXPECT_EQ(session.run(text), "ORA-00900") << text;
+    EXPECT_EQ(session.run("CREATE VIRTUAL TABLE x USING fts5 (a)"), "ORA-00901");
+}
+
+/// The client's own tables stand in nobody's way.
+TEST(ClientSql, letsTablesBearAnyName) {
+    const OciSession session("memory:names");
+    for (const char* name : {"DTK$ACCOUNTS", "\"dtk$objects\"", "sqlite_master", "pragma_table_info", "json_each"}) {
+        EXPECT_EQ(session.run(with("CREATE TABLE {} (a NUMBER PRIMARY KEY)", name)), "") << name;
+        EXPECT_EQ(session.run(with("INSERT INTO {} VALUES (1)", name)), "") << name;
+        EXPECT_EQ(session.run(with("SELECT a FROM {}", name)), "1") << name;
+        EXPECT_EQ(session.run(with("DROP TABLE {}", name)), "") << name;
+        EXPECT_EQ(session.run(with("SELECT a FROM {}", name)), "ORA-00942") << name;
+    }
+    EXPECT_EQ(OciSession("memory:names").logonCode, 0);
 }
 
 TEST(ClientSql, isRefusedWithANulByteBeforeAnythingRuns) {
@@ -165,11 +242,28 @@ TEST(ClientSql, isRefusedWithANulByteBeforeAnythingRuns) {
 
 TEST(ClientSessions, stopWhatTakesTooMuchWork) {
     const OciSession session("memory:work");
-    const std::string endless =
-        "WITH r (n) AS (SELECT 1 FROM DUAL UNION ALL SELECT n + 1 FROM r) SELECT COUNT(*) FROM r";
+    session.run("CREATE TABLE t (a NUMBER, v VARCHAR2(40))");
+    session.run("INSERT INTO t SELECT LEVEL, RPAD('a', 30, 'a') FROM DUAL CONNECT BY LEVEL <= 300");
+    session.commit();
     EXPECT_EQ(session.run("ALTER SESSION SET dtk_work_limit = 1000000"), "");
-    EXPECT_EQ(session.run(endless), "ORA-01013");
-    EXPECT_EQ(session.run("SELECT 1 FROM DUAL"), "1") << "the next call begins anew";
+    for (const char* text :
+         {"WITH r (n) AS (SELECT 1 FROM DUAL UNION ALL SELECT n + 1 FROM r) SELECT COUNT(*) FROM r",
+          "SELECT COUNT(*) FROM DUAL CONNECT BY LEVEL > 0", "SELECT COUNT(*) FROM t x, t y, t z",
+          "SELECT COUNT(*) FROM t CONNECT BY NOCYCLE a > PRIOR a",
+          "SELECT COUNT(*) FROM t WHERE REGEXP_LIKE(v, 'a+a+a+b')",
+          "SELECT MAX(REGEXP_REPLACE(v, '(a+a+)+b', 'x')) FROM t", "INSERT INTO t SELECT x.a, 'x' FROM t x, t y, t z",
+          "UPDATE t SET a = (SELECT COUNT(*) FROM t x, t y, t z)",
+          "DELETE FROM t WHERE a < (SELECT COUNT(*) FROM t x, t y, t z)",
+          "CREATE TABLE u AS SELECT x.a FROM t x, t y, t z", "BEGIN LOOP NULL; END LOOP; END;",
+          "BEGIN LOOP BEGIN RAISE NO_DATA_FOUND; EXCEPTION WHEN OTHERS THEN NULL; END; END LOOP; END;",
+          "BEGIN LOOP INSERT INTO t VALUES (1, 'x'); END LOOP; END;",
+          "DECLARE n NUMBER; BEGIN LOOP BEGIN SELECT COUNT(*) INTO n FROM t x, t y, t z; "
+          "EXCEPTION WHEN OTHERS THEN NULL; END; END LOOP; END;"}) {
+        EXPECT_EQ(session.run(text), "ORA-01013") << text;
+        EXPECT_EQ(session.run("SELECT COUNT(*), SUM(a) FROM t"), "300,45150") << "the next call begins anew";
+    }
+    EXPECT_EQ(session.run("ALTER SESSION SET DTK_WORK_LIMIT = 0"), "");
+    EXPECT_EQ(session.run("SELECT COUNT(*) FROM t x, t y"), "90000") << "without a limit";
     EXPECT_EQ(session.run("ALTER SESSION SET DTK_WORK_LIMIT = many"), "ORA-12705");
 }
 

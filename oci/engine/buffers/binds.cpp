@@ -107,7 +107,7 @@ void Binds::set(unsigned position, const Buffer& buffer) {
 }
 
 const Buffer& Binds::at(unsigned position) const {
-    if (position > m_binds.size() || !m_binds[position - 1].is_set) throw OracleError(1008);
+    if (position > m_binds.size() || !m_binds[position - 1].is_set) throw OracleError(error::not_all_bound);
     return m_binds[position - 1].buffer;
 }
 

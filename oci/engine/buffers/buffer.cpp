@@ -51,7 +51,7 @@ std::int64_t whole_number(const Value& value) {
     const Value number = number_of(value);
     if (number.type == Value::Type::integer) return number.integer;
     const double whole = std::trunc(number.real);
-    if (!(whole >= -0x1p63 && whole < 0x1p63)) throw OracleError(1455);
+    if (!(whole >= -0x1p63 && whole < 0x1p63)) throw OracleError(error::integer_overflow);
     return static_cast<std::int64_t>(whole);
 }
 
@@ -79,7 +79,7 @@ Value read_integer(const Buffer& buffer, const char* from) {
 
 Value read_real(const Buffer& buffer, const char* from) {
     const double number = buffer.size == sizeof(float) ? double{load<float>(from)} : load<double>(from);
-    if (!(std::fabs(number) < number_limit)) throw OracleError(1426);
+    if (!(std::fabs(number) < number_limit)) throw OracleError(error::numeric_overflow);
     return Value::of(number);
 }
 
@@ -124,14 +124,14 @@ Buffer::Buffer(void* values, sb4 size_bytes, ub2 external_type, void* indicators
       is_null(indicators == null_flag) {
     if (indicator == null_flag) indicator = nullptr;
     step = is_lob() ? sizeof(void*) : static_cast<std::size_t>(size);
-    if (!known_type(type)) throw OracleError(3115);
-    if (!possible_size(type, size)) throw OracleError(1460);
+    if (!known_type(type)) throw OracleError(error::unsupported_representation);
+    if (!possible_size(type, size)) throw OracleError(error::unreasonable_conversion);
 }
 
 Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
     if (buffer.is_null) return {};
     if (buffer.indicator != nullptr && buffer.indicator[index] == -1) return {};
-    if (buffer.value == nullptr) throw OracleError(1084);
+    if (buffer.value == nullptr) throw OracleError(error::invalid_call_argument);
     const char* from = buffer.element(index);
     const auto size = static_cast<std::size_t>(buffer.size);
     switch (buffer.type) {
@@ -140,7 +140,7 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
     case SQLT_FLT: return read_real(buffer, from);
     case SQLT_STR: {
         const std::size_t length = strnlen(from, size);
-        if (length == size) throw OracleError(1480);
+        if (length == size) throw OracleError(error::missing_trailing_null);
         return Value::of(std::string_view(from, length));
     }
     case SQLT_CHR:
@@ -151,15 +151,15 @@ Value read(const Buffer& buffer, ub4 index, Scratch& scratch) {
 }
 
 void write_null(const Buffer& buffer, ub4 index) {
-    if (buffer.return_code != nullptr) buffer.return_code[index] = 1405;
-    if (buffer.indicator == nullptr) throw OracleError(1405);
+    if (buffer.return_code != nullptr) buffer.return_code[index] = error::fetched_null.code;
+    if (buffer.indicator == nullptr) throw OracleError(error::fetched_null);
     buffer.indicator[index] = -1;
     if (buffer.length != nullptr) buffer.length[index] = 0;
 }
 
 void write_real(const Buffer& buffer, ub4 index, double number) {
     if (buffer.size == sizeof(float)) {
-        if (std::fabs(number) > std::numeric_limits<float>::max()) throw OracleError(1426);
+        if (std::fabs(number) > std::numeric_limits<float>::max()) throw OracleError(error::numeric_overflow);
         store(buffer.element(index), static_cast<float>(number));
     } else {
         store(buffer.element(index), number);
@@ -178,19 +178,20 @@ void write_text(const Buffer& buffer, ub4 index, std::string_view text) {
     if (buffer.type == SQLT_CHR && buffer.length == nullptr) std::memset(element + length, ' ', capacity - length);
     done(buffer, index, length);
     if (length == text.size()) return;
-    if (buffer.return_code != nullptr) buffer.return_code[index] = 1406;
-    if (buffer.indicator == nullptr) throw OracleError(1406);
+    if (buffer.return_code != nullptr) buffer.return_code[index] = error::fetched_truncated.code;
+    if (buffer.indicator == nullptr) throw OracleError(error::fetched_truncated);
     buffer.indicator[index] = text.size() > longest_reported ? sb2{-2} : static_cast<sb2>(text.size());
 }
 
 void write_date(const Buffer& buffer, ub4 index, std::string_view text) {
     auto* image = reinterpret_cast<unsigned char*>(buffer.element(index));
-    if (text.size() != iso_size || !write_date_image(text.data(), image)) throw OracleError(1861);
+    if (text.size() != iso_size || !write_date_image(text.data(), image))
+        throw OracleError(error::literal_does_not_match);
     done(buffer, index, 7);
 }
 
 void write(const Buffer& buffer, ub4 index, const Value& value) {
-    if (buffer.value == nullptr) throw OracleError(1084);
+    if (buffer.value == nullptr) throw OracleError(error::invalid_call_argument);
     if (buffer.is_lob()) return write_large_object(buffer, index, value);
     if (value.is_null() || (value.type == Value::Type::text && value.size == 0)) return write_null(buffer, index);
     std::string scratch;
@@ -203,7 +204,8 @@ void write(const Buffer& buffer, ub4 index, const Value& value) {
                           number.type == Value::Type::real ? number.real : static_cast<double>(number.integer));
     }
     case SQLT_DAT:
-        if (value.type != Value::Type::text) throw OracleError(932, "expected DATE got NUMBER");
+        if (value.type != Value::Type::text)
+            throw OracleError(error::inconsistent_datatypes, "expected DATE got NUMBER");
         return write_date(buffer, index, value.text());
     default: return write_text(buffer, index, text_of(value, scratch));
     }

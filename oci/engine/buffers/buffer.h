@@ -80,7 +80,7 @@ void write_null(const Buffer& buffer, ub4 index);
 // The same where the buffer's type is known to be the one that the name says.
 
 template <class T> void write_integer(const Buffer& buffer, ub4 index, std::int64_t number) {
-    if (!std::in_range<T>(number)) throw OracleError(1455);
+    if (!std::in_range<T>(number)) throw OracleError(error::integer_overflow);
     store(buffer.element(index), static_cast<T>(number));
     done(buffer, index, sizeof(T));
 }

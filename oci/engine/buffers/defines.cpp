@@ -66,7 +66,8 @@ auto integer_fetcher(const Buffer& buffer) -> void (*)(const Buffer&, sqlite3_st
 
 Output::Fetcher Output::choose_fetcher(const Buffer& buffer, const FetchedColumn& source) {
     const ColumnType& column = source.type;
-    if (buffer.is_text() && column.family == Family::blob) throw OracleError(932, "expected CHAR got BLOB");
+    if (buffer.is_text() && column.family == Family::blob)
+        throw OracleError(error::inconsistent_datatypes, "expected CHAR got BLOB");
     if (!source.stored) return fetch_any;
     switch (buffer.type) {
     case SQLT_INT:
@@ -146,7 +147,7 @@ void Defines::set(unsigned position, const Buffer& buffer) {
 }
 
 void Defines::make_outputs(const std::vector<FetchedColumn>& columns) {
-    if (m_buffers.size() > columns.size()) throw OracleError(1007);
+    if (m_buffers.size() > columns.size()) throw OracleError(error::not_in_select_list);
     std::vector<Output> outputs;
     std::vector<unsigned> large_objects;
     for (unsigned i = 0; i < m_buffers.size(); ++i) {

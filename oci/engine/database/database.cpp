@@ -37,10 +37,12 @@ fs::path absolute_path(std::string_view connect_string) {
     const fs::path path = fs::absolute(fs::path(connect_string), failure);
     const bool has_nul = connect_string.find('\0') != std::string_view::npos;
     if (failure || has_nul || !is_path(fs::path(connect_string)))
-        throw OracleError(12154, connect_string.substr(0, connect_string.find('\0')));
+        throw OracleError(error::cannot_resolve_identifier, connect_string.substr(0, connect_string.find('\0')));
     const fs::path folder = fs::canonical(path.parent_path(), failure);
-    if (failure) throw OracleError(12154, path.native() + ": no folder to open it in: " + failure.message());
-    if (!path.has_filename()) throw OracleError(12154, path.native() + ": a folder");
+    if (failure)
+        throw OracleError(error::cannot_resolve_identifier,
+                          path.native() + ": no folder to open it in: " + failure.message());
+    if (!path.has_filename()) throw OracleError(error::cannot_resolve_identifier, path.native() + ": a folder");
     return folder / path.filename();
 }
 

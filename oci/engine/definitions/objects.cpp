@@ -194,7 +194,8 @@ Table table_at(const Session& session, std::int64_t id) {
 
 std::string free_stored_name(const Session& session, std::string_view name) {
     const std::string capitals = upper(name);
-    const bool reserved = capitals.starts_with("SQLITE_") || capitals.starts_with("DTK$");
+    const bool reserved =
+        capitals.starts_with("SQLITE_") || capitals.starts_with("DTK$") || capitals.starts_with("PRAGMA_");
     const std::string base = reserved ? "T$" + std::string(name) : std::string(name);
     std::string stored = base;
     constexpr auto taken = R"(SELECT 1 FROM "DTK$OBJECTS" WHERE upper(stored) = upper(?1)

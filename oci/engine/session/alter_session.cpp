@@ -185,7 +185,7 @@ void alter_session(Session& session, std::string_view text) {
         if (known == std::end(known_settings)) throw OracleError(error::invalid_alter_session, setting.name);
         known->set(changes, setting);
     } while (!tokens.at_end() && !tokens.at(";"));
-    if (changes.work_limit) session.limit_work(*changes.work_limit);
+    if (changes.work_limit) session.work().limit(*changes.work_limit);
     session.change_settings() = changes.settings;
 }
 

@@ -92,7 +92,7 @@ Session::Session(std::shared_ptr<Database> database, std::string_view user, std:
 void Session::open() {
     open_file();
     set_up_connection();
-    m_work.prepare();
+    m_transaction.prepare();
     m_identity = m_database->identity();
     m_database->was_opened();
 }
@@ -123,12 +123,12 @@ void Session::set_up_connection() {
     sqlite3_busy_timeout(db(), static_cast<int>(default_patience.count()));
     run_patiently(db(), pragmas);
     if (m_database->in_memory()) run("PRAGMA synchronous=OFF");
-    register_functions(db(), m_settings);
+    register_functions(db(), m_settings, m_work);
     register_user_functions(*this);
     m_authorizer.guard(db());
     sqlite3_progress_handler(
         db(), steps_between_looks,
-        [](void* session) { return static_cast<Session*>(session)->too_much_work(steps_between_looks) ? 1 : 0; }, this);
+        [](void* work) { return static_cast<Work*>(work)->exceeded_after(steps_between_looks) ? 1 : 0; }, &m_work);
 }
 
 void Session::check_place() const {
@@ -137,15 +137,6 @@ void Session::check_place() const {
     // Opened once to be read, the file would leave files of SQLite's beside it that nobody can write to any more.
     if (refused.empty()) refused = refusal(path, path);
     if (!refused.empty()) throw OracleError(error::read_only_database, refused);
-}
-
-bool Session::too_much_work(std::int64_t steps) {
-    m_work_done += steps;
-    return m_work_limit != 0 && m_work_done > m_work_limit;
-}
-
-void Session::count_work(std::int64_t steps) {
-    if (too_much_work(steps)) throw OracleError(error::cancelled);
 }
 
 SessionSettings& Session::change_settings() {
@@ -160,12 +151,12 @@ void Session::set_language(std::unique_ptr<Language> language) {
 Session::~Session() {
     m_language.reset(); // its statements are the session's
     m_kept.clear();
-    m_work.abandon();
+    m_transaction.abandon();
 }
 
 void Session::check_connected() {
     if (!m_lost && m_database->identity() != m_identity) lose();
-    if (m_lost) throw OracleError(3114);
+    if (m_lost) throw OracleError(error::not_connected);
     m_last_look = coarse_now();
 }
 
@@ -186,16 +177,16 @@ void Session::give_up() {
 void Session::commit() {
     check_connected();
     store_large_objects();
-    if (m_dictionary && m_work.number() != 0) {
+    if (m_dictionary && m_transaction.number() != 0) {
         m_dictionary->empty_temporary_tables();
         m_sequences->mark();
     }
-    m_work.commit();
+    m_transaction.commit();
 }
 
 void Session::rollback() {
     forget_unstored();
-    m_work.rollback();
+    m_transaction.rollback();
     if (m_dictionary) m_dictionary->rolled_back();
 }
 
@@ -259,32 +250,11 @@ void Session::forget_outdated_tables() {
     m_database->saw_catalogue_change(changes);
     const unsigned now = m_database->ddl_count;
     if (std::exchange(m_tables_known_at, now) == now) return;
-    m_tables.clear();
     m_dictionary->forget();
-}
-
-const std::vector<Column>* Session::columns_of(std::string_view table) {
-    auto known = m_tables.find(table);
-    if (known == m_tables.end()) {
-        std::vector<Column> columns;
-        const auto query = compile("SELECT name, type, \"notnull\" FROM pragma_table_info(?1)");
-        Value::of(table).bind(query.get(), 1);
-        int status = SQLITE_ROW;
-        while ((status = sqlite3_step(query.get())) == SQLITE_ROW) {
-            const auto text = [&](int i) { return reinterpret_cast<const char*>(sqlite3_column_text(query.get(), i)); };
-            columns.push_back({upper(text(0)), ColumnType::parse(text(1)).value_or(ColumnType{})});
-            columns.back().type.nullable = sqlite3_column_int(query.get(), 2) == 0;
-        }
-        if (status != SQLITE_DONE) throw sqlite_error(db()); // which is not to say that there is no such table
-        const bool found = !columns.empty();
-        known = m_tables.emplace(table, found ? std::optional(std::move(columns)) : std::nullopt).first;
-    }
-    return known->second ? &*known->second : nullptr;
 }
 
 void Session::schema_changed() {
     ++m_database->ddl_count;
-    m_tables.clear();
     m_dictionary->forget();
 }
 

@@ -5,6 +5,7 @@
 #include "oci/engine/session/transaction.h"
 #include "oci/values/settings.h"
 #include "oci/values/values.h"
+#include "oci/values/work.h"
 
 #include <map>
 #include <optional>
@@ -20,11 +21,6 @@ class Rows;
 class Sequences;
 class Statement;
 
-struct Column {
-    std::string name;
-    ColumnType type;
-};
-
 /// One logged-on session: one SQLite connection, its transaction and the statements it keeps. Used by one thread at a
 /// time.
 class Session {
@@ -35,9 +31,6 @@ class Session {
     static std::chrono::milliseconds patience(int wait_seconds) {
         return wait_seconds < 0 ? default_patience : std::chrono::seconds(wait_seconds);
     }
-
-    /// What a call may do unless ALTER SESSION says otherwise: some tens of seconds.
-    static constexpr std::int64_t default_work_limit = 4'000'000'000;
 
     /// Logs on; the first logon to a new database creates its account.
     Session(std::shared_ptr<Database> database, std::string_view user, std::string_view password);
@@ -56,14 +49,14 @@ class Session {
 
     /// Begins a transaction with the write lock. @return false when one was open already.
     /// @throws ORA-30006 (ORA-00054 without patience) when another session keeps the lock.
-    bool begin(std::chrono::milliseconds patience = default_patience) { return m_work.begin(patience); }
-    void begin_read_only() { m_work.begin_read_only(); }
+    bool begin(std::chrono::milliseconds patience = default_patience) { return m_transaction.begin(patience); }
+    void begin_read_only() { m_transaction.begin_read_only(); }
     void commit();
     void rollback();
     /// The number of the open transaction, unique in the process; 0 when none is open.
-    unsigned long long transaction() const { return m_work.number(); }
+    unsigned long long transaction() const { return m_transaction.number(); }
     /// After a failure: SQLite may have rolled the transaction back by itself.
-    void failed() { m_work.failed(); }
+    void failed() { m_transaction.failed(); }
     /// The session is lost: ORA-03114 now and from now on.
     [[noreturn]] void give_up();
 
@@ -80,20 +73,14 @@ class Session {
     SessionSettings& change_settings();
     unsigned settings_changes() const { return m_settings_changes; }
 
-    /// How much a call may do, in steps of SQLite's machine; 0: any number.
-    void limit_work(std::int64_t steps) { m_work_limit = steps; }
-    /// To be called when a call begins.
-    void restart_work() { m_work_done = 0; }
-    /// @throws ORA-01013 when the call has done more than it may
-    void count_work(std::int64_t steps);
+    /// What the call that runs has done and may do.
+    Work& work() { return m_work; }
 
     /// What is defined in the database, as this session knows it.
     Dictionary& dictionary() const { return *m_dictionary; }
     /// To be called before columns are asked for, while nobody uses those asked for before: others may change tables at
     /// any time, in other processes too.
     void forget_outdated_tables();
-    /// The columns of a table or view; null when there is none of that name.
-    const std::vector<Column>* columns_of(std::string_view table);
     /// To be called after DDL: what is known of tables may have changed.
     void schema_changed();
 
@@ -131,14 +118,13 @@ class Session {
     void lose();
     void store_unstored();
     void forget_unstored() noexcept;
-    bool too_much_work(std::int64_t steps);
 
     const std::shared_ptr<Database> m_database;
     SessionSettings m_settings;
     unsigned m_settings_changes = 0;
     Authorizer m_authorizer;
     std::unique_ptr<sqlite3, Closer> m_db;
-    Transaction m_work{*this};
+    Transaction m_transaction{*this};
     Compiled m_change_count;
     std::unique_ptr<Dictionary> m_dictionary;
     std::unique_ptr<Sequences> m_sequences;
@@ -147,9 +133,7 @@ class Session {
     FileIdentity m_identity;
     bool m_lost = false;
     std::chrono::nanoseconds m_last_look{0};
-    std::int64_t m_work_limit = default_work_limit;
-    std::int64_t m_work_done = 0;
-    std::map<std::string, std::optional<std::vector<Column>>, std::less<>> m_tables;
+    Work m_work;
     unsigned m_tables_known_at = 0;
     std::unordered_multimap<std::string_view, std::unique_ptr<Statement>> m_kept;
 };

@@ -14,7 +14,8 @@ void call(sqlite3_context* context, int count, sqlite3_value** values) noexcept 
     try {
         auto& session = *static_cast<Session*>(sqlite3_user_data(context));
         const Value name = count > 0 ? Value::of(values[0]) : Value();
-        if (name.type != Value::Type::text || session.language() == nullptr) throw OracleError(904, "function");
+        if (name.type != Value::Type::text || session.language() == nullptr)
+            throw OracleError(error::invalid_identifier, "function");
         std::vector<Value> arguments;
         for (int i = 1; i < count; ++i) arguments.push_back(Value::of(values[i]));
         session.language()->call(name.text(), arguments).get().result(context);

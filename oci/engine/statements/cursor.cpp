@@ -30,13 +30,13 @@ std::unique_ptr<Statement> Cursor::give_up_statement() {
 }
 
 void Cursor::check_placeholder(unsigned position) const {
-    if (position == 0 || position > m_statement->names().size()) throw OracleError(1036);
+    if (position == 0 || position > m_statement->names().size()) throw OracleError(error::illegal_variable);
 }
 
 void Cursor::check_column(unsigned position) const {
     constexpr std::size_t most_columns = 1000;
     const std::size_t columns = m_described ? m_statement->program().columns.size() : most_columns;
-    if (position == 0 || position > columns) throw OracleError(1007);
+    if (position == 0 || position > columns) throw OracleError(error::not_in_select_list);
 }
 
 void Cursor::define(unsigned position, const Buffer& buffer) {
@@ -46,7 +46,7 @@ void Cursor::define(unsigned position, const Buffer& buffer) {
 
 void Cursor::execute(ub4 iterations, ub4 first) {
     if (m_statement->text().find('\0') != std::string::npos) throw OracleError(error::invalid_character);
-    m_session.restart_work();
+    m_session.work().restart();
     m_session.store_large_objects();
     m_rows.close();
     m_rows_fetched = 0;
@@ -94,7 +94,7 @@ void Cursor::execute_query() {
 }
 
 void Cursor::execute_dml(ub4 iterations, ub4 first) {
-    if (iterations == 0) throw OracleError(24333);
+    if (iterations == 0) throw OracleError(error::zero_iterations);
     const bool began = m_session.begin();
     m_row_count = 0;
     try {
@@ -127,7 +127,7 @@ void Cursor::run_iteration(ub4 iteration) {
     bool returned = false;
     int status = SQLITE_ROW;
     while ((status = sqlite3_step(compiled)) == SQLITE_ROW) {
-        if (std::exchange(returned, true)) throw OracleError(24369);
+        if (std::exchange(returned, true)) throw OracleError(error::callbacks_missing);
         take_returned(compiled, iteration);
     }
     if (status != SQLITE_DONE)
@@ -140,7 +140,7 @@ void Cursor::take_returned(sqlite3_stmt* row, ub4 iteration) {
     for (const unsigned position : m_statement->program().translation.into) {
         const Buffer& buffer = m_binds.at(position);
         const Value value = Value::of(sqlite3_column_value(row, column));
-        if (!has_room(buffer, value)) throw OracleError(1406);
+        if (!has_room(buffer, value)) throw OracleError(error::fetched_truncated);
         write(buffer, iteration, value);
         attach_to_row(buffer, iteration, row, column++);
     }
@@ -163,14 +163,14 @@ void Cursor::run_actions(ub4 iteration) {
     bind_inputs(iteration, Input::Lifetime::iteration);
     bool returned = false;
     const auto changed = m_statement->program().actions->run(m_statement->compiled(), [&](sqlite3_stmt* row) {
-        if (std::exchange(returned, true)) throw OracleError(24369);
+        if (std::exchange(returned, true)) throw OracleError(error::callbacks_missing);
         take_returned(row, iteration);
     });
     m_row_count += static_cast<ub4>(changed);
 }
 
 [[gnu::noinline]] void Cursor::prepare_fetch() {
-    if (!m_described) throw OracleError(24338);
+    if (!m_described) throw OracleError(error::statement_not_executed);
     if (m_at_end || (m_locked_in != 0 && m_locked_in != m_session.transaction()))
         throw OracleError(error::fetch_out_of_sequence);
     if (!m_defines.ready()) m_defines.make_outputs(m_statement->program().columns);
@@ -195,7 +195,7 @@ inline bool Cursor::fetch_row(ub4 index) {
 
 bool Cursor::fetch(ub4 rows) {
     m_rows_fetched = 0;
-    m_session.restart_work();
+    m_session.work().restart();
     if (!m_fetch_prepared) prepare_fetch();
     try {
         for (ub4 row = 0; row < rows; ++row) {
