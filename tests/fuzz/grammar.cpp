@@ -1,6 +1,7 @@
 #include "tests/fuzz/grammar.h"
 
 std::string Grammar::leaf() {
+    if (!m_variables.empty() && m_bytes.below(3) == 0) return m_variables[m_bytes.below(m_variables.size())];
     static constexpr const char* leaves[] = {"NULL",
                                              "1",
                                              "-2.5",
@@ -139,15 +140,58 @@ std::string Grammar::merge(int depth) {
            " WHEN NOT MATCHED THEN INSERT (a) VALUES (" + value(depth) + ")";
 }
 
-std::string Grammar::statement() {
-    constexpr int depth = 4;
-    switch (m_bytes.below(10)) {
+std::string Grammar::change(int depth) {
+    switch (m_bytes.below(5)) {
     case 0: return insert(depth);
     case 1: return "UPDATE t SET a = " + value(depth) + " WHERE " + condition(depth);
     case 2: return "UPDATE t SET (a, b) = (" + query(depth) + ")";
     case 3: return "DELETE FROM t WHERE " + condition(depth);
-    case 4: return merge(depth);
-    case 5: return query(depth) + " FOR UPDATE";
+    default: return merge(depth);
+    }
+}
+
+std::string Grammar::statement() {
+    constexpr int depth = 4;
+    switch (m_bytes.below(10)) {
+    case 0:
+    case 1:
+    case 2:
+    case 3: return change(depth);
+    case 4: return query(depth) + " FOR UPDATE";
     default: return query(depth);
+    }
+}
+
+std::string Grammar::definition() {
+    static constexpr const char* types[] = {
+        "NUMBER", "NUMBER(5,2)", "VARCHAR2(9)", "CHAR(3)", "DATE", "TIMESTAMP(3)", "INTERVAL DAY TO SECOND",
+        "RAW(4)", "CLOB",        "BLOB"};
+    static constexpr const char* fixed[] = {"DROP TABLE x CASCADE CONSTRAINTS",
+                                            "DROP VIEW v",
+                                            "TRUNCATE TABLE u",
+                                            "ALTER TABLE t RENAME COLUMN b TO b2",
+                                            "ALTER TABLE t DROP COLUMN c",
+                                            "ALTER TABLE t RENAME COLUMN b2 TO b",
+                                            "DROP SEQUENCE q",
+                                            "ALTER TABLE t MODIFY (a NOT NULL)",
+                                            "ALTER TABLE t DISABLE ALL TRIGGERS",
+                                            "RENAME u TO y",
+                                            "RENAME y TO u",
+                                            "DROP TRIGGER g",
+                                            "DROP INDEX i",
+                                            "CREATE SEQUENCE q START WITH 2 INCREMENT BY -1 CACHE 3",
+                                            "CREATE SYNONYM s FOR t",
+                                            "COMMENT ON COLUMN t.a IS 'a'"};
+    switch (m_bytes.below(8)) {
+    case 0:
+        return std::string("CREATE TABLE x (k ") + m_bytes.one_of(types) + " DEFAULT " + value(1) + ", l " +
+               m_bytes.one_of(types) + " CHECK (" + condition(1) + "), PRIMARY KEY (k))";
+    case 1: return "CREATE TABLE x AS " + query(3);
+    case 2: return "CREATE OR REPLACE VIEW v AS " + query(3);
+    case 3: return "ALTER TABLE t ADD (e " + std::string(m_bytes.one_of(types)) + " DEFAULT " + value(1) + ")";
+    case 4: return "ALTER TABLE t MODIFY (b " + std::string(m_bytes.one_of(types)) + ")";
+    case 5: return "ALTER TABLE t ADD CONSTRAINT n CHECK (" + condition(2) + ")";
+    case 6: return "CREATE INDEX i ON t (" + value(1) + ", " + leaf() + " DESC)";
+    default: return m_bytes.one_of(fixed);
     }
 }
