@@ -100,6 +100,8 @@ template <typename T> std::string shown(const T& value) {
         return std::to_string(value);
     else if constexpr (std::is_same_v<T, DTK_DbDate>)
         return value.mb_toText(DTF_YYYYMMDDHH24MISS);
+    else if constexpr (std::is_convertible_v<T, std::string>)
+        return value;
     else
         return value.c_str();
 }

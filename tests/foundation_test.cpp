@@ -1,6 +1,7 @@
 #include <dlfcn.h>
 #include <oci.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -25,7 +26,7 @@ extern "C" sword OCIErrorGet(void* hndlp, ub4 recordno, OraText* sqlstate, sb4* 
     EXPECT_TRUE(hndlp == &diagnostic && recordno == 1 && sqlstate == nullptr && bufsiz == 1024 && type == 2);
     if (diagnostic.empty()) return OCI_NO_DATA;
     *errcodep = 1017;
-    std::memcpy(bufp, diagnostic.data(), diagnostic.size());
+    std::copy(diagnostic.begin(), diagnostic.end(), bufp);
     return OCI_SUCCESS;
 }
 
