@@ -1,7 +1,8 @@
 #include "tests/fuzz/grammar.h"
 
 std::string Grammar::leaf() {
-    if (!m_variables.empty() && m_bytes.below(3) == 0) return m_variables[m_bytes.below(m_variables.size())];
+    if (!m_variables.empty() && m_bytes.below(3) == 0)
+        return m_variables[m_bytes.below(static_cast<unsigned>(m_variables.size()))];
     static constexpr const char* leaves[] = {"NULL",
                                              "1",
                                              "-2.5",

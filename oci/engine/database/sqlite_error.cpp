@@ -73,6 +73,7 @@ OracleError statement_error(std::string_view message) {
     }
     if (message.starts_with("not authorized to use function: "))
         return OracleError(error::invalid_identifier, quoted_path(behind(message, ": ")));
+    if (message.starts_with("at most ")) return OracleError(error::unimplemented, message);
     if (message.starts_with("ambiguous column name: ")) {
         return OracleError(error::ambiguous_column, quoted_path(behind(message, ": ")));
     }

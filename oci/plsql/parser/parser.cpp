@@ -20,6 +20,18 @@ Parser::Parser(Runtime& runtime, Unit& unit)
     m_tokens.rewind(0);
 }
 
+unsigned Parser::line() {
+    const sql::Offset at = m_tokens.position();
+    if (at < m_line_at) {
+        m_line_at = 0;
+        m_line = 1;
+    }
+    const auto read = std::string_view(m_unit.text).substr(m_line_at, at - m_line_at);
+    m_line += static_cast<unsigned>(std::count(read.begin(), read.end(), '\n'));
+    m_line_at = at;
+    return m_line;
+}
+
 void Parser::unexpected(std::string_view wanted) {
     const sql::Token& found = m_tokens.peek();
     const std::string what = found.kind == sql::Token::Kind::end ? "end-of-file" : std::string(found.text);

@@ -103,7 +103,8 @@ class Parser {
     /// A name of up to three parts.
     Path path();
 
-    unsigned line() { return m_unit.line_of(m_tokens.position()); }
+    /// Of the next token.
+    unsigned line();
     void expect(std::string_view wanted);
     sql::Name name();
     std::string text(const sql::Name& name) { return std::string(name.text); }
@@ -120,6 +121,8 @@ class Parser {
     Routine* m_routine = nullptr;
     std::vector<LoopLabel> m_loops;
     unsigned m_loop_count = 0;
+    sql::Offset m_line_at = 0; ///< where line() has counted to, ...
+    unsigned m_line = 1;       ///< ... and what it has come to
 };
 
 } // namespace oci::plsql

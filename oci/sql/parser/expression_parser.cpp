@@ -10,6 +10,8 @@ namespace {
 
 /// A chain of + - * / is as deep as it is long, and what reads the tree goes down into it.
 constexpr int longest_chain = 1000;
+/// SQLite compares each constant of a statement with all before it, unless they stand in a list of IN.
+constexpr std::size_t most_conditions = 10'000;
 
 bool is_condition(const Expression& expression) {
     switch (expression.kind) {
@@ -96,6 +98,7 @@ Expression* ExpressionParser::any_condition() {
     ListBuilder<Expression*> operands(m_tokens.arena());
     operands.add(first);
     while (m_tokens.accept("OR")) operands.add(conjunction());
+    if (operands.size() > most_conditions) m_tokens.unsupported("more than 10000 conditions joined by OR");
     auto* const found = m_tokens.make<Logical>(first->at);
     found->disjunction = true;
     found->operands = operands.list();
@@ -108,6 +111,7 @@ Expression* ExpressionParser::conjunction() {
     ListBuilder<Expression*> operands(m_tokens.arena());
     operands.add(first);
     while (m_tokens.accept("AND")) operands.add(negation());
+    if (operands.size() > most_conditions) m_tokens.unsupported("more than 10000 conditions joined by AND");
     auto* const found = m_tokens.make<Logical>(first->at);
     found->operands = operands.list();
     return found;

@@ -108,6 +108,8 @@ Expression* OperandParser::conditional() {
         branch.then = expressions.expression();
         branches.add(branch);
     }
+    constexpr std::size_t most_branches = 10'000; // as of conditions: each has constants of its own
+    if (branches.size() > most_branches) m_tokens.unsupported("CASE of more than 10000 branches");
     if (m_tokens.accept("ELSE")) found->otherwise = expressions.expression();
     m_tokens.expect("END", error::missing_keyword);
     found->branches = branches.list();

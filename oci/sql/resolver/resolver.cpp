@@ -8,6 +8,8 @@
 #include "oci/sql/resolver/printer.h"
 #include "oci/sql/resolver/queries/queries.h"
 
+#include <algorithm>
+
 namespace oci::sql {
 namespace {
 
@@ -34,6 +36,26 @@ void add_columns(Resolution& resolution, Scope& scope, const Relation* table) {
     scope.sources.push_back(row);
 }
 
+/// Placeholders that are numbered in their order need not say so, and many are read sooner then: SQLite looks each
+/// number up among all that have come before it.
+void drop_numbers(std::string& sql) {
+    std::string shorter;
+    shorter.reserve(sql.size());
+    std::size_t last = 0;
+    for (std::size_t at = 0; at < sql.size();) {
+        const std::size_t from = at++;
+        if (sql[from] == '\'' || sql[from] == '"') at = sql.find(sql[from], at) + 1;
+        std::size_t number = 0;
+        if (sql[from] == '?') {
+            while (at < sql.size() && sql[at] >= '0' && sql[at] <= '9')
+                number = number * 10 + static_cast<std::size_t>(sql[at++] - '0');
+        }
+        shorter.append(sql, from, number == last + 1 ? 1 : at - from);
+        last = std::max(last, number);
+    }
+    sql = std::move(shorter);
+}
+
 } // namespace
 
 Translation translate(const Statement& statement, Arena& arena, Catalogue& catalogue, Variables* variables) {
@@ -48,6 +70,8 @@ Translation translate(const Statement& statement, Arena& arena, Catalogue& catal
     case StatementKind::merge: resolve_merge(resolution, statement.as<Merge>()); break;
     default: throw OracleError(error::invalid_statement);
     }
+    constexpr std::size_t many_placeholders = 1000;
+    if (result.names.size() > many_placeholders) drop_numbers(result.sql);
     return std::move(resolution.result);
 }
 
