@@ -6,6 +6,9 @@
 
 #include <benchmark/benchmark.h>
 
+#include <string>
+#include <vector>
+
 namespace {
 
 constexpr long long queries = 100'000;
@@ -132,6 +135,133 @@ template <auto query_points> void point_query_dtk(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * queries);
 }
 
+// ---- a text for each query, which is compiled each time
+
+constexpr long long texts = 10'000;
+
+std::string text_of(long long query) {
+    return "SELECT id, sym, qty, price, at FROM trades WHERE id = " + std::to_string(dataset::id_of(query));
+}
+
+void new_text_sqlite(benchmark::State& state) {
+    sqlite::Connection sqlite(dataset::file_with_rows(most_rows));
+    for (auto _ : state) {
+        dataset::Total total;
+        for (long long i = 0; i < texts; ++i) {
+            sqlite3_stmt* query = sqlite.prepare(text_of(i).c_str());
+            if (sqlite3_step(query) == SQLITE_ROW) sqlite::add_row(query, total);
+            sqlite3_finalize(query);
+        }
+        total.require(texts);
+    }
+    state.SetItemsProcessed(state.iterations() * texts);
+}
+
+void new_text_dtk(benchmark::State& state) {
+    const Library library(most_rows);
+    for (auto _ : state) {
+        dataset::Total total;
+        for (long long i = 0; i < texts; ++i) {
+            const auto query = dtk::prepare(*library.connection, text_of(i).c_str());
+            const auto rows = dtk::open(*query);
+            if (rows->mb_fetch()) library::add_row(*rows, total);
+        }
+        total.require(texts);
+    }
+    state.SetItemsProcessed(state.iterations() * texts);
+}
+
+// ---- comparisons whose sides are of different types: each row's text is made a number
+
+constexpr long long compared_rows = 100'000;
+constexpr auto count_converted = "SELECT COUNT(*) FROM trades WHERE SUBSTR(id, 1, 3) = 100";
+constexpr auto count_cast = "SELECT COUNT(*) FROM trades WHERE CAST(SUBSTR(id, 1, 3) AS NUMERIC) = 100";
+
+void converted_comparison_sqlite(benchmark::State& state) {
+    sqlite::Connection sqlite(dataset::file_with_rows(compared_rows));
+    sqlite3_stmt* count = sqlite.prepare(count_cast);
+    for (auto _ : state) {
+        if (sqlite3_step(count) != SQLITE_ROW || sqlite3_column_int64(count, 0) != compared_rows) std::abort();
+        sqlite3_reset(count);
+    }
+    sqlite3_finalize(count);
+    state.SetItemsProcessed(state.iterations() * compared_rows);
+}
+
+void converted_comparison_dtk(benchmark::State& state) {
+    const Library library(compared_rows);
+    const auto count = dtk::prepare(*library.connection, count_converted);
+    for (auto _ : state) {
+        const auto rows = dtk::open(*count);
+        if (!rows->mb_fetch() || rows->mb_getInt64(1) != compared_rows) std::abort();
+    }
+    state.SetItemsProcessed(state.iterations() * compared_rows);
+}
+
+// ---- BLOBs of so many MiB, written and read in pieces
+
+constexpr unsigned int piece_bytes = 64 * 1024;
+
+unsigned int pieces_of(const benchmark::State& state) {
+    return static_cast<unsigned int>(state.range(0)) * (1024 * 1024 / piece_bytes);
+}
+
+void blob_pieces_sqlite(benchmark::State& state) {
+    sqlite::Connection sqlite(dataset::file_with_rows(compared_rows));
+    sqlite.run("CREATE TEMP TABLE pieces (content BLOB)");
+    std::vector<char> piece(piece_bytes, 'x');
+    const auto each = [&](auto* transfer, int writes) {
+        sqlite3_blob* blob = nullptr;
+        sqlite::Connection::require(sqlite3_blob_open(sqlite.db, "temp", "pieces", "content", 1, writes, &blob));
+        for (unsigned int i = 0; i < pieces_of(state); ++i)
+            sqlite::Connection::require(
+                transfer(blob, piece.data(), static_cast<int>(piece_bytes), static_cast<int>(i * piece_bytes)));
+        sqlite3_blob_close(blob);
+    };
+    const std::string insert = "INSERT INTO pieces(rowid, content) VALUES (1, zeroblob(" +
+                               std::to_string(pieces_of(state) * piece_bytes) + "))";
+    for (auto _ : state) {
+        sqlite.run("BEGIN IMMEDIATE");
+        sqlite.run(insert.c_str());
+        each(sqlite3_blob_write, 1);
+        each(sqlite3_blob_read, 0);
+        sqlite.run("ROLLBACK");
+    }
+    state.SetItemsProcessed(state.iterations() * pieces_of(state));
+}
+
+void blob_pieces_dtk(benchmark::State& state) {
+    const Library library(compared_rows);
+    DTK_ConnectionBase& connection = *library.connection;
+    std::vector<unsigned char> piece(piece_bytes, 'x');
+    dtk::execute(connection, "CREATE TABLE pieces (content BLOB)");
+    for (auto _ : state) {
+        dtk::execute(connection, "INSERT INTO pieces VALUES (EMPTY_BLOB())");
+        const auto query = dtk::prepare(connection, "SELECT content FROM pieces FOR UPDATE");
+        {
+            const auto rows = dtk::open(*query);
+            if (!rows->mb_fetch()) std::abort();
+            DTK_Blob content = rows->mb_getDTK_Blob(1);
+            for (unsigned int i = 0; i < pieces_of(state); ++i)
+                content.mb_get()->mb_write(piece_bytes, piece.data(), i * piece_bytes + 1);
+        }
+        {
+            const auto rows = dtk::open(*query);
+            if (!rows->mb_fetch()) std::abort();
+            DTK_Blob content = rows->mb_getDTK_Blob(1);
+            for (unsigned int i = 0; i < pieces_of(state); ++i)
+                if (content.mb_get()->mb_readChunk(piece_bytes, piece.data()) != piece_bytes) std::abort();
+        }
+        connection.mb_rollback();
+    }
+    dtk::execute(connection, "DROP TABLE pieces");
+    state.SetItemsProcessed(state.iterations() * pieces_of(state));
+}
+
+void blob_sizes(benchmark::internal::Benchmark* work) {
+    work->Arg(8)->Arg(64)->Unit(benchmark::kMillisecond);
+}
+
 void sizes(benchmark::internal::Benchmark* work) {
     work->Arg(10'000)->Arg(100'000)->Arg(most_rows)->Unit(benchmark::kMillisecond);
 }
@@ -150,6 +280,12 @@ BENCHMARK(point_query_reprepared_sqlite)->Name("point_query_reprepared/sqlite")-
 BENCHMARK(point_query_dtk<library::query_points_reprepared>)
     ->Name("point_query_reprepared/dtk")
     ->Unit(benchmark::kMillisecond);
+BENCHMARK(new_text_sqlite)->Name("new_text/sqlite")->Unit(benchmark::kMillisecond);
+BENCHMARK(new_text_dtk)->Name("new_text/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(converted_comparison_sqlite)->Name("converted_comparison/sqlite")->Unit(benchmark::kMillisecond);
+BENCHMARK(converted_comparison_dtk)->Name("converted_comparison/dtk")->Unit(benchmark::kMillisecond);
+BENCHMARK(blob_pieces_sqlite)->Name("blob_pieces/sqlite")->Apply(blob_sizes);
+BENCHMARK(blob_pieces_dtk)->Name("blob_pieces/dtk")->Apply(blob_sizes);
 
 } // namespace
 
