@@ -389,6 +389,25 @@ TEST_P(ClientFailures, ofSqliteLeaveNothingBehind) {
     fail_each(calls, 15);
 }
 
+/// SQLite may still hold its lock then, and keeps it until the session has ended.
+TEST(ClientTransactions, thatCannotBeRolledBackLoseTheirSession) {
+    const OciSession other("memory:kept");
+    other.run("CREATE TABLE t (a NUMBER)");
+    {
+        const OciSession session("memory:kept");
+        EXPECT_EQ(session.run("INSERT INTO t VALUES (1)"), "");
+        calls.arm(0, 1'000'000);
+        const int code = session.rollback();
+        calls.disarm();
+        EXPECT_EQ(code, 3114);
+        EXPECT_EQ(session.ping(), 3114);
+        EXPECT_EQ(session.run("SELECT a FROM t"), "ORA-03114");
+    }
+    EXPECT_EQ(other.run("SELECT a FROM t FOR UPDATE NOWAIT"), "");
+    EXPECT_EQ(other.run("INSERT INTO t VALUES (2)"), "");
+    EXPECT_EQ(other.run("SELECT a FROM t"), "2");
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, ClientFailures, ::testing::ValuesIn(requests),
                          [](const auto& tested) { return tested.param.name; });
 
