@@ -13,26 +13,30 @@ constexpr std::size_t longest_variable = 32767;
 /// What fitting a value to a column says, and what a variable says of it.
 [[noreturn]] void refuse_value(const OracleError& error) {
     switch (error.code()) {
-    case 12899: throw OracleError(6502, "character string buffer too small");
-    case 1438: throw OracleError(6502, "number precision too large");
-    case 1722: throw OracleError(6502, "character to number conversion error");
-    case 1465: throw OracleError(6502, "hex to raw conversion error");
+    case error::value_too_large.code: throw OracleError(error::value_error, "character string buffer too small");
+    case error::precision_exceeded.code: throw OracleError(error::value_error, "number precision too large");
+    case error::invalid_number.code: throw OracleError(error::value_error, "character to number conversion error");
+    case error::invalid_hex.code: throw OracleError(error::value_error, "hex to raw conversion error");
     default: throw error;
     }
 }
 
-void check_range(const Value& value, const Type& type) {
+void check_range(Value& value, const Type& type) {
     const bool whole = value.type == Value::Type::integer;
     if (whole && value.integer >= type.least && value.integer <= type.greatest) return;
+    if (whole && type.wraps) {
+        value = Value::of(std::int64_t{static_cast<std::int32_t>(static_cast<std::uint64_t>(value.integer))});
+        return;
+    }
     const bool subtype = type.least > std::numeric_limits<std::int32_t>::min();
-    if (subtype) throw OracleError(6502, "");
-    throw OracleError(1426);
+    if (subtype) throw OracleError(error::value_error);
+    throw OracleError(error::numeric_overflow);
 }
 
 Value rounded(const Value& number) {
     if (number.type != Value::Type::real) return number;
     const double whole = std::round(number.real);
-    if (std::abs(whole) > 9e18) throw OracleError(1426);
+    if (std::abs(whole) > 9e18) throw OracleError(error::numeric_overflow);
     return Value::of(static_cast<std::int64_t>(whole));
 }
 
@@ -41,7 +45,7 @@ Value fitted(const Value& value, const Type& type, std::string& scratch) {
     if (text && value.type == Value::Type::text) {
         const std::size_t most = type.column.size != 0 ? type.column.size : longest_variable;
         if (type.column.family == Family::text && value.size > most)
-            throw OracleError(6502, "character string buffer too small");
+            throw OracleError(error::value_error, "character string buffer too small");
         return value;
     }
     try {
@@ -132,12 +136,12 @@ Datum& Collection::append(Datum item) {
 
 void store(OwnedValue& target, const Value& value, const Type& type) {
     if (value.is_null() || (value.type == Value::Type::text && value.size == 0 && type.column.family != Family::clob)) {
-        if (type.not_null) throw OracleError(6502, "");
+        if (type.not_null) throw OracleError(error::value_error);
         target = OwnedValue();
         return;
     }
     std::string scratch;
-    const Value result = fitted(value, type, scratch);
+    Value result = fitted(value, type, scratch);
     if (type.least != type.greatest) check_range(result, type);
     target.assign(result);
 }

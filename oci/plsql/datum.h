@@ -33,6 +33,7 @@ struct Type {
 
     ColumnType column;         ///< of a scalar; of unknown family where only the value tells
     bool is_integer = false;   ///< PLS_INTEGER and its subtypes
+    bool wraps = false;        ///< SIMPLE_INTEGER: what is too large begins anew at the other end
     std::int64_t least = 0;    ///< of an integer or of RANGE
     std::int64_t greatest = 0; ///< likewise; 0 and 0: any
 

@@ -1,6 +1,7 @@
 #include "oci/plsql/failure.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace oci::plsql {
 namespace {
@@ -20,6 +21,12 @@ std::string without_break(std::string text) {
     return text;
 }
 
+std::string place(std::string_view unit, unsigned line) {
+    std::string text = "ORA-06512: at ";
+    if (!unit.empty()) text.append("\"").append(unit).append("\", ");
+    return text + "line " + std::to_string(line) + "\n";
+}
+
 } // namespace
 
 Failure::Failure(const ExceptionName& raised)
@@ -32,18 +39,50 @@ std::string Failure::message() const {
     return without_break(m_text);
 }
 
+Failure Failure::of_application(int code, std::string_view text, bool on_top) {
+    Failure made(OracleError::from_text("ORA-" + std::to_string(code) + ": " + std::string(text)));
+    made.m_stands_alone = !on_top;
+    return made;
+}
+
+Failure Failure::again(const Failure& handled) {
+    Failure made = handled;
+    made.m_caught_at.clear();
+    made.m_stands_alone = true;
+    return made;
+}
+
 void Failure::passes(std::string_view unit, unsigned line) {
-    m_backtrace += "ORA-06512: at ";
-    if (!unit.empty()) m_backtrace.append("\"").append(unit).append("\", ");
-    m_backtrace += "line " + std::to_string(line) + "\n";
+    const std::string at = place(unit, line);
+    m_places += at;
+    m_told += at + m_pending;
+    if (!m_pending.empty()) m_previous += at + m_pending;
+    m_pending.clear();
+}
+
+void Failure::caught(std::string_view unit, unsigned line) {
+    m_caught_at = place(unit, line);
+}
+
+void Failure::leaves_handler_of(const Failure& handled) {
+    if (!std::exchange(m_stands_alone, false)) m_pending += handled.stack();
 }
 
 void Failure::add_line(std::string_view line) {
-    m_backtrace.append(line).append("\n");
+    m_told.append(line).append("\n");
 }
 
 OracleError Failure::error() const {
-    return OracleError::from_text(m_text + m_backtrace);
+    return OracleError::from_text(m_text + m_told);
+}
+
+void CompileError::leaves_out(std::string_view place, std::string_view what) {
+    constexpr std::string_view alone[] = {"PLS-00103", "PLS-00428", "PLS-00049", "PLS-00123"};
+    const auto stands = [this](std::string_view code) { return m_text.find(code) != std::string::npos; };
+    if (std::exchange(m_placed, true) || std::any_of(std::begin(alone), std::end(alone), stands)) return;
+    const bool sql = stands("PL/SQL: ORA-") || stands("PLS-00394");
+    m_text.append("\nORA-06550: ").append(place).append("PL/SQL: ");
+    m_text.append(sql ? "SQL " : "").append(what).append(" ignored");
 }
 
 const ExceptionName* predefined_exception(std::string_view name) {
@@ -55,9 +94,12 @@ const ExceptionName* predefined_exception(std::string_view name) {
 std::string message_of(int sqlcode) {
     if (sqlcode == 0) return "ORA-0000: normal, successful completion";
     if (sqlcode == 1) return "User-Defined Exception";
-    if (sqlcode == 100) sqlcode = -1403;
-    if (sqlcode > 0) return "-" + std::to_string(sqlcode) + ": non-ORACLE exception ";
-    return without_break(OracleError(-sqlcode).text());
+    if (sqlcode == 100) sqlcode = -error::no_data_found;
+    if (sqlcode > 0) return " -" + std::to_string(sqlcode) + ": non-ORACLE exception ";
+    const int code = -sqlcode;
+    const bool of_constraint = code == error::unique_violated || code == error::check_violated ||
+                               code == error::parent_key_not_found || code == error::child_record_found;
+    return without_break(OracleError(code, of_constraint ? "." : "").text());
 }
 
 Failure current_failure() {
@@ -73,7 +115,7 @@ Failure current_failure() {
 }
 
 void refuse(std::string_view text) {
-    throw OracleError(6550, text);
+    throw OracleError(error::block_error, text);
 }
 
 } // namespace oci::plsql

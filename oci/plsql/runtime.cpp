@@ -12,17 +12,13 @@ namespace {
 
 constexpr int deepest_call = 200;
 
-std::string unit_name(const Runtime& runtime, const Unit& unit) {
-    return unit.kind == Unit::Kind::block ? std::string() : upper(runtime.session.user()) + "." + unit.name;
-}
-
 /// Counts a call as long as it lasts.
 class Depth {
   public:
     explicit Depth(int& depth) : m_depth(depth) {
         if (++m_depth <= deepest_call) return;
         --m_depth;
-        throw OracleError(6500);
+        throw OracleError(error::storage_error);
     }
     ~Depth() { --m_depth; }
     Depth(const Depth&) = delete;
@@ -47,22 +43,37 @@ std::string compile_message(const Unit& unit, std::uint32_t at, std::string_view
 }
 
 Flow run_all(const Statements& statements, Frame& frame) {
-    for (const auto& statement : statements) {
-        frame.line = statement->line();
-        const Flow flow = statement->run(frame);
-        if (flow != Flow::next) return flow;
+    for (auto next = statements.begin(); next != statements.end(); ++next) {
+        frame.line = (*next)->line();
+        const Flow flow = (*next)->run(frame);
+        if (flow == Flow::next) [[likely]]
+            continue;
+        if (flow != Flow::jump) return flow;
+        next = std::find_if(statements.begin(), statements.end(),
+                            [&](const auto& statement) { return statement->label() == frame.target; });
+        if (next == statements.end()) return flow;
+        frame.target = 0;
     }
     return Flow::next;
 }
+
+namespace {
+
+void set_up_fields(Datum& record, const Type& type, Frame& frame) {
+    for (std::size_t i = 0; i < type.fields.size(); ++i) {
+        const Field& field = type.fields[i];
+        set_up_fields(record.fields()[i], *field.type, frame);
+        if (field.initial) store(record.fields()[i], field.initial->datum(frame), *field.type);
+    }
+}
+
+} // namespace
 
 Flow Body::run(Frame& frame) const {
     for (const VariableSetup& variable : variables) {
         frame.line = variable.line;
         Datum& place = frame.slots[variable.slot] = Datum(*variable.type);
-        for (std::size_t i = 0; i < variable.type->fields.size(); ++i) {
-            const Field& field = variable.type->fields[i];
-            if (field.initial) store(place.fields()[i], field.initial->datum(frame), *field.type);
-        }
+        set_up_fields(place, *variable.type, frame);
         if (variable.initial) store(place, variable.initial->datum(frame), *variable.type);
     }
     if (handlers.empty()) return run_all(statements, frame);
@@ -93,7 +104,14 @@ Flow Body::handle(Frame& frame, Failure& failure) const {
             const Failure* of_frame;
             const Failure* of_runtime;
         } handling(frame, &failure);
-        return run_all(handler.statements, frame);
+        failure.caught(frame.runtime.name_of(*frame.routine.unit), frame.line);
+        try {
+            return run_all(handler.statements, frame);
+        } catch (...) {
+            Failure next = current_failure();
+            next.leaves_handler_of(failure);
+            throw next;
+        }
     }
     throw failure;
 }
@@ -125,7 +143,13 @@ Runtime::Runtime(Session& owner) : session(owner), library(std::make_unique<Libr
 Runtime::~Runtime() = default;
 
 Datum Runtime::call(const Routine& routine, Frame* outer, const ExpressionList& arguments, Frame& caller) {
-    if (!routine.defined) throw OracleError(4067, routine.unit->name);
+    if (!routine.defined) {
+        const std::string name = name_of(*routine.unit);
+        std::string text =
+            OracleError(error::body_missing, name).text() + OracleError(error::program_unit_not_found).text();
+        text.insert(text.size() - 1, ": \"" + name + "\"");
+        throw OracleError::from_text(text);
+    }
     Frame frame(*this, routine, outer);
     frame.line = caller.line;
     for (std::size_t i = 0; i < routine.parameters.size(); ++i) {
@@ -148,18 +172,49 @@ Datum Runtime::default_of(const Routine& routine, std::size_t parameter, Frame* 
     return initial.datum(around);
 }
 
-Datum Runtime::run(Frame& frame) {
+Datum Runtime::run(Frame& frame, const Body& body) {
     const Depth counted(depth);
     const Routine& routine = frame.routine;
     try {
-        const Flow flow = routine.body.run(frame);
-        if (routine.result && flow != Flow::leave) throw OracleError(6503);
+        const Flow flow = routine.autonomous ? run_autonomous(frame, body) : body.run(frame);
+        if (routine.result && flow != Flow::leave) throw OracleError(error::function_without_value);
     } catch (...) {
         Failure failure = current_failure();
-        failure.passes(unit_name(*this, *routine.unit), frame.line);
+        failure.passes(name_of(*routine.unit), frame.line);
         throw failure;
     }
     return std::move(frame.result);
+}
+
+/// The database takes changes of one transaction at a time: the routine's own one can only begin when the caller's has
+/// changed nothing.
+Flow Runtime::run_autonomous(Frame& frame, const Body& body) {
+    if (session.transaction() != 0)
+        throw OracleError(error::unimplemented, "an autonomous transaction inside one that has changed rows");
+    const auto query = std::exchange(in_query, false);
+    const auto trigger = std::exchange(in_trigger, false);
+    const struct Restore {
+        ~Restore() {
+            runtime.in_query = query;
+            runtime.in_trigger = trigger;
+        }
+        Runtime& runtime;
+        bool query;
+        bool trigger;
+    } restore{*this, query, trigger};
+    try {
+        const Flow flow = body.run(frame);
+        if (session.transaction() == 0) return flow;
+    } catch (...) {
+        session.rollback();
+        throw;
+    }
+    session.rollback();
+    throw OracleError(error::active_autonomous_transaction);
+}
+
+std::string Runtime::name_of(const Unit& unit) const {
+    return unit.kind == Unit::Kind::block ? std::string() : upper(session.user()) + "." + unit.name;
 }
 
 Frame& Runtime::state_of(Unit& package) {
@@ -186,13 +241,13 @@ void Runtime::run_block(const Unit& block, Placeholders& values) {
 }
 
 void Runtime::prepare_to_write() {
-    if (in_query) throw OracleError(14551);
+    if (in_query) throw OracleError(error::change_inside_query);
     for (OpenCursor* cursor : cursors) cursor->detach();
 }
 
 void Runtime::prepare_to_control() {
-    if (in_query) throw OracleError(14552);
-    if (in_trigger) throw OracleError(4092);
+    if (in_query) throw OracleError(error::commit_inside_query);
+    if (in_trigger) throw OracleError(error::cannot_commit_in_trigger);
     for (OpenCursor* cursor : cursors) cursor->detach();
 }
 

@@ -3,6 +3,7 @@
 #include "oci/plsql/tree/tree.h"
 
 #include <map>
+#include <random>
 #include <set>
 
 namespace oci {
@@ -12,6 +13,7 @@ class Session;
 namespace oci::plsql {
 
 class Library;
+struct SharedSql;
 
 /// Where the values of a block's placeholders come from and go to.
 class Placeholders {
@@ -51,7 +53,11 @@ class Runtime {
     /// What a parameter is when nothing is given for it: worked out where the routine stands.
     Datum default_of(const Routine& routine, std::size_t parameter, Frame* outer);
     /// Runs a routine whose parameters are in its frame.
-    Datum run(Frame& frame);
+    Datum run(Frame& frame) { return run(frame, frame.routine.body); }
+    /// The same of a part of it.
+    Datum run(Frame& frame, const Body& body);
+    /// As the server names it; nothing of a block.
+    std::string name_of(const Unit& unit) const;
     /// Runs a block over values for its placeholders.
     void run_block(const Unit& block, Placeholders& values);
     /// To be called before a statement that changes rows.
@@ -69,19 +75,29 @@ class Runtime {
     OutputBuffer output;
     std::int64_t row_count = -1;                          ///< SQL%ROWCOUNT; -1: no statement yet
     std::map<std::int64_t, std::int64_t> bulk_row_counts; ///< SQL%BULK_ROWCOUNT, by index
-    const Failure* handled = nullptr;                     ///< what the innermost handler that runs was entered for
+    struct BulkFailure {
+        std::int64_t iteration; ///< from 1
+        int code;
+    };
+    std::vector<BulkFailure> bulk_failures; ///< SQL%BULK_EXCEPTIONS
+    const Failure* handled = nullptr;       ///< what the innermost handler that runs was entered for
     int depth = 0;
-    std::vector<std::string> changing; ///< tables whose rows change, while triggers fire for one of them
-    std::set<std::string> updated;     ///< columns that UPDATING('...') asks for
-    bool savepoints = false;           ///< the block that runs has set some, which outlive it
-    bool in_trigger = false;           ///< which does not end the transaction: ORA-04092
-    bool in_query = false;             ///< a function that a query calls changes nothing: ORA-14551
-    std::set<OpenCursor*> cursors;     ///< those that are open
+    std::mt19937_64 random{std::random_device{}()}; ///< of DBMS_RANDOM
+    std::vector<std::string> changing;              ///< tables whose rows change, while triggers fire for one of them
+    std::set<std::string> updated;                  ///< columns that UPDATING('...') asks for
+    bool savepoints = false;                        ///< the block that runs has set some, which outlive it
+    bool in_trigger = false;                        ///< which does not end the transaction: ORA-04092
+    bool in_query = false;                          ///< a function that a query calls changes nothing: ORA-14551
+    std::set<OpenCursor*> cursors;                  ///< those that are open
+
+    std::map<std::string, std::unique_ptr<SharedSql>, std::less<>> shared_sql; ///< by text and types of operands
 
     /// Reads units by name, keeps them, and lets go of those that DDL has changed.
     std::unique_ptr<Library> library;
 
   private:
+    Flow run_autonomous(Frame& frame, const Body& body);
+
     std::map<const Unit*, std::unique_ptr<Frame>> m_states;
 };
 

@@ -11,7 +11,8 @@ const char* text_of(int code) {
     const auto causes = error::all();
     const auto found = std::lower_bound(causes.begin(), causes.end(), code,
                                         [](const error::Cause* cause, int wanted) { return cause->code < wanted; });
-    return found != causes.end() && (*found)->code == code ? (*found)->text : error::internal.text;
+    if (found != causes.end() && (*found)->code == code) return (*found)->text;
+    return code >= 20000 && code <= 20999 ? "" : error::internal.text; // those are the programs' own
 }
 
 } // namespace
@@ -23,6 +24,7 @@ OracleError::OracleError(const error::Cause& cause, std::string_view detail) : m
     m_text += cause.text;
     if (const auto place = m_text.find("{}"); place != std::string::npos) {
         m_text.replace(place, 2, detail);
+        if (m_text.ends_with(": ") && m_text.size() > sizeof "ORA-nnnnn: ") m_text.resize(m_text.size() - 2);
     } else if (!detail.empty()) {
         m_text.append(" (").append(detail).append(")");
     }

@@ -281,7 +281,8 @@ TEST(ClientBlockErrors, tellTheWayThroughTheCalls) {
               "ORA-01403: no data found\nORA-06512: at \"SCOTT.INNER\", line 3\n"
               "ORA-06512: at \"SCOTT.OUTER\", line 3\nORA-06512: at line 3\n");
     EXPECT_EQ(error_text(session, "BEGIN\n  nope;\nEND;"),
-              "ORA-06550: line 2, column 3:\nPLS-00201: identifier 'NOPE' must be declared\n");
+              "ORA-06550: line 2, column 3:\nPLS-00201: identifier 'NOPE' must be declared\n"
+              "ORA-06550: line 2, column 3:\nPL/SQL: Statement ignored\n");
 }
 
 TEST(ClientPackages, haveAStateForEachSession) {

@@ -58,7 +58,7 @@ OwnedValue concatenate(const Value& left, const Value& right) {
     };
     std::string result(text(left));
     result += text(right);
-    if (result.size() > 32767) throw OracleError(6502, "character string buffer too small");
+    if (result.size() > 32767) throw OracleError(error::value_error, "character string buffer too small");
     return OwnedValue(Value::of(std::string_view(result)));
 }
 
@@ -152,9 +152,19 @@ ExpressionPtr Binder::condition(const sql::Expression& expression) {
 
 ExpressionPtr Binder::target(const sql::Expression& expression) {
     ExpressionPtr made = bind(expression);
-    if (made->is_variable()) return made;
+    if (!made->is_variable()) not_a_target(expression);
+    return made;
+}
+
+void Binder::not_a_target(const sql::Expression& expression) const {
     std::string name = "expression";
-    if (expression.kind == ExpressionKind::column) name = expression.as<sql::ColumnReference>().column.text;
+    if (expression.kind == ExpressionKind::number) name = expression.as<sql::NumberLiteral>().text;
+    if (expression.kind == ExpressionKind::string) name = expression.as<sql::StringLiteral>().text;
+    if (expression.kind == ExpressionKind::column) {
+        const auto& reference = expression.as<sql::ColumnReference>();
+        name = reference.table ? std::string(reference.table.text) + "." : std::string();
+        name += reference.column.text;
+    }
     fail("PLS-00363: expression '" + name + "' cannot be used as an assignment target", expression.at);
 }
 
@@ -190,9 +200,12 @@ ExpressionPtr Binder::literal(const sql::Expression& expression) {
     case ExpressionKind::number: {
         const auto& number = expression.as<sql::NumberLiteral>();
         const Family family = number.suffix == 0 ? Family::number : Family::binary_double;
+        const Value value = number_of(number.text);
+        const bool whole = value.type == Value::Type::integer && family == Family::number &&
+                           number.text.find_first_not_of("0123456789") == std::string_view::npos;
+        if (whole && value.integer <= integer_type()->greatest) return std::make_shared<Literal>(value, integer_type());
         return std::make_shared<Literal>(
-            number_of(number.text),
-            scalar_type(family == Family::number ? ColumnType::number() : ColumnType::of_family(family)));
+            value, scalar_type(family == Family::number ? ColumnType::number() : ColumnType::of_family(family)));
     }
     case ExpressionKind::string:
         return std::make_shared<Literal>(Value::of(expression.as<sql::StringLiteral>().text),
@@ -247,6 +260,16 @@ ExpressionPtr Binder::binary(const sql::Binary& binary) {
     const Family first = left->type()->column.family;
     const Family second = right->type()->column.family;
     const bool additive = binary.op == BinaryOperator::add || binary.op == BinaryOperator::subtract;
+    const bool multiplies = binary.op == BinaryOperator::multiply;
+    if ((additive || multiplies) && left->type()->is_integer && right->type()->is_integer) {
+        static constexpr IntegerOperation::Function whole[] = {add_integers, subtract_integers, multiply_integers};
+        const auto may_wrap = [](const ExpressionPtr& operand) {
+            return operand->type()->wraps || dynamic_cast<const Literal*>(operand.get()) != nullptr;
+        };
+        const bool wraps = (left->type()->wraps || right->type()->wraps) && may_wrap(left) && may_wrap(right);
+        return std::make_shared<IntegerOperation>(whole[static_cast<std::size_t>(binary.op)], wraps, std::move(left),
+                                                  std::move(right));
+    }
     const bool unknown = additive && (first == Family::unknown || second == Family::unknown);
     if ((unknown || is_datetime(first) || is_datetime(second)) && binary.op != BinaryOperator::power)
         return sql(signs[static_cast<std::size_t>(binary.op)], {std::move(left), std::move(right)});
@@ -266,7 +289,15 @@ ExpressionPtr Binder::equality(ExpressionPtr left, ExpressionPtr right) {
 ExpressionPtr Binder::comparison(ComparisonOperator op, ExpressionPtr left, ExpressionPtr right) {
     const Type& a = *left->type();
     const Type& b = *right->type();
-    if (!a.is_scalar() || !b.is_scalar()) fail("PLS-00306: wrong number or types of arguments in call to '='", m_at);
+    const bool equality = op == ComparisonOperator::equal || op == ComparisonOperator::unequal;
+    if (a.kind == Type::Kind::collection && &a == &b && a.index == Type::Index::nested_table && equality) {
+        ExpressionPtr same = std::make_shared<Computed>(boolean_type(), [left, right](Frame& frame) {
+            return Datum(same_elements(left->datum(frame), right->datum(frame)));
+        });
+        return negated(std::move(same), op == ComparisonOperator::unequal);
+    }
+    if (!a.is_scalar() || !b.is_scalar())
+        fail("PLS-00306: wrong number or types of arguments in call to '" + std::string(sign_of(op)) + "'", m_at);
     const Family first = a.column.family;
     const Family second = b.column.family;
     if (a.is_boolean() != b.is_boolean() && first != Family::unknown && second != Family::unknown)
@@ -346,6 +377,9 @@ ExpressionPtr Binder::conditional(const sql::Conditional& conditional) {
     const auto result = [&](const sql::Expression& expression) {
         ExpressionPtr made = bind(expression);
         if (type->column.family == Family::unknown) type = made->type();
+        const bool number = type->column.family == Family::number && !type->is_boolean();
+        if (number && (!type->is_integer || !made->type()->is_integer)) type = scalar_type(ColumnType::number());
+        if (number && type->is_integer) type = integer_type();
         if (type->column.family == Family::fixed_text) type = scalar_type(Family::text);
         return convert(std::move(made), *type);
     };
@@ -377,15 +411,16 @@ ExpressionPtr Binder::sql(std::string_view text, const ExpressionList& operands)
         }
     }
     query->text += " FROM DUAL";
+    query->share();
     ColumnType type;
     try {
         auto compiled = query->take();
         type = compiled->columns().front().type;
         query->give_back(std::move(compiled));
     } catch (const OracleError& error) {
-        constexpr int unknown_name = 904;
-        if (error.code() == unknown_name) undeclared(text.substr(0, text.find('(')), m_at);
-        fail("PL/SQL: " + error.text(), m_at, error.code() == 2289);
+        if (error.code() == error::invalid_identifier) undeclared(text.substr(0, text.find('(')), m_at);
+        const auto message = error.text().substr(0, error.text().size() - 1);
+        fail("PL/SQL: " + message, m_at, error.code() == error::no_such_sequence);
     }
     if (type.family != Family::number) type.size = 0;
     return std::make_shared<SqlExpression>(scalar_type(type), std::move(query));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "oci/plsql/parser/scope.h"
+#include "oci/plsql/tree/methods.h"
 #include "oci/sql/tree.h"
 
 namespace oci::plsql {
@@ -38,6 +39,7 @@ class Binder {
     ExpressionPtr call(const sql::Call& call, bool statement);
     ExpressionPtr member(const sql::Member& member);
     ExpressionPtr attribute(const sql::Attribute& attribute);
+    static ExpressionPtr bulk_exceptions();
     ExpressionPtr unary(const sql::Unary& unary);
     ExpressionPtr binary(const sql::Binary& binary);
     ExpressionPtr comparison(sql::ComparisonOperator op, ExpressionPtr left, ExpressionPtr right);
@@ -52,6 +54,7 @@ class Binder {
     ExpressionPtr follow(ExpressionPtr object, std::vector<std::string_view> members, sql::Expressions arguments,
                          bool called);
     ExpressionPtr method(ExpressionPtr collection, std::string_view name, sql::Expressions arguments);
+    ExpressionPtr collection_call(const CollectionFunction& function, const sql::Call& call);
     ExpressionPtr constructor(const TypePtr& type, sql::Expressions arguments);
     ExpressionPtr routine_call(const Found& found, sql::Expressions arguments, std::span<const sql::Name> names,
                                bool statement);
@@ -64,6 +67,8 @@ class Binder {
     ExpressionPtr sql(std::string_view text, const ExpressionList& operands);
 
     [[noreturn]] void fail(std::string_view text, sql::Offset at, bool missing_object = false) const;
+    [[noreturn]] void not_a_target(const sql::Expression& expression) const;
+    void refuse_unknown_member(const Path& path, sql::Offset at) const;
     [[noreturn]] void undeclared(std::string_view name, sql::Offset at) const;
 
     Runtime& m_runtime;

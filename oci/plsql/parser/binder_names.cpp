@@ -1,5 +1,6 @@
 #include "oci/plsql/parser/binder.h"
 
+#include "oci/plsql/library.h"
 #include "oci/plsql/runtime.h"
 #include "oci/plsql/tree/methods.h"
 #include "oci/plsql/tree/sql.h"
@@ -47,12 +48,13 @@ std::optional<std::vector<std::ptrdiff_t>> match(const Routine& routine, sql::Ex
 /// How well a value's type suits a parameter: overloads are told apart by it.
 int suitability(const Type& parameter, const Type& value) {
     if (!Binder::is_assignable(parameter, value)) return -1000;
-    if (!parameter.is_scalar()) return 2;
+    if (!parameter.is_scalar()) return 3;
     const auto group = [](Family family) {
         const bool text = family == Family::fixed_text || family == Family::clob;
         return text ? Family::text : family;
     };
-    return group(parameter.column.family) == group(value.column.family) ? 2 : 0;
+    if (group(parameter.column.family) != group(value.column.family)) return 0;
+    return parameter.is_integer == value.is_integer ? 3 : 2;
 }
 
 } // namespace
@@ -70,7 +72,19 @@ ExpressionPtr Binder::name(const sql::ColumnReference& reference) {
     }
     const std::string text = joined(path.parts);
     if (ExpressionPtr made = builtin(text, {}, false)) return made;
+    refuse_unknown_member(path, reference.at);
     return sql(text, {});
+}
+
+/// x.y where x is a block's variable or a package that has no y.
+void Binder::refuse_unknown_member(const Path& path, sql::Offset at) const {
+    if (path.parts.size() < 2) return;
+    Path first{{path.parts[0]}};
+    const bool known = static_cast<bool>(find(m_runtime, m_scope, first));
+    const Unit* const package = known ? nullptr : m_runtime.library->find(path.parts[0]);
+    if (!known && (package == nullptr || package->kind != Unit::Kind::package)) return;
+    const auto column = static_cast<sql::Offset>(path.parts[0].size() + 1);
+    fail("PLS-00302: component '" + std::string(path.parts[1]) + "' must be declared", at + column);
 }
 
 ExpressionPtr Binder::call(const sql::Call& call, bool statement) {
@@ -91,6 +105,9 @@ ExpressionPtr Binder::call(const sql::Call& call, bool statement) {
         fail("PLS-00306: '" + joined(path.parts) + "' cannot be called", call.at);
     }
     if (ExpressionPtr made = builtin(joined(path.parts), call.arguments, statement)) return made;
+    if (const auto* function = collection_function(call.name.text); function != nullptr && !call.package)
+        return collection_call(*function, call);
+    refuse_unknown_member(path, call.at);
     if (statement) undeclared(joined(path.parts), call.at);
     return dialect_call(call);
 }
@@ -170,6 +187,38 @@ ExpressionPtr Binder::method(ExpressionPtr collection, std::string_view name, sq
     });
 }
 
+ExpressionPtr Binder::collection_call(const CollectionFunction& function, const sql::Call& call) {
+    ExpressionList operands;
+    for (const auto* argument : call.arguments) operands.push_back(bind(*argument));
+    const auto is_nested = [](const ExpressionPtr& operand) {
+        const Type& type = *operand->type();
+        return type.kind == Type::Kind::collection && type.index == Type::Index::nested_table;
+    };
+    const std::size_t first = function.takes_value ? 1 : 0;
+    const bool fits = operands.size() == function.arguments &&
+                      std::all_of(operands.begin() + static_cast<std::ptrdiff_t>(first), operands.end(), is_nested);
+    if (!fits)
+        fail("PLS-00306: wrong number or types of arguments in call to '" + std::string(function.name) + "'", call.at);
+    if (operands.size() == 1) operands.push_back(operands.front());
+    if (function.result == CollectionFunction::Result::collection) {
+        const TypePtr type = operands[0]->type();
+        return std::make_shared<Computed>(type, [&function, type, operands, distinct = call.distinct](Frame& frame) {
+            const Datum left = operands[0]->datum(frame);
+            const Datum right = operands[1]->datum(frame);
+            Datum made(*type);
+            made.collection().is_null = left.collection().is_null || right.collection().is_null;
+            if (made.collection().is_null) return made;
+            function.make(made.collection(), left.collection(), right.collection());
+            if (distinct) make_distinct(made.collection());
+            return made;
+        });
+    }
+    const bool truth = function.result == CollectionFunction::Result::truth;
+    return std::make_shared<Computed>(truth ? boolean_type() : integer_type(), [&function, operands](Frame& frame) {
+        return Datum(function.tell(operands[0]->datum(frame), operands[1]->datum(frame)));
+    });
+}
+
 ExpressionPtr Binder::constructor(const TypePtr& type, sql::Expressions arguments) {
     ExpressionList items;
     for (const auto* argument : arguments) items.push_back(value_for(*argument, type->element));
@@ -178,7 +227,7 @@ ExpressionPtr Binder::constructor(const TypePtr& type, sql::Expressions argument
         Collection& collection = made.collection();
         collection.is_null = false;
         if (type->index == Type::Index::varray && static_cast<std::int64_t>(items.size()) > type->limit)
-            throw OracleError(6532);
+            throw OracleError(error::subscript_outside_limit);
         for (const auto& item : items)
             store(collection.append(Datum(*type->element)), item->datum(frame), *type->element);
         return made;
@@ -209,14 +258,22 @@ ExpressionPtr Binder::routine_call(const Found& found, sql::Expressions argument
         matched = std::move(*candidate);
     }
     const std::string& name = found.declaration->routines.front()->name;
+    const auto& routines = found.declaration->routines;
+    const bool other_kind = std::all_of(routines.begin(), routines.end(),
+                                        [&](const Routine* r) { return statement != (r->result == nullptr); });
+    if (other_kind)
+        fail(statement ? "PLS-00221: '" + name + "' is not a procedure or is undefined"
+                       : "PLS-00222: no function with name '" + name + "' exists in this scope",
+             at);
     if (chosen == nullptr) fail("PLS-00306: wrong number or types of arguments in call to '" + name + "'", at);
     ExpressionList bound;
     for (std::size_t i = 0; i < matched.size(); ++i) {
         const Parameter& parameter = chosen->parameters[i];
         ExpressionPtr value = matched[i] < 0 ? nullptr : values[static_cast<std::size_t>(matched[i])];
-        const bool wrong = value && !is_assignable(*parameter.type, *value->type());
-        if (wrong || (value && parameter.out && !value->is_variable()))
+        if (value && !is_assignable(*parameter.type, *value->type()))
             fail("PLS-00306: wrong number or types of arguments in call to '" + name + "'", at);
+        if (value && parameter.out && !value->is_variable())
+            not_a_target(*arguments[static_cast<std::size_t>(matched[i])]);
         bound.push_back(value && !parameter.out ? convert(std::move(value), *parameter.type) : std::move(value));
     }
     std::optional<unsigned> levels_up;
@@ -225,6 +282,11 @@ ExpressionPtr Binder::routine_call(const Found& found, sql::Expressions argument
 }
 
 ExpressionPtr Binder::dialect_call(const sql::Call& call) {
+    static constexpr std::string_view of_queries[] = {"DECODE", "COUNT", "SUM", "AVG", "MIN", "MAX", "LISTAGG"};
+    if (std::find(std::begin(of_queries), std::end(of_queries), call.name.text) != std::end(of_queries))
+        fail("PLS-00204: function or pseudo-column '" + std::string(call.name.text) +
+                 "' may be used inside a SQL statement only",
+             call.at);
     if (!call.within_group.empty() || call.over != nullptr || call.distinct)
         fail("PLS-00103: Encountered an aggregate that a block cannot carry out", call.at);
     std::string text = joined(parts_of({call.schema, call.package, call.name})) + "(";
@@ -249,7 +311,31 @@ ExpressionPtr Binder::dialect_call(const sql::Call& call) {
         }
     }
     m_at = call.at;
-    return sql(text + ")", operands);
+    if (call.name.text != "REGEXP_LIKE") return sql(text + ")", operands);
+    ExpressionPtr matched = sql("CASE WHEN " + text + ") THEN 1 ELSE 0 END", operands);
+    const auto as_it_is = [](const Value& value, const Value&) { return OwnedValue(value); };
+    return std::make_shared<Operation>(boolean_type(), as_it_is, std::move(matched), nullptr);
+}
+
+ExpressionPtr Binder::bulk_exceptions() {
+    static const TypePtr type = [] {
+        Type record;
+        record.kind = Type::Kind::record;
+        record.fields = {{"ERROR_INDEX", integer_type(), nullptr}, {"ERROR_CODE", integer_type(), nullptr}};
+        Type collection;
+        collection.kind = Type::Kind::collection;
+        collection.element = std::make_shared<Type>(std::move(record));
+        return std::make_shared<Type>(std::move(collection));
+    }();
+    return std::make_shared<Computed>(type, [](Frame& frame) {
+        Datum made(*type);
+        for (const auto& failure : frame.runtime.bulk_failures) {
+            Datum& record = made.collection().append(Datum(*type->element));
+            record.fields()[0] = Datum(Value::of(failure.iteration));
+            record.fields()[1] = Datum(Value::of(std::int64_t{failure.code}));
+        }
+        return made;
+    });
 }
 
 ExpressionPtr Binder::attribute(const sql::Attribute& attribute) {
@@ -262,14 +348,16 @@ ExpressionPtr Binder::attribute(const sql::Attribute& attribute) {
     if (reference != nullptr && !reference->table && reference->column.text == "SQL") {
         if (attribute.index != nullptr) {
             ExpressionPtr index = bind(*attribute.index);
+            if (wanted == "BULK_EXCEPTIONS") return std::make_shared<Element>(bulk_exceptions(), std::move(index));
             return std::make_shared<Computed>(type, [index](Frame& frame) {
                 const auto at = integer_value(*index, frame);
                 const auto& counts = frame.runtime.bulk_row_counts;
                 const auto found = counts.find(at);
-                if (found == counts.end()) throw OracleError(1403);
+                if (found == counts.end()) throw OracleError(error::no_data_found);
                 return Datum(Value::of(found->second));
             });
         }
+        if (wanted == "BULK_EXCEPTIONS") return bulk_exceptions();
         return std::make_shared<Computed>(type, [row_count, truth, wanted = std::string(wanted)](Frame& frame) {
             const std::int64_t count = frame.runtime.row_count;
             if (wanted == "ISOPEN") return truth(false);
@@ -283,7 +371,7 @@ ExpressionPtr Binder::attribute(const sql::Attribute& attribute) {
     return std::make_shared<Computed>(type, [cursor, row_count, truth, wanted = std::string(wanted)](Frame& frame) {
         const auto open = cursor->place(frame).cursor();
         if (wanted == "ISOPEN") return truth(open != nullptr);
-        if (!open) throw OracleError(1001);
+        if (!open) throw OracleError(error::invalid_cursor);
         if (row_count) return Datum(Value::of(open->row_count));
         return open->found ? truth(*open->found == (wanted == "FOUND")) : Datum(OwnedValue());
     });

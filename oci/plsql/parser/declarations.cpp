@@ -75,17 +75,12 @@ void Parser::variable(Body& body) {
         return expect(";");
     }
     const bool constant = m_tokens.accept("CONSTANT");
-    TypePtr of = type();
-    if (m_tokens.accept("NOT")) {
-        expect("NULL");
-        auto required = std::make_shared<Type>(*of);
-        required->not_null = true;
-        of = std::move(required);
-    } else {
-        m_tokens.accept("NULL");
-    }
+    TypePtr of = declared_type();
     ExpressionPtr initial = default_value(of);
-    if (!initial && (of->not_null || constant))
+    if (!initial && constant)
+        fail("PLS-00322: declaration of a constant '" + text(declared) + "' must contain an initialization assignment",
+             declared.at);
+    if (!initial && of->not_null)
         fail("PLS-00218: a variable declared NOT NULL must have an initialization assignment", declared.at);
     expect(";");
     Declaration& made = declare(declared, Declaration::Kind::variable);
@@ -93,6 +88,26 @@ void Parser::variable(Body& body) {
     made.slot = m_routine->slots++;
     made.writable = !constant;
     body.variables.push_back({made.slot, std::move(of), std::move(initial), at_line});
+}
+
+/// A type with NOT NULL, if that stands behind it.
+TypePtr Parser::declared_type() {
+    const auto at = m_tokens.position();
+    try {
+        TypePtr of = type();
+        const bool required = m_tokens.accept("NOT");
+        if (required) expect("NULL");
+        if (!required) {
+            m_tokens.accept("NULL");
+            return of;
+        }
+        auto made = std::make_shared<Type>(*of);
+        made->not_null = true;
+        return made;
+    } catch (CompileError& error) {
+        error.leaves_out(compile_message(m_unit, at, {}), "Item");
+        throw;
+    }
 }
 
 ExpressionPtr Parser::default_value(const TypePtr& type) {
@@ -130,8 +145,7 @@ TypePtr Parser::record_type() {
     do {
         Field field;
         field.name = text(name());
-        field.type = type();
-        if (m_tokens.accept("NOT")) expect("NULL");
+        field.type = declared_type();
         field.initial = default_value(field.type);
         record->fields.push_back(std::move(field));
     } while (m_tokens.accept(","));
@@ -145,7 +159,7 @@ TypePtr Parser::table_type(Type::Index index) {
     table->index = index;
     if (index == Type::Index::varray) {
         expect("(");
-        table->limit = m_tokens.integer(6550);
+        table->limit = m_tokens.integer(error::block_error);
         expect(")");
     }
     expect("OF");
@@ -166,7 +180,7 @@ void Parser::subtype() {
     if (m_tokens.accept("RANGE")) {
         const auto bound = [&] {
             const bool negative = m_tokens.accept("-");
-            const std::int64_t number = m_tokens.integer(6550);
+            const std::int64_t number = m_tokens.integer(error::block_error);
             return negative ? -number : number;
         };
         made->least = bound();
@@ -221,7 +235,7 @@ void Parser::cursor_declaration(Body& body) {
 void Parser::pragma() {
     m_tokens.take();
     const sql::Name kind = name();
-    if (kind.text == "AUTONOMOUS_TRANSACTION") unsupported("PRAGMA AUTONOMOUS_TRANSACTION");
+    if (kind.text == "AUTONOMOUS_TRANSACTION") m_routine->autonomous = true;
     if (kind.text == "EXCEPTION_INIT") {
         expect("(");
         const sql::Name declared = name();
@@ -230,7 +244,8 @@ void Parser::pragma() {
             fail("PLS-00109: unknown exception name '" + text(declared) + "' in PRAGMA EXCEPTION_INIT", declared.at);
         expect(",");
         expect("-");
-        const_cast<ExceptionName*>(found->second.exception)->code = static_cast<int>(m_tokens.integer(6550));
+        const_cast<ExceptionName*>(found->second.exception)->code =
+            static_cast<int>(m_tokens.integer(error::block_error));
         expect(")");
     }
     while (!m_tokens.at(";") && !m_tokens.at_end()) m_tokens.take();
@@ -260,6 +275,7 @@ TypePtr Parser::builtin_type() {
         type.least = known.least;
         type.greatest = known.greatest;
         type.not_null = known.not_null;
+        type.wraps = known.not_null && known.least == lowest;
         return std::make_shared<Type>(type);
     }
     if (m_tokens.accept("BOOLEAN")) return boolean_type();
@@ -279,7 +295,7 @@ TypePtr Parser::builtin_type() {
         if (raw) return scalar_type(Family::raw);
         int size = 0;
         if (m_tokens.accept("(")) {
-            size = static_cast<int>(m_tokens.integer(6550));
+            size = static_cast<int>(m_tokens.integer(error::block_error));
             expect(")");
         }
         return scalar_type(character ? Family::fixed_text : Family::text, size);
@@ -301,7 +317,7 @@ TypePtr Parser::named_type(bool& found) {
         const auto column = path.parts.back();
         path.parts.pop_back();
         if (path.parts.empty()) fail("PLS-00201: identifier '" + std::string(column) + "' must be declared", at, true);
-        const TypePtr row = row_type(path, at);
+        const TypePtr row = row_type(path, at, column);
         for (const Field& field : row->fields) {
             if (field.name == column) return field.type;
         }
@@ -315,13 +331,15 @@ TypePtr Parser::named_type(bool& found) {
     return nullptr;
 }
 
-TypePtr Parser::row_type(Path path, sql::Offset at) {
+TypePtr Parser::row_type(Path path, sql::Offset at, std::string_view column) {
     const Found declared = find(m_runtime, *m_scope, path);
     if (declared && declared.declaration->kind == Declaration::Kind::cursor) return declared.declaration->cursor->row;
     if (declared && declared.declaration->kind == Declaration::Kind::variable) return declared.declaration->type;
     auto columns = columns_of_table(m_runtime.session, path.parts.back());
-    if (columns.empty())
-        fail("PLS-00201: identifier '" + std::string(path.parts.back()) + "' must be declared", at, true);
+    if (columns.empty()) {
+        const std::string name = std::string(path.parts.back()) + (column.empty() ? "" : ".") + std::string(column);
+        fail("PLS-00201: identifier '" + name + "' must be declared", at, true);
+    }
     m_unit.tables[std::string(path.parts.back())] = columns;
     auto record = std::make_shared<Type>();
     record->kind = Type::Kind::record;
@@ -375,7 +393,8 @@ void Parser::subprogram() {
         expect("RETURN");
         made.result = type();
     }
-    while (m_tokens.accept("DETERMINISTIC") || m_tokens.accept("RESULT_CACHE") || m_tokens.accept("PARALLEL_ENABLE")) {
+    while (m_tokens.accept("DETERMINISTIC") || m_tokens.accept("RESULT_CACHE") || m_tokens.accept("PARALLEL_ENABLE") ||
+           m_tokens.accept("AUTHID", "DEFINER") || m_tokens.accept("AUTHID", "CURRENT_USER")) {
     }
     if (m_tokens.at("PIPELINED")) unsupported("PIPELINED functions");
     Routine* routine = nullptr;
@@ -407,6 +426,8 @@ void Parser::define(Routine& routine, Scope* outer) {
     Routine* const around = m_routine;
     Scope* const scope_around = m_scope;
     auto loops = std::exchange(m_loops, {});
+    auto gotos = std::exchange(m_gotos, {});
+    const bool in_handler = std::exchange(m_in_handler, false);
     m_scope = outer;
     m_routine = &routine;
     Scope& scope = open_scope(routine.name);
@@ -421,8 +442,11 @@ void Parser::define(Routine& routine, Scope* outer) {
     if (m_tokens.at("LANGUAGE") || m_tokens.at("EXTERNAL")) unsupported("routines in another language");
     declarations(routine.body);
     body(routine.body, routine.name);
+    refuse_pending_gotos();
     routine.defined = true;
     m_loops = std::move(loops);
+    m_gotos = std::move(gotos);
+    m_in_handler = in_handler;
     m_routine = around;
     m_scope = scope_around;
 }

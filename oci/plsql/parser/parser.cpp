@@ -11,7 +11,7 @@ Parser::Parser(Runtime& runtime, Unit& unit)
     : m_runtime(runtime),
       m_unit(unit),
       m_tokens(unit.text, m_arena, sql::Dialect::block) {
-    while (!m_tokens.at_end()) {
+    while (!at_end_of_text()) {
         const sql::Token token = m_tokens.take();
         if (token.kind != sql::Token::Kind::placeholder) continue;
         auto& names = unit.placeholders;
@@ -29,7 +29,17 @@ unsigned Parser::line() {
     const auto read = std::string_view(m_unit.text).substr(m_line_at, at - m_line_at);
     m_line += static_cast<unsigned>(std::count(read.begin(), read.end(), '\n'));
     m_line_at = at;
-    return m_line;
+    return m_line - m_unit.lines_before;
+}
+
+/// What is no token at all is found here, before anything else.
+bool Parser::at_end_of_text() {
+    const auto at = m_tokens.last_end();
+    try {
+        return m_tokens.at_end();
+    } catch (const OracleError& error) {
+        fail("PLS-00103: " + error.text().substr(0, error.text().size() - 1), at);
+    }
 }
 
 void Parser::unexpected(std::string_view wanted) {
@@ -114,6 +124,7 @@ void Parser::block() {
         if (m_tokens.accept("DECLARE")) declarations(routine.body);
         body(routine.body, label);
         expect(";");
+        refuse_pending_gotos();
     }
     m_tokens.accept("/");
     if (!m_tokens.at_end()) unexpected("end-of-file");
@@ -157,6 +168,7 @@ void Parser::package_body(Scope& head) {
     if (m_tokens.accept("BEGIN")) {
         setup.statements = statements();
         handlers(setup);
+        refuse_pending_gotos();
     }
     end_of_unit();
     for (const auto& [name, declaration] : head.names) {
@@ -195,7 +207,11 @@ void Parser::body(Body& body, std::string_view label) {
 
 void Parser::handlers(Body& body) {
     if (!m_tokens.accept("EXCEPTION")) return;
-    while (m_tokens.accept("WHEN")) {
+    const bool around = std::exchange(m_in_handler, true);
+    while (m_tokens.at("WHEN")) {
+        const auto at = m_tokens.take().at;
+        if (!body.handlers.empty() && body.handlers.back().names.empty())
+            fail("PLS-00370: OTHERS handler must be last among the exception handlers of a block", at);
         Handler handler;
         if (!m_tokens.accept("OTHERS")) {
             do {
@@ -206,6 +222,7 @@ void Parser::handlers(Body& body) {
         handler.statements = statements();
         body.handlers.push_back(std::move(handler));
     }
+    m_in_handler = around;
     if (body.handlers.empty()) unexpected("WHEN");
 }
 
@@ -229,12 +246,75 @@ bool Parser::ends_statements() {
 Statements Parser::statements() {
     const sql::Nesting nesting(m_tokens);
     Statements made;
-    while (!ends_statements()) made.push_back(statement());
+    std::vector<std::string> names;
+    const std::size_t before = m_gotos.size();
+    while (!ends_statements()) {
+        std::string label = labels(made, names);
+        if (!ends_statements()) made.push_back(statement(std::move(label)));
+    }
     if (made.empty()) unexpected("a statement");
+    resolve_gotos(before, names);
     return made;
 }
 
-StatementPtr Parser::statement() {
+/// @return the last of them, which loops and blocks bear
+std::string Parser::labels(Statements& into, std::vector<std::string>& names) {
+    std::string last;
+    while (m_tokens.accept("<<")) {
+        const unsigned at = line();
+        last = text(name());
+        expect(">>");
+        names.push_back(last);
+        into.push_back(std::make_unique<Label>(at, number_of_label(last)));
+    }
+    return last;
+}
+
+unsigned Parser::number_of_label(const std::string& label) {
+    return m_labels.try_emplace(label, static_cast<unsigned>(m_labels.size()) + 1).first->second;
+}
+
+StatementPtr Parser::goto_statement() {
+    const unsigned at = line();
+    const auto position = m_tokens.take().at;
+    std::string label = text(name());
+    expect(";");
+    const unsigned number = number_of_label(label);
+    m_gotos.push_back({std::move(label), position});
+    return std::make_unique<Goto>(at, number);
+}
+
+/// GOTO leads to a label of the statements that it stands in, or of those around them.
+void Parser::resolve_gotos(std::size_t from, const std::vector<std::string>& labels) {
+    const auto known = [&](const PendingGoto& jump) {
+        return std::find(labels.begin(), labels.end(), jump.label) != labels.end();
+    };
+    m_gotos.erase(std::remove_if(m_gotos.begin() + static_cast<std::ptrdiff_t>(from), m_gotos.end(), known),
+                  m_gotos.end());
+}
+
+void Parser::refuse_pending_gotos() {
+    if (m_gotos.empty()) return;
+    const PendingGoto jump = m_gotos.front();
+    fail("PLS-00375: illegal GOTO statement; this GOTO cannot branch to label '" + jump.label + "'", jump.at);
+}
+
+StatementPtr Parser::statement(std::string label) {
+    const auto at = m_tokens.position();
+    try {
+        const bool plain = label.empty() && !m_tokens.at("<<");
+        return plain ? simple_statement() : labelled(std::move(label));
+    } catch (CompileError& error) {
+        error.leaves_out(compile_message(m_unit, at, {}), "Statement");
+        throw;
+    } catch (const OracleError& error) {
+        constexpr int last_of_grammar = 999; // numbers that say what is wrong with a text
+        if (error.code() > last_of_grammar) throw;
+        fail("PLS-00103: " + error.text().substr(0, error.text().size() - 1), at);
+    }
+}
+
+StatementPtr Parser::simple_statement() {
     using Read = StatementPtr (Parser::*)();
     struct Word {
         std::string_view word;
@@ -258,11 +338,6 @@ StatementPtr Parser::statement() {
         {"DELETE", &Parser::sql_statement},
         {"MERGE", &Parser::sql_statement},
     };
-    if (m_tokens.accept("<<")) {
-        std::string label = text(name());
-        expect(">>");
-        return labelled(std::move(label));
-    }
     const bool named = m_tokens.peek(1).is(":=") || m_tokens.peek(1).is(".") || m_tokens.peek(1).is("(");
     for (const Word& known : words) {
         const bool call =
@@ -271,7 +346,7 @@ StatementPtr Parser::statement() {
     }
     if (m_tokens.at("EXIT")) return leave_loop(Flow::exit);
     if (m_tokens.at("CONTINUE")) return leave_loop(Flow::repeat);
-    if (m_tokens.at("GOTO")) unsupported("GOTO");
+    if (m_tokens.at("GOTO")) return goto_statement();
     if (m_tokens.at("PIPE")) unsupported("PIPE ROW");
     return labelled({});
 }
@@ -280,7 +355,7 @@ StatementPtr Parser::labelled(std::string label) {
     if (m_tokens.at("LOOP") || m_tokens.at("WHILE")) return loop(std::move(label));
     if (m_tokens.at("FOR")) return for_loop(std::move(label));
     if (m_tokens.at("DECLARE") || m_tokens.at("BEGIN")) return nested_block(std::move(label));
-    return label.empty() ? other_statement() : statement();
+    return label.empty() ? other_statement() : simple_statement();
 }
 
 StatementPtr Parser::if_statement() {
@@ -418,10 +493,9 @@ StatementPtr Parser::nested_block(std::string label) {
 
 StatementPtr Parser::leave_loop(Flow flow) {
     const unsigned at = line();
-    const std::string word(m_tokens.take().text);
+    const auto position = m_tokens.take().at;
     unsigned number = 0;
-    if (m_loops.empty())
-        fail("PLS-00376: illegal EXIT/CONTINUE statement; it must appear inside a loop", m_tokens.position());
+    if (m_loops.empty()) fail("PLS-00376: illegal EXIT/CONTINUE statement; it must appear inside a loop", position);
     if (m_tokens.at_name() && !m_tokens.at("WHEN")) {
         const sql::Name label = name();
         const auto found =
@@ -451,7 +525,9 @@ StatementPtr Parser::return_statement() {
 
 StatementPtr Parser::raise_statement() {
     const unsigned at = line();
-    m_tokens.take();
+    const auto position = m_tokens.take().at;
+    if (m_tokens.at(";") && !m_in_handler)
+        fail("PLS-00367: a RAISE statement with no exception name must be inside an exception handler", position);
     const ExceptionName* raised = m_tokens.at(";") ? nullptr : exception();
     expect(";");
     return std::make_unique<Raise>(at, raised);

@@ -28,10 +28,18 @@ class Parser {
         std::string label;
         unsigned number;
     };
+    struct PendingGoto {
+        std::string label;
+        sql::Offset at;
+    };
 
     void trigger_head(TriggerHead& head);
+    void trigger_order(TriggerHead& head);
+    void trigger_rows(TriggerHead& head, bool before);
+    void trigger_block();
+    void compound_trigger(TriggerHead& head);
     void trigger_event(TriggerHead& head);
-    void trigger_scope(const TriggerHead& head);
+    void trigger_scope(TriggerHead& head);
 
     // declarations
     Scope& open_scope(std::string label);
@@ -48,7 +56,9 @@ class Parser {
     TypePtr type();
     TypePtr named_type(bool& found);
     TypePtr builtin_type();
-    TypePtr row_type(Path path, sql::Offset at);
+    /// @param column  that is wanted of it; none: all
+    TypePtr row_type(Path path, sql::Offset at, std::string_view column = {});
+    TypePtr declared_type();
     TypePtr record_type();
     TypePtr table_type(Type::Index index);
     std::vector<Parameter> parameters(bool of_cursor);
@@ -60,8 +70,14 @@ class Parser {
     void handlers(Body& body);
     Statements statements();
     bool ends_statements();
-    StatementPtr statement();
+    StatementPtr statement(std::string label);
+    StatementPtr simple_statement();
     StatementPtr labelled(std::string label);
+    std::string labels(Statements& into, std::vector<std::string>& names);
+    StatementPtr goto_statement();
+    unsigned number_of_label(const std::string& label);
+    void resolve_gotos(std::size_t from, const std::vector<std::string>& labels);
+    void refuse_pending_gotos();
     StatementPtr if_statement();
     StatementPtr case_statement();
     StatementPtr loop(std::string label);
@@ -94,6 +110,7 @@ class Parser {
     /// Compiles a query, whose columns tell the types of its rows. @return a type of a record
     TypePtr check(SqlText& text, sql::Offset at, Into* into = nullptr);
     TypePtr row_of(const std::vector<sql::ResultColumn>& columns);
+    sql::Offset place_of(std::string_view error, sql::Offset from);
 
     ExpressionPtr expression();
     ExpressionPtr scalar();
@@ -106,6 +123,7 @@ class Parser {
     /// Of the next token.
     unsigned line();
     void expect(std::string_view wanted);
+    bool at_end_of_text();
     sql::Name name();
     std::string text(const sql::Name& name) { return std::string(name.text); }
     [[noreturn]] void unexpected(std::string_view wanted);
@@ -123,6 +141,9 @@ class Parser {
     unsigned m_loop_count = 0;
     sql::Offset m_line_at = 0; ///< where line() has counted to, ...
     unsigned m_line = 1;       ///< ... and what it has come to
+    std::map<std::string, unsigned, std::less<>> m_labels; ///< numbers for GOTO
+    std::vector<PendingGoto> m_gotos;                      ///< whose labels no list of statements had yet
+    bool m_in_handler = false;
 };
 
 } // namespace oci::plsql

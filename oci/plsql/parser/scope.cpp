@@ -28,6 +28,45 @@ Found find_outside(Runtime& runtime, Scope& from, Path& path) {
     return {};
 }
 
+TypePtr table_of(const TypePtr& element, Type::Index index) {
+    Type type;
+    type.kind = Type::Kind::collection;
+    type.index = index;
+    type.element = element;
+    type.limit = 32767;
+    return std::make_shared<Type>(std::move(type));
+}
+
+/// Types that packages of the server bring along.
+const Declaration* builtin_type(const Path& path) {
+    static const auto types = [] {
+        const TypePtr text = scalar_type(Family::text, 32767);
+        const TypePtr number = scalar_type(ColumnType::number());
+        std::map<std::string, Declaration, std::less<>> made;
+        const auto add = [&made](std::string_view name, TypePtr type) {
+            Declaration& declaration = made[std::string(name)];
+            declaration.kind = Declaration::Kind::type;
+            declaration.type = std::move(type);
+        };
+        add("DBMS_OUTPUT.CHARARR", table_of(text, Type::Index::integer));
+        add("DBMSOUTPUT_LINESARRAY", table_of(text, Type::Index::varray));
+        add("DBMS_SQL.VARCHAR2_TABLE", table_of(text, Type::Index::integer));
+        add("DBMS_SQL.VARCHAR2A", table_of(text, Type::Index::integer));
+        add("DBMS_SQL.NUMBER_TABLE", table_of(number, Type::Index::integer));
+        add("DBMS_SQL.DATE_TABLE", table_of(scalar_type(Family::date), Type::Index::integer));
+        add("ODCINUMBERLIST", table_of(number, Type::Index::varray));
+        add("ODCIVARCHAR2LIST", table_of(scalar_type(Family::text, longest_text), Type::Index::varray));
+        return made;
+    }();
+    std::string name;
+    for (const auto part : path.parts) {
+        if (name.empty() && part == "SYS") continue;
+        name.append(name.empty() ? "" : ".").append(part);
+    }
+    const auto found = types.find(name);
+    return found != types.end() ? &found->second : nullptr;
+}
+
 } // namespace
 
 Found find(Runtime& runtime, Scope& from, Path& path) {
@@ -38,6 +77,10 @@ Found find(Runtime& runtime, Scope& from, Path& path) {
         if (path.parts.size() < 2 || scope->label != path.parts[0]) continue;
         path.used = 2;
         if (const auto* declaration = lookup(*scope, path.parts[1])) return {declaration, levels_up, nullptr};
+    }
+    if (const Declaration* type = builtin_type(path)) {
+        path.used = path.parts.size();
+        return {type, 0, nullptr, true};
     }
     return find_outside(runtime, from, path);
 }

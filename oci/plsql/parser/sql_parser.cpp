@@ -25,15 +25,16 @@ TypePtr Parser::check(SqlText& text, sql::Offset at, Into* into) {
         const TypePtr row = row_of(compiled->columns());
         text.give_back(std::move(compiled));
         if (into == nullptr || into->empty() || row->fields.empty()) return row;
+        const auto too_few = [&row](std::size_t taken) -> const error::Cause& {
+            return taken < row->fields.size() ? error::not_enough_values : error::too_many_values;
+        };
         const Type* only = into->items.size() == 1 ? into->items[0].target->type().get() : nullptr;
         if (only != nullptr && only->kind == Type::Kind::collection) only = only->element.get();
         if (only != nullptr && only->kind == Type::Kind::record) {
-            if (only->fields.size() != row->fields.size())
-                throw OracleError(only->fields.size() < row->fields.size() ? 913 : 947);
+            if (only->fields.size() != row->fields.size()) throw OracleError(too_few(only->fields.size()));
             return row;
         }
-        if (into->items.size() != row->fields.size())
-            throw OracleError(into->items.size() < row->fields.size() ? 913 : 947);
+        if (into->items.size() != row->fields.size()) throw OracleError(too_few(into->items.size()));
         for (std::size_t i = 0; i < row->fields.size() && !into->bulk; ++i) {
             Into::Item& item = into->items[i];
             const Binder::Kept kept = binder().keep(row->fields[i].type);
@@ -44,10 +45,26 @@ TypePtr Parser::check(SqlText& text, sql::Offset at, Into* into) {
         }
         return row;
     } catch (const OracleError& error) {
-        constexpr int missing[] = {904, 942, 2289, 4043, 980};
+        constexpr int missing[] = {error::invalid_identifier, error::no_such_table, error::no_such_sequence,
+                                   error::no_such_object, error::looping_synonyms};
         const bool is_missing = std::find(std::begin(missing), std::end(missing), error.code()) != std::end(missing);
-        fail("PL/SQL: " + error.text(), at, is_missing);
+        const auto text = std::string_view(error.text()).substr(0, error.text().size() - 1);
+        fail("PL/SQL: " + std::string(text), place_of(text, at), is_missing);
     }
+}
+
+/// Where the name that an error quotes stands in the statement that has just been read.
+sql::Offset Parser::place_of(std::string_view error, sql::Offset from) {
+    const auto last = error.rfind('"');
+    const auto first = last == std::string_view::npos || last == 0 ? last : error.rfind('"', last - 1);
+    if (first == std::string_view::npos) return from;
+    const auto name = error.substr(first + 1, last - first - 1);
+    const auto end = m_tokens.position();
+    for (m_tokens.rewind(from); m_tokens.position() < end;) {
+        const sql::Token token = m_tokens.take();
+        if (token.is_name() && token.text == name) return token.at;
+    }
+    return from;
 }
 
 std::shared_ptr<SqlText> Parser::sql(std::string_view end, Into& into) {
@@ -96,7 +113,7 @@ void Parser::sql_token(SqlText& made, sql::Offset& copied) {
         made.text +=
             "ROWID = " + made.name_of(std::make_shared<Computed>(scalar_type(Family::unknown), [cursor](Frame& frame) {
                 const auto open = cursor->place(frame).cursor();
-                if (!open || !open->found.value_or(false)) throw OracleError(1410);
+                if (!open || !open->found.value_or(false)) throw OracleError(error::invalid_rowid);
                 return Datum(Value::of(open->locked_row));
             }));
         copied = m_tokens.last_end();
@@ -200,11 +217,24 @@ StatementPtr Parser::for_all() {
     m_tokens.take();
     const sql::Name variable = name();
     expect("IN");
-    if (m_tokens.at("INDICES") || m_tokens.at("VALUES")) unsupported("FORALL over INDICES OF or VALUES OF");
-    ExpressionPtr low = scalar();
-    expect("..");
-    ExpressionPtr high = scalar();
-    if (m_tokens.at("SAVE")) unsupported("SAVE EXCEPTIONS");
+    ForAllIndexes indexes;
+    indexes.values = m_tokens.at("VALUES", "OF");
+    if (indexes.values || m_tokens.at("INDICES", "OF")) {
+        m_tokens.take();
+        m_tokens.take();
+        const auto position = m_tokens.position();
+        indexes.collection = binder().bind(*sql::ExpressionParser(m_tokens).operand());
+        if (indexes.collection->type()->kind != Type::Kind::collection || !indexes.collection->is_stored())
+            fail("PLS-00758: the collection of INDICES OF or VALUES OF is no collection", position);
+    }
+    if (!indexes.collection || m_tokens.accept("BETWEEN")) {
+        const auto bound = [this] { return binder().bind(*sql::ExpressionParser(m_tokens).value()); };
+        indexes.low = bound();
+        expect(indexes.collection ? "AND" : "..");
+        indexes.high = bound();
+    }
+    const bool saves = m_tokens.accept("SAVE");
+    if (saves) expect("EXCEPTIONS");
     Declaration& declared = open_scope({}).names[text(variable)];
     declared.type = integer_type();
     declared.slot = m_routine->slots++;
@@ -216,7 +246,7 @@ StatementPtr Parser::for_all() {
     check(*text, position, &into);
     close_scope();
     expect(";");
-    return std::make_unique<ForAll>(at, slot, std::move(low), std::move(high),
+    return std::make_unique<ForAll>(at, slot, std::move(indexes), saves,
                                     std::make_unique<SqlStatement>(at, std::move(text), false, std::move(into)));
 }
 
@@ -288,11 +318,17 @@ StatementPtr Parser::open_statement() {
 
 StatementPtr Parser::fetch_statement() {
     const unsigned at = line();
-    m_tokens.take();
+    const auto position = m_tokens.take().at;
     const auto from = m_tokens.position();
+    Path path = m_tokens.at_name() ? this->path() : Path{};
+    const Found found = path.parts.empty() ? Found{} : find(m_runtime, *m_scope, path);
+    const auto declared = found ? found.declaration->cursor : nullptr;
+    m_tokens.rewind(from);
     ExpressionPtr cursor = expression();
     if (cursor->type()->kind != Type::Kind::cursor) fail("PLS-00456: item is not a cursor", from);
     Into made = into();
+    if (declared != nullptr && declared->row->fields.size() != made.width())
+        fail("PLS-00394: wrong number of values in the INTO list of a FETCH statement", position);
     ExpressionPtr limit;
     if (m_tokens.accept("LIMIT")) limit = scalar();
     expect(";");

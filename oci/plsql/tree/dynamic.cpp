@@ -24,8 +24,8 @@ class DynamicText : public SqlSource {
     DynamicText(Session& session, const std::string& text, std::vector<OwnedValue> values)
         : m_statement(std::make_unique<InnerStatement>(session, text, m_positions)),
           m_values(std::move(values)) {
-        if (m_positions.count() > m_values.size()) throw OracleError(1008);
-        if (m_positions.count() < m_values.size()) throw OracleError(1006);
+        if (m_positions.count() > m_values.size()) throw OracleError(error::not_all_bound);
+        if (m_positions.count() < m_values.size()) throw OracleError(error::no_such_bind_variable);
     }
 
     std::unique_ptr<InnerStatement> take() override { return std::move(m_statement); }
@@ -50,7 +50,7 @@ class ArgumentPlaceholders : public Placeholders {
           m_frame(frame) {}
     OwnedValue read(unsigned position) override { return m_arguments[position - 1].value->value(m_frame); }
     void write(unsigned position, const Value& value) override {
-        if (!m_arguments[position - 1].out) throw OracleError(6536);
+        if (!m_arguments[position - 1].out) throw OracleError(error::in_bound_to_out);
         m_arguments[position - 1].value->assign(m_frame, Datum(value));
     }
 
@@ -64,16 +64,19 @@ class ArgumentPlaceholders : public Placeholders {
 Flow Dynamic::run(Frame& frame) const {
     using Kind = oci::Statement::Kind;
     const OwnedValue given = m_text->value(frame);
-    if (given.get().type != Value::Type::text) throw OracleError(6535);
+    if (given.get().type != Value::Type::text) throw OracleError(error::dynamic_text_is_null, "EXECUTE IMMEDIATE");
     const std::string text(given.get().text());
     const oci::Statement statement(text);
     Runtime& runtime = frame.runtime;
+    const auto last = text.find_last_not_of(" \t\r\n");
+    const bool sql = statement.kind() == Kind::query || statement.kind() == Kind::dml;
+    if (sql && text[last] == ';') throw OracleError(error::invalid_character);
     switch (statement.kind()) {
     case Kind::block: run_block(text, frame); break;
     case Kind::query: run_sql(text, true, frame); break;
     case Kind::dml: run_sql(text, false, frame); break;
     case Kind::other:
-        if (!m_arguments.empty()) throw OracleError(1006);
+        if (!m_arguments.empty()) throw OracleError(error::no_such_bind_variable);
         runtime.prepare_to_control();
         execute_other(runtime.session, statement);
         runtime.transaction_ends();
@@ -85,8 +88,8 @@ Flow Dynamic::run(Frame& frame) const {
 void Dynamic::run_block(const std::string& text, Frame& frame) const {
     Runtime& runtime = frame.runtime;
     const Unit& block = runtime.library->block(text);
-    if (block.placeholders.size() > m_arguments.size()) throw OracleError(1008);
-    if (block.placeholders.size() < m_arguments.size()) throw OracleError(1006);
+    if (block.placeholders.size() > m_arguments.size()) throw OracleError(error::not_all_bound);
+    if (block.placeholders.size() < m_arguments.size()) throw OracleError(error::no_such_bind_variable);
     ArgumentPlaceholders arguments(m_arguments, frame);
     runtime.run_block(block, arguments);
 }
@@ -96,11 +99,13 @@ void Dynamic::run_sql(const std::string& text, bool query, Frame& frame) const {
     std::vector<OwnedValue> values;
     for (const Argument& argument : m_arguments)
         values.push_back(argument.in ? argument.value->value(frame) : OwnedValue());
+    if (!query) values.resize(values.size() + m_into.items.size()); // of RETURNING
     const auto source = std::make_shared<DynamicText>(runtime.session, text, std::move(values));
     if (m_cursor) {
         m_cursor->place(frame).cursor() = std::make_shared<OpenCursor>(runtime, source, frame);
         return;
     }
+    if (query && m_into.empty()) return; // what nobody takes is not fetched
     // Outputs of RETURNING ... INTO stand behind USING as well.
     Into into = m_into;
     for (const Argument& argument : m_arguments) {

@@ -16,7 +16,7 @@ Datum& Expression::place(Frame&) const {
 std::int64_t integer_value(const Expression& expression, Frame& frame) {
     OwnedValue given;
     store(given, expression.value(frame).get(), *integer_type());
-    if (given.get().is_null()) throw OracleError(6502, "NULL index or bound");
+    if (given.get().is_null()) throw OracleError(error::value_error);
     return given.get().integer;
 }
 
@@ -42,7 +42,7 @@ Datum FieldAccess::datum(Frame& frame) const {
 }
 
 Key key_of(const Type& collection, const Value& value) {
-    if (value.is_null()) throw OracleError(6502, "NULL index table key value");
+    if (value.is_null()) throw OracleError(error::value_error, "NULL index table key value");
     std::string scratch;
     if (collection.index == Type::Index::text) {
         if (value.type == Value::Type::text) return {0, std::string(value.text())};
@@ -52,6 +52,14 @@ Key key_of(const Type& collection, const Value& value) {
     store(number, value, *integer_type());
     return {number.get().integer, {}};
 }
+
+namespace {
+
+bool is_outside(const Key& key, const Type& type) {
+    return key.number < 1 || (type.index == Type::Index::varray && key.number > type.limit);
+}
+
+} // namespace
 
 Datum Element::datum(Frame& frame) const {
     if (is_stored()) return stored(frame);
@@ -63,11 +71,11 @@ const Datum& Element::find(const Collection& collection, Frame& frame) const {
     const Key key = key_of(*m_collection->type(), m_key->value(frame).get());
     const auto found = collection.items.find(key);
     if (found != collection.items.end()) return found->second;
-    if (collection.is_null) throw OracleError(6531);
+    if (collection.is_null) throw OracleError(error::uninitialized_collection);
     const bool counted = !m_collection->type()->is_indexed_by();
-    if (counted && key.number < 1) throw OracleError(6532);
-    if (counted && key.number > collection.top) throw OracleError(6533);
-    throw OracleError(1403);
+    if (counted && is_outside(key, *m_collection->type())) throw OracleError(error::subscript_outside_limit);
+    if (counted && key.number > collection.top) throw OracleError(error::subscript_beyond_count);
+    throw OracleError(error::no_data_found);
 }
 
 Datum& Element::place(Frame& frame) const {
@@ -76,9 +84,9 @@ Datum& Element::place(Frame& frame) const {
     Collection& collection = m_collection->place(frame).collection();
     const auto found = collection.items.find(key);
     if (found != collection.items.end()) return found->second;
-    if (collection.is_null) throw OracleError(6531);
-    if (!type.is_indexed_by() && key.number < 1) throw OracleError(6532);
-    if (!type.is_indexed_by() && key.number > collection.top) throw OracleError(6533);
+    if (collection.is_null) throw OracleError(error::uninitialized_collection);
+    if (!type.is_indexed_by() && is_outside(key, type)) throw OracleError(error::subscript_outside_limit);
+    if (!type.is_indexed_by() && key.number > collection.top) throw OracleError(error::subscript_beyond_count);
     return collection.items.emplace(key, Datum(*type.element)).first->second;
 }
 
@@ -88,6 +96,16 @@ OwnedValue Operation::value(Frame& frame) const {
     const bool any_null = left.get().is_null() || (m_right && right.get().is_null());
     if (any_null && m_nulls == Nulls::give_null) return {};
     return m_function(left.get(), right.get());
+}
+
+OwnedValue IntegerOperation::value(Frame& frame) const {
+    const OwnedValue left = m_left->value(frame);
+    const OwnedValue right = m_right->value(frame);
+    if (left.get().is_null() || right.get().is_null()) return {};
+    const std::int64_t result = m_function(left.get().integer, right.get().integer);
+    const auto kept = static_cast<std::int32_t>(static_cast<std::uint64_t>(result));
+    if (kept != result && !m_wraps) throw OracleError(error::numeric_overflow);
+    return OwnedValue(Value::of(std::int64_t{kept}));
 }
 
 OwnedValue LogicalChain::value(Frame& frame) const {

@@ -135,6 +135,27 @@ class Operation : public Expression {
     Nulls m_nulls;
 };
 
+/// What is computed of two PLS_INTEGERs: one, too, or ORA-01426.
+class IntegerOperation : public Expression {
+  public:
+    using Function = std::int64_t (*)(std::int64_t left, std::int64_t right);
+
+    /// @param wraps  what is too large begins anew at the other end
+    IntegerOperation(Function function, bool wraps, ExpressionPtr left, ExpressionPtr right)
+        : Expression(wraps ? (left->type()->wraps ? left->type() : right->type()) : integer_type()),
+          m_function(function),
+          m_wraps(wraps),
+          m_left(std::move(left)),
+          m_right(std::move(right)) {}
+    OwnedValue value(Frame& frame) const override;
+
+  private:
+    Function m_function;
+    bool m_wraps;
+    ExpressionPtr m_left;
+    ExpressionPtr m_right;
+};
+
 /// AND or OR: what decides it ends it.
 class LogicalChain : public Expression {
   public:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 namespace oci::plsql {
 namespace {
@@ -24,7 +25,7 @@ OwnedValue count(std::size_t number) {
 }
 
 void need_content(const Collection& collection) {
-    if (collection.is_null) throw OracleError(6531);
+    if (collection.is_null) throw OracleError(error::uninitialized_collection);
 }
 
 using Position = std::map<Key, Datum>::const_iterator;
@@ -90,11 +91,12 @@ Datum remove(Collection& collection, const Type& type, const std::vector<Value>&
 Datum extend(Collection& collection, const Type& type, const std::vector<Value>& arguments) {
     need_content(collection);
     const std::int64_t more = arguments.empty() ? 1 : key_of(type, arguments[0]).number;
-    if (type.index == Type::Index::varray && collection.top + more > type.limit) throw OracleError(6532);
+    if (type.index == Type::Index::varray && collection.top + more > type.limit)
+        throw OracleError(error::subscript_outside_limit);
     Datum copied(*type.element);
     if (arguments.size() == 2) {
         const auto found = collection.items.find(key_of(type, arguments[1]));
-        if (found == collection.items.end()) throw OracleError(6533);
+        if (found == collection.items.end()) throw OracleError(error::subscript_beyond_count);
         copied = found->second;
     }
     for (std::int64_t i = 0; i < more; ++i) collection.append(copied);
@@ -104,7 +106,7 @@ Datum extend(Collection& collection, const Type& type, const std::vector<Value>&
 Datum trim(Collection& collection, const Type& type, const std::vector<Value>& arguments) {
     need_content(collection);
     const std::int64_t fewer = arguments.empty() ? 1 : key_of(type, arguments[0]).number;
-    if (fewer > collection.top) throw OracleError(6533);
+    if (fewer > collection.top) throw OracleError(error::subscript_beyond_count);
     for (std::int64_t i = 0; i < fewer; ++i) collection.items.erase(Key{collection.top--, {}});
     return {};
 }
@@ -117,15 +119,158 @@ constexpr CollectionMethod methods[] = {
     {"EXTEND", 0, 2, true, true, extend},       {"TRIM", 0, 1, true, true, trim},
 };
 
+/// Equality of elements: nothing when one is NULL.
+std::optional<bool> equal(const Datum& left, const Datum& right) {
+    if (left.is_scalar()) {
+        const Value a = left.value().get();
+        const Value b = right.value().get();
+        if (a.is_null() || b.is_null()) return {};
+        return compare(a, b) == 0;
+    }
+    if (!left.is_collection()) refuse("PLS-00306: elements of this type cannot be compared");
+    const OwnedValue same = same_elements(left, right);
+    if (same.get().is_null()) return {};
+    return same.get().integer != 0;
+}
+
+/// NULLs are the same here.
+bool same(const Datum& left, const Datum& right) {
+    const bool scalar = left.is_scalar();
+    const bool nulls = scalar && left.value().get().is_null() && right.value().get().is_null();
+    return nulls || equal(left, right).value_or(false);
+}
+
+using Elements = std::vector<const Datum*>;
+
+Elements elements_of(const Collection& collection) {
+    Elements found;
+    for (const auto& [key, item] : collection.items) found.push_back(&item);
+    return found;
+}
+
+/// Takes an equal element out. @return whether there was one
+bool take_out(Elements& elements, const Datum& wanted) {
+    const auto found =
+        std::find_if(elements.begin(), elements.end(), [&](const Datum* each) { return same(*each, wanted); });
+    if (found == elements.end()) return false;
+    elements.erase(found);
+    return true;
+}
+
+OwnedValue truth(bool value) {
+    return OwnedValue(Value::of(std::int64_t{value}));
+}
+
+OwnedValue is_member(const Datum& value, const Datum& collection) {
+    if (collection.collection().is_null || (value.is_scalar() && value.value().get().is_null())) return {};
+    bool unknown = false;
+    for (const Datum* element : elements_of(collection.collection())) {
+        const auto found = equal(value, *element);
+        if (found.value_or(false)) return truth(true);
+        unknown = unknown || !found;
+    }
+    return unknown ? OwnedValue() : truth(false);
+}
+
+OwnedValue is_submultiset(const Datum& left, const Datum& right) {
+    if (left.collection().is_null || right.collection().is_null) return {};
+    Elements rest = elements_of(right.collection());
+    const Elements wanted = elements_of(left.collection());
+    return truth(std::all_of(wanted.begin(), wanted.end(), [&](const Datum* each) { return take_out(rest, *each); }));
+}
+
+OwnedValue is_empty(const Datum& collection, const Datum&) {
+    return collection.collection().is_null ? OwnedValue() : truth(collection.collection().items.empty());
+}
+
+OwnedValue is_a_set(const Datum& collection, const Datum&) {
+    if (collection.collection().is_null) return {};
+    Collection distinct = collection.collection();
+    make_distinct(distinct);
+    return truth(distinct.items.size() == collection.collection().items.size());
+}
+
+OwnedValue cardinality(const Datum& collection, const Datum&) {
+    return collection.collection().is_null ? OwnedValue() : count(collection.collection().items.size());
+}
+
+void unite(Collection& made, const Collection& left, const Collection& right) {
+    for (const auto* part : {&left, &right}) {
+        for (const Datum* element : elements_of(*part)) made.append(*element);
+    }
+}
+
+void intersect(Collection& made, const Collection& left, const Collection& right) {
+    Elements rest = elements_of(right);
+    for (const Datum* element : elements_of(left)) {
+        if (take_out(rest, *element)) made.append(*element);
+    }
+}
+
+void except(Collection& made, const Collection& left, const Collection& right) {
+    Elements rest = elements_of(right);
+    for (const Datum* element : elements_of(left)) {
+        if (!take_out(rest, *element)) made.append(*element);
+    }
+}
+
+void set_of(Collection& made, const Collection& left, const Collection&) {
+    for (const Datum* element : elements_of(left)) made.append(*element);
+    make_distinct(made);
+}
+
+using Result = CollectionFunction::Result;
+constexpr CollectionFunction functions[] = {
+    {"MEMBER OF", 2, Result::truth, true, is_member, nullptr},
+    {"SUBMULTISET OF", 2, Result::truth, false, is_submultiset, nullptr},
+    {"IS EMPTY", 1, Result::truth, false, is_empty, nullptr},
+    {"IS A SET", 1, Result::truth, false, is_a_set, nullptr},
+    {"CARDINALITY", 1, Result::number, false, cardinality, nullptr},
+    {"SET", 1, Result::collection, false, nullptr, set_of},
+    {"MULTISET UNION", 2, Result::collection, false, nullptr, unite},
+    {"MULTISET INTERSECT", 2, Result::collection, false, nullptr, intersect},
+    {"MULTISET EXCEPT", 2, Result::collection, false, nullptr, except},
+};
+
 } // namespace
+
+const CollectionFunction* collection_function(std::string_view name) {
+    const auto* found = std::find_if(std::begin(functions), std::end(functions),
+                                     [&](const CollectionFunction& function) { return function.name == name; });
+    return found != std::end(functions) ? found : nullptr;
+}
+
+void make_distinct(Collection& collection) {
+    Collection made;
+    made.is_null = collection.is_null;
+    Elements seen;
+    for (const Datum* element : elements_of(collection)) {
+        if (std::any_of(seen.begin(), seen.end(), [&](const Datum* each) { return same(*each, *element); })) continue;
+        seen.push_back(element);
+        made.append(*element);
+    }
+    collection = std::move(made);
+}
+
+OwnedValue same_elements(const Datum& left, const Datum& right) {
+    const Collection& a = left.collection();
+    const Collection& b = right.collection();
+    if (a.is_null || b.is_null) return {};
+    if (a.items.size() != b.items.size()) return truth(false);
+    for (const auto* part : {&a, &b}) {
+        for (const auto& [key, item] : part->items) {
+            if (item.is_scalar() && item.value().get().is_null()) return {};
+        }
+    }
+    return is_submultiset(left, right);
+}
 
 Value number_operand(const Value& value) {
     try {
         return number_of(value);
     } catch (const OracleError& failure) {
-        constexpr int no_number = 1722;
-        if (failure.code() != no_number) throw;
-        throw OracleError(6502, "character to number conversion error");
+        if (failure.code() != error::invalid_number) throw;
+        throw OracleError(error::value_error, "character to number conversion error");
     }
 }
 
@@ -147,9 +292,19 @@ OwnedValue multiply(const Value& left, const Value& right) {
         [](const Decimal& a, const Decimal& b) { return (a * b).nearly_exact(); });
 }
 
+std::int64_t add_integers(std::int64_t left, std::int64_t right) {
+    return left + right;
+}
+std::int64_t subtract_integers(std::int64_t left, std::int64_t right) {
+    return left - right;
+}
+std::int64_t multiply_integers(std::int64_t left, std::int64_t right) {
+    return left * right;
+}
+
 OwnedValue divide(const Value& left, const Value& right) {
     const auto whole = [](std::int64_t a, std::int64_t b, std::int64_t& c) {
-        if (b == 0) throw OracleError(1476);
+        if (b == 0) throw OracleError(error::divisor_is_zero);
         if (b == -1 || a % b != 0) return true;
         c = a / b;
         return false;
@@ -162,9 +317,9 @@ OwnedValue power(const Value& left, const Value& right) {
         const Value number = number_operand(given);
         return number.type == Value::Type::integer ? static_cast<double>(number.integer) : number.real;
     };
-    if (real(left) == 0 && real(right) < 0) throw OracleError(1476);
+    if (real(left) == 0 && real(right) < 0) throw OracleError(error::divisor_is_zero);
     const double result = std::pow(real(left), real(right));
-    if (std::isnan(result)) throw OracleError(1428, "power");
+    if (std::isnan(result)) throw OracleError(error::argument_out_of_range, "power");
     return OwnedValue(number_of_real(result));
 }
 

@@ -48,20 +48,52 @@ unsigned SqlText::placeholder(std::string_view name) {
     return static_cast<unsigned>(m_inputs.size());
 }
 
-std::unique_ptr<InnerStatement> SqlText::take() {
-    if (m_idle && !m_idle->is_outdated()) return std::move(m_idle);
-    m_idle.reset();
+void SqlText::share() {
+    std::string key = text;
+    for (const auto& operand : m_named) {
+        const ColumnType& type = operand->type()->column;
+        key.append(" ").append(std::to_string(static_cast<int>(type.family)));
+        for (const int part : {int{type.size}, int{type.precision}, int{type.scale}}) key += "," + std::to_string(part);
+    }
+    auto& shared = m_runtime.shared_sql[key];
+    if (!shared) shared = std::make_unique<SharedSql>();
+    m_shared = shared.get();
+}
+
+std::unique_ptr<InnerStatement> SqlText::compile() {
     m_inputs.clear();
-    return std::make_unique<InnerStatement>(m_runtime.session, text, *this);
+    auto made = std::make_unique<InnerStatement>(m_runtime.session, text, *this);
+    if (m_shared == nullptr) return made;
+    m_shared->order.clear();
+    for (const auto& input : m_inputs)
+        m_shared->order.push_back(
+            static_cast<std::size_t>(std::find(m_named.begin(), m_named.end(), input) - m_named.begin()));
+    return made;
+}
+
+std::unique_ptr<InnerStatement> SqlText::take() {
+    auto& idle = m_shared != nullptr && !m_shared->idle.empty() ? m_shared->idle.back() : m_idle;
+    std::unique_ptr<InnerStatement> found = std::move(idle);
+    if (m_shared != nullptr && &idle != &m_idle) m_shared->idle.pop_back();
+    if (!found || found->is_outdated()) return compile();
+    if (m_shared != nullptr && m_inputs.empty()) {
+        for (const std::size_t operand : m_shared->order) m_inputs.push_back(m_named[operand]);
+    }
+    return found;
 }
 
 void SqlText::give_back(std::unique_ptr<InnerStatement> statement) {
-    m_idle = std::move(statement);
+    if (m_shared == nullptr) {
+        m_idle = std::move(statement);
+    } else {
+        m_shared->idle.push_back(std::move(statement));
+    }
 }
 
 std::vector<OwnedValue> SqlText::bind(InnerStatement& statement, Frame& frame) const {
     for (const std::string& table : frame.runtime.changing) {
-        if (words.contains(table)) throw OracleError(4091, upper(m_runtime.session.user()) + "." + table);
+        if (words.contains(table))
+            throw OracleError(error::mutating_table, upper(m_runtime.session.user()) + "." + table);
     }
     std::vector<OwnedValue> values(m_inputs.size());
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -115,9 +147,12 @@ void OpenCursor::detach() {
 }
 
 bool OpenCursor::fetch(Row& row) {
-    if (m_ended) throw OracleError(1002);
+    if (m_ended) throw OracleError(error::fetch_out_of_sequence);
     found = m_running ? step(row) : !m_rest.empty();
-    if (!*found) return false;
+    if (!*found) {
+        m_running.reset(); // another step would begin anew
+        return false;
+    }
     if (!m_running) {
         row = std::move(m_rest.front());
         m_rest.pop_front();
@@ -131,9 +166,14 @@ bool OpenCursor::fetch(Row& row) {
 }
 
 OwnedValue SqlExpression::value(Frame& frame) const {
-    const Running running(*m_text, frame);
-    if (!running->step()) return {};
-    return OwnedValue(running->column(0));
+    try {
+        const Running running(*m_text, frame);
+        if (!running->step()) return {};
+        return OwnedValue(running->column(0));
+    } catch (const OracleError& error) {
+        if (error.code() != error::invalid_number) throw;
+        throw OracleError(error::value_error, "character to number conversion error"); // as a block calls it
+    }
 }
 
 } // namespace oci::plsql

@@ -18,6 +18,12 @@ class SqlSource {
     virtual std::vector<OwnedValue> bind(InnerStatement& statement, Frame& frame) const = 0;
 };
 
+/// Compiled forms of one text that any expression of it may use, each for as long as it runs.
+struct SharedSql {
+    std::vector<std::size_t> order; ///< the operand that each position stands for
+    std::vector<std::unique_ptr<InnerStatement>> idle;
+};
+
 /// A statement of SQL in a block: its text, what its names mean, and a compiled form that is kept.
 class SqlText : public SqlSource, public sql::Variables {
   public:
@@ -31,6 +37,9 @@ class SqlText : public SqlSource, public sql::Variables {
     std::set<std::string, std::less<>> words;
     /// A placeholder whose value is not read.
     std::string output();
+
+    /// To be called when the text is complete and nothing but its operands depends on where it stands.
+    void share();
 
     std::unique_ptr<InnerStatement> take() override;
     void give_back(std::unique_ptr<InnerStatement> statement) override;
@@ -47,7 +56,10 @@ class SqlText : public SqlSource, public sql::Variables {
     Scope& m_scope;
     ExpressionList m_named;  ///< by number - 1 of the names given out
     ExpressionList m_inputs; ///< by position - 1; null: not read
+    std::unique_ptr<InnerStatement> compile();
+
     std::unique_ptr<InnerStatement> m_idle;
+    SharedSql* m_shared = nullptr; ///< null: it has its own
 };
 
 /// A statement while it runs.

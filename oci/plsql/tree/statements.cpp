@@ -3,7 +3,14 @@
 #include "oci/engine/session/session.h"
 #include "oci/plsql/runtime.h"
 
+#include <limits>
+
 namespace oci::plsql {
+namespace {
+
+constexpr std::int64_t steps_of_turn = 50; ///< about what one costs, in steps of SQLite's machine
+
+} // namespace
 
 std::size_t Into::width() const {
     if (items.size() != 1) return items.size();
@@ -15,12 +22,12 @@ std::size_t Into::width() const {
 void Into::assign(const Row& row, Frame& frame) const {
     if (items.size() == 1 && items[0].target->type()->kind == Type::Kind::record) {
         const Type& type = *items[0].target->type();
-        if (type.fields.size() != row.size()) throw OracleError(row.size() < type.fields.size() ? 1007 : 913);
+        if (type.fields.size() != row.size()) throw OracleError(error::not_in_select_list);
         Datum record(type);
         for (std::size_t i = 0; i < row.size(); ++i) record.fields()[i] = Datum(row[i]);
         return items[0].target->assign(frame, std::move(record));
     }
-    if (items.size() != row.size()) throw OracleError(1007);
+    if (items.size() != row.size()) throw OracleError(error::not_in_select_list);
     for (std::size_t i = 0; i < row.size(); ++i) {
         const Item& item = items[i];
         if (!item.converted) {
@@ -40,12 +47,12 @@ void Into::append(const Row& row, Frame& frame) const {
     if (items.size() == 1 && items[0].target->type()->element->kind == Type::Kind::record) {
         const Type& type = *items[0].target->type()->element;
         Datum record(type);
-        if (type.fields.size() != row.size()) throw OracleError(1007);
+        if (type.fields.size() != row.size()) throw OracleError(error::not_in_select_list);
         for (std::size_t i = 0; i < row.size(); ++i) store(record.fields()[i], Datum(row[i]), *type.fields[i].type);
         items[0].target->place(frame).collection().append(std::move(record));
         return;
     }
-    if (items.size() != row.size()) throw OracleError(1007);
+    if (items.size() != row.size()) throw OracleError(error::not_in_select_list);
     for (std::size_t i = 0; i < row.size(); ++i) {
         const Type& type = *items[i].target->type()->element;
         store(items[i].target->place(frame).collection().append(Datum(type)), Datum(row[i]), type);
@@ -61,16 +68,21 @@ Flow If::run(Frame& frame) const {
     for (const Branch& branch : m_branches) {
         if (is_true(*branch.condition, frame)) return run_all(branch.statements, frame);
     }
-    if (m_otherwise == Otherwise::case_not_found) throw OracleError(6592);
+    if (m_otherwise == Otherwise::case_not_found) throw OracleError(error::case_not_found);
     return run_all(m_last, frame);
 }
 
+Flow Goto::run(Frame& frame) const {
+    frame.runtime.session.work().count(steps_of_turn);
+    frame.target = m_label;
+    return Flow::jump;
+}
+
 bool Loop::turn(Frame& frame, Flow& ended) const {
-    constexpr std::int64_t steps = 50; // about what a turn costs, in steps of SQLite's machine
-    frame.runtime.session.work().count(steps);
+    frame.runtime.session.work().count(steps_of_turn);
     ended = run_all(statements, frame);
     if (ended == Flow::next) return true;
-    if (ended == Flow::leave) return false;
+    if (ended == Flow::leave || ended == Flow::jump) return false;
     const bool meant = frame.target == 0 || frame.target == m_number;
     if (!meant) return false;
     const bool goes_on = ended == Flow::repeat;
@@ -118,7 +130,7 @@ std::shared_ptr<OpenCursor> Opening::open(Frame& frame) const {
 Flow QueryLoop::run(Frame& frame) const {
     const auto cursor = m_opening.open(frame);
     Datum* variable = m_opening.variable ? &m_opening.variable->place(frame) : nullptr;
-    if (variable != nullptr && variable->cursor()) throw OracleError(6511);
+    if (variable != nullptr && variable->cursor()) throw OracleError(error::cursor_already_open);
     if (variable != nullptr) variable->cursor() = cursor;
     const struct Closer {
         ~Closer() {
@@ -153,9 +165,7 @@ Flow Return::run(Frame& frame) const {
 
 Flow Raise::run(Frame& frame) const {
     if (m_exception != nullptr) throw Failure(*m_exception);
-    if (frame.handled == nullptr)
-        refuse("PLS-00367: a RAISE statement with no exception name must be inside an exception handler");
-    throw Failure(*frame.handled);
+    throw Failure::again(*frame.handled);
 }
 
 Flow SqlStatement::run(Frame& frame) const {
@@ -163,7 +173,7 @@ Flow SqlStatement::run(Frame& frame) const {
     if (m_into.bulk) m_into.clear(frame);
     frame.runtime.row_count = 0;
     frame.runtime.row_count = run_once(frame);
-    if (m_query && !m_into.bulk && frame.runtime.row_count == 0) throw OracleError(1403);
+    if (m_query && !m_into.bulk && frame.runtime.row_count == 0) throw OracleError(error::no_data_found);
     return Flow::next;
 }
 
@@ -177,7 +187,7 @@ std::int64_t SqlStatement::run_once(Frame& frame) const {
         if (running->locks_rows()) frame.runtime.prepare_to_write();
         const std::size_t columns = m_query ? running->columns().size() : running->into().size();
         for (; running->step(); ++rows) {
-            if (rows > 0 && !m_into.bulk) throw OracleError(1422);
+            if (rows > 0 && !m_into.bulk) throw OracleError(error::too_many_rows);
             Row row;
             for (std::size_t i = 0; i < columns; ++i) row.emplace_back(running->column(i));
             if (m_into.bulk) m_into.append(row, frame);
@@ -189,32 +199,60 @@ std::int64_t SqlStatement::run_once(Frame& frame) const {
     return changes;
 }
 
+std::vector<std::int64_t> ForAllIndexes::find(Frame& frame) const {
+    const std::int64_t first = low ? integer_value(*low, frame) : std::numeric_limits<std::int64_t>::min();
+    const std::int64_t last = high ? integer_value(*high, frame) : std::numeric_limits<std::int64_t>::max();
+    std::vector<std::int64_t> found;
+    if (!collection) {
+        for (std::int64_t i = first; i <= last; ++i) found.push_back(i);
+        return found;
+    }
+    for (const auto& [key, item] : collection->stored(frame).collection().items) {
+        OwnedValue index(Value::of(key.number));
+        if (values) store(index, item.value().get(), *integer_type());
+        const bool inside = !index.get().is_null() && index.get().integer >= first && index.get().integer <= last;
+        if (inside) found.push_back(index.get().integer);
+    }
+    return found;
+}
+
 Flow ForAll::run(Frame& frame) const {
     Runtime& runtime = frame.runtime;
-    const std::int64_t low = integer_value(*m_low, frame);
-    const std::int64_t high = integer_value(*m_high, frame);
+    const auto indexes = m_indexes.find(frame);
     runtime.bulk_row_counts.clear();
+    runtime.bulk_failures.clear();
     runtime.row_count = 0;
     if (m_statement->into().bulk) m_statement->into().clear(frame);
-    for (std::int64_t i = low; i <= high; ++i) {
-        frame.slots[m_slot] = Datum(Value::of(i));
-        const std::int64_t changed = m_statement->run_once(frame);
-        runtime.bulk_row_counts[i] = changed;
+    std::int64_t iteration = 0;
+    for (const std::int64_t index : indexes) {
+        ++iteration;
+        std::int64_t changed = 0;
+        frame.slots[m_slot] = Datum(Value::of(index));
+        try {
+            changed = m_statement->run_once(frame);
+        } catch (...) {
+            const int code = current_failure().code();
+            if (!m_saves_exceptions) throw;
+            runtime.bulk_failures.push_back({iteration, code});
+        }
+        runtime.bulk_row_counts[index] = changed;
         runtime.row_count += changed;
     }
+    if (!runtime.bulk_failures.empty()) throw OracleError(error::errors_in_bulk);
     return Flow::next;
 }
 
 Flow Open::run(Frame& frame) const {
     auto& cursor = m_cursor->place(frame).cursor();
-    if (cursor && m_opening.declared) throw OracleError(6511);
+    if (cursor && m_opening.declared) throw OracleError(error::cursor_already_open);
     cursor = m_opening.open(frame);
     return Flow::next;
 }
 
 Flow Fetch::run(Frame& frame) const {
     const auto cursor = m_cursor->place(frame).cursor();
-    if (!cursor) throw OracleError(1001);
+    if (!cursor) throw OracleError(error::invalid_cursor);
+    if (cursor->columns().size() != m_into.width()) throw OracleError(error::rowtype_mismatch);
     Row row;
     if (!m_into.bulk) {
         if (cursor->fetch(row)) m_into.assign(row, frame);
@@ -228,7 +266,7 @@ Flow Fetch::run(Frame& frame) const {
 
 Flow Close::run(Frame& frame) const {
     auto& cursor = m_cursor->place(frame).cursor();
-    if (!cursor) throw OracleError(1001);
+    if (!cursor) throw OracleError(error::invalid_cursor);
     cursor.reset();
     return Flow::next;
 }

@@ -129,6 +129,25 @@ class QueryLoop : public Loop {
     Opening m_opening;
 };
 
+class Label : public Statement {
+  public:
+    Label(unsigned line, unsigned number) : Statement(line), m_number(number) {}
+    Flow run(Frame&) const override { return Flow::next; }
+    unsigned label() const override { return m_number; }
+
+  private:
+    unsigned m_number;
+};
+
+class Goto : public Statement {
+  public:
+    Goto(unsigned line, unsigned label) : Statement(line), m_label(label) {}
+    Flow run(Frame& frame) const override;
+
+  private:
+    unsigned m_label;
+};
+
 /// EXIT and CONTINUE
 class LeaveLoop : public Statement {
   public:
@@ -204,20 +223,31 @@ class SqlStatement : public Statement {
     Into m_into;
 };
 
+/// The indexes that FORALL runs over: a range, INDICES OF a collection or VALUES OF one.
+struct ForAllIndexes {
+    ExpressionPtr collection; ///< null: all of the range
+    bool values = false;
+    ExpressionPtr low; ///< null: from the first one
+    ExpressionPtr high;
+
+    std::vector<std::int64_t> find(Frame& frame) const;
+};
+
 class ForAll : public Statement {
   public:
-    ForAll(unsigned line, unsigned slot, ExpressionPtr low, ExpressionPtr high, std::unique_ptr<SqlStatement> statement)
+    ForAll(unsigned line, unsigned slot, ForAllIndexes indexes, bool saves_exceptions,
+           std::unique_ptr<SqlStatement> statement)
         : Statement(line),
           m_slot(slot),
-          m_low(std::move(low)),
-          m_high(std::move(high)),
+          m_indexes(std::move(indexes)),
+          m_saves_exceptions(saves_exceptions),
           m_statement(std::move(statement)) {}
     Flow run(Frame& frame) const override;
 
   private:
     unsigned m_slot;
-    ExpressionPtr m_low;
-    ExpressionPtr m_high;
+    ForAllIndexes m_indexes;
+    bool m_saves_exceptions;
     std::unique_ptr<SqlStatement> m_statement;
 };
 

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -50,7 +51,7 @@ using ExpressionPtr = std::shared_ptr<const Expression>;
 using ExpressionList = std::vector<ExpressionPtr>;
 
 /// How a statement ended.
-enum class Flow : std::uint8_t { next, exit, repeat, leave };
+enum class Flow : std::uint8_t { next, exit, repeat, jump, leave };
 
 class Statement {
   public:
@@ -61,6 +62,8 @@ class Statement {
 
     unsigned line() const { return m_line; }
     virtual Flow run(Frame& frame) const = 0;
+    /// Of a label: the number that GOTO has for it; else 0.
+    virtual unsigned label() const { return 0; }
 
   private:
     const unsigned m_line;
@@ -112,7 +115,8 @@ struct Routine {
     std::vector<Parameter> parameters; ///< in the first slots
     TypePtr result;                    ///< null: a procedure
     Body body;
-    bool defined = false; ///< its body has been read
+    bool defined = false;    ///< its body has been read
+    bool autonomous = false; ///< it has a transaction of its own
 };
 
 /// The variables of one run of a routine, or of a package in a session.
@@ -137,7 +141,7 @@ struct Frame {
     std::vector<Datum> slots;
     Datum result;
     unsigned line = 0;                ///< of the statement that runs
-    unsigned target = 0;              ///< the loop that EXIT or CONTINUE means; 0: the innermost
+    unsigned target = 0;              ///< the loop that EXIT or CONTINUE means, 0: the innermost; GOTO's label
     const Failure* handled = nullptr; ///< what the handler that runs was entered for
 };
 
@@ -155,7 +159,11 @@ struct TriggerHead {
     std::string table;
     std::string new_name = "NEW";
     std::string old_name = "OLD";
-    ExpressionPtr when; ///< null: always
+    TypePtr row;                      ///< of :NEW and :OLD
+    ExpressionPtr when;               ///< null: always
+    std::vector<std::string> follows; ///< other triggers that fire before it
+    /// Of a compound trigger: what is done at each of Language::Timing. Its variables live as long as the statement.
+    std::vector<std::optional<Body>> sections;
 
     // Where its block finds what it looks at.
     static constexpr unsigned new_slot = 0;
@@ -179,6 +187,7 @@ struct Unit {
     std::map<std::string, std::vector<Field>> tables; ///< what %TYPE and %ROWTYPE took for their columns
     bool body_loaded = false;                         ///< of a package
     std::unique_ptr<TriggerHead> trigger;
+    unsigned lines_before = 0; ///< that do not count: a trigger's begin with its block
 
     unsigned line_of(sql::Offset at) const;
 };

@@ -152,7 +152,7 @@ Expression* ExpressionParser::predicate_of(Expression* left) {
     const bool negated = next.text == "NOT";
     const Token& word = m_tokens.peek(negated ? 1 : 0);
     const bool known = word.is("IN") || word.is("BETWEEN") || is_like(word);
-    if (word.is("MEMBER") || word.is("SUBMULTISET")) m_tokens.unsupported("conditions on collections");
+    if (word.is("MEMBER") || word.is("SUBMULTISET")) return collection_test(left, negated);
     if (!known) return left;
     if (negated) m_tokens.take();
     if (m_tokens.accept("IN")) return in(left, negated);
@@ -188,6 +188,11 @@ Expression* ExpressionParser::is_test(Expression* left) {
     found->operand = left;
     found->negated = m_tokens.accept("NOT");
     if (m_tokens.accept("NULL")) return found;
+    if (m_tokens.has_boolean_values() && (m_tokens.at("EMPTY") || m_tokens.at("A", "SET"))) {
+        const bool empty = m_tokens.take().is("EMPTY");
+        if (!empty) m_tokens.take();
+        return collection_call(empty ? "IS EMPTY" : "IS A SET", left, nullptr, found->negated);
+    }
     if (m_tokens.accept("NAN")) {
         found->test = IsNull::Test::nan;
     } else if (m_tokens.accept("INFINITE")) {
@@ -196,6 +201,43 @@ Expression* ExpressionParser::is_test(Expression* left) {
         m_tokens.fail(error::missing_null);
     }
     return found;
+}
+
+/// x MEMBER OF y, x SUBMULTISET OF y
+Expression* ExpressionParser::collection_test(Expression* left, bool negated) {
+    if (!m_tokens.has_boolean_values()) m_tokens.unsupported("conditions on collections");
+    if (negated) m_tokens.take();
+    const bool member = m_tokens.take().is("MEMBER");
+    m_tokens.accept("OF");
+    return collection_call(member ? "MEMBER OF" : "SUBMULTISET OF", left, value(), negated);
+}
+
+/// What is written as an operator on collections is a call of a function that no program can name.
+Expression* ExpressionParser::collection_call(std::string_view name, Expression* left, Expression* right,
+                                              bool negated) {
+    auto* const call = m_tokens.make<Call>(left->at);
+    call->name = {name, left->at};
+    ListBuilder<Expression*> arguments(m_tokens.arena());
+    arguments.add(left);
+    if (right != nullptr) arguments.add(right);
+    call->arguments = arguments.list();
+    if (!negated) return call;
+    auto* const found = m_tokens.make<Negation>(left->at);
+    found->operand = call;
+    return found;
+}
+
+/// x MULTISET UNION y
+Expression* ExpressionParser::multiset(Expression* left) {
+    const Token kind = m_tokens.take();
+    const bool distinct = m_tokens.accept("DISTINCT");
+    if (!distinct) m_tokens.accept("ALL");
+    const std::string_view name = kind.is("UNION")       ? "MULTISET UNION"
+                                  : kind.is("INTERSECT") ? "MULTISET INTERSECT"
+                                                         : "MULTISET EXCEPT";
+    auto* const call = collection_call(name, left, product(operand(false)), false);
+    call->as<Call>().distinct = distinct;
+    return call;
 }
 
 Expression* ExpressionParser::in(Expression* left, bool negated) {
@@ -258,6 +300,8 @@ Expression* ExpressionParser::sum(Expression* first) {
             left = binary(BinaryOperator::add, at, left, product(operand(false)));
         } else if (m_tokens.accept("-")) {
             left = binary(BinaryOperator::subtract, at, left, product(operand(false)));
+        } else if (m_tokens.has_boolean_values() && m_tokens.accept("MULTISET")) {
+            left = multiset(left);
         } else {
             return left;
         }

@@ -29,6 +29,9 @@ class ExpressionParser {
     Expression* predicate_of(Expression* left);
     Expression* comparison(Expression* left, ComparisonOperator op);
     Expression* is_test(Expression* left);
+    Expression* collection_test(Expression* left, bool negated);
+    Expression* collection_call(std::string_view name, Expression* left, Expression* right, bool negated);
+    Expression* multiset(Expression* left);
     Expression* in(Expression* left, bool negated);
     Expression* like(Expression* left, bool negated);
     Expression* between(Expression* left, bool negated);

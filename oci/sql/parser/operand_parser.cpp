@@ -79,11 +79,23 @@ Expression* OperandParser::call_form() {
     if (m_tokens.at("TRIM")) return trim();
     if (m_tokens.at("EXISTS")) return exists();
     if (m_tokens.at("CURSOR")) return cursor();
+    if (m_tokens.has_boolean_values() && m_tokens.at("SET")) return set();
     if (m_tokens.at("TREAT") || m_tokens.at("VALIDATE_CONVERSION") || m_tokens.at("XMLELEMENT") ||
         m_tokens.at("XMLFOREST")) {
         m_tokens.unsupported(m_tokens.peek().text);
     }
     return nullptr;
+}
+
+/// SET(x) of a collection.
+Expression* OperandParser::set() {
+    const Token word = m_tokens.take();
+    m_tokens.take();
+    auto* const found = m_tokens.make<Call>(word.at);
+    found->name = {word.text, word.at};
+    found->arguments = ExpressionParser(m_tokens).values();
+    m_tokens.expect(")", error::missing_right_parenthesis);
+    return found;
 }
 
 Expression* OperandParser::literal_form() {

@@ -24,6 +24,7 @@ class OperandParser {
     Expression* trim();
     Expression* exists();
     Expression* cursor();
+    Expression* set();
     Expression* datetime(DatetimeLiteral::Kind kind);
     Expression* interval();
     std::uint8_t interval_field(DatetimeLiteral& literal, bool leading);

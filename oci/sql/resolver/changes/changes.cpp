@@ -135,13 +135,14 @@ void resolve_insert(Resolution& resolution, const Insert& insert) {
     resolution.result.modified_table = target.relation->stored_name;
     if (written.record != nullptr) throw OracleError(error::unimplemented, "VALUES of a record");
     ColumnValues values(resolution, target);
-    returning(resolution, target, insert.returning, change);
     if (insert.query == nullptr) {
         values.give(scope, written.columns, written.values);
+        returning(resolution, target, insert.returning, change);
         if (target.relation->has_triggers) return insert_by_rows(resolution, target, values, nullptr, change);
         change.values = values.values();
     } else {
         change.query = values.give(written.columns, resolve_query(resolution, nullptr, *insert.query));
+        returning(resolution, target, insert.returning, change);
         if (target.relation->has_triggers) return insert_by_rows(resolution, target, values, change.query, change);
     }
     change.columns = values.names();

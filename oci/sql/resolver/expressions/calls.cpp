@@ -226,20 +226,35 @@ Node* built_in(Resolution& resolution, Scope& scope, const Call& call, const Fun
     return node;
 }
 
+constexpr std::string_view not_a_sql_type = "382: expression is of wrong type";
+
+[[noreturn]] void wrong_arguments(const Call& call) {
+    throw OracleError(error::block_compilation,
+                      "306: wrong number or types of arguments in call to '" + std::string(call.name.text) + "'");
+}
+
+/// The name that the engine is called with tells the names of the last arguments, too: "F=>A=>B".
 Node* user_function(Resolution& resolution, Scope& scope, const Call& call) {
     const RoutineInfo* routine = resolution.catalogue.routine(call.schema.text, call.package.text, call.name.text);
     if (routine == nullptr && call.package && !call.schema) // what looks like a package may be a schema
         routine = resolution.catalogue.routine(call.package.text, {}, call.name.text);
     if (routine == nullptr || !routine->is_function) no_such_function(call);
-    if (!call.argument_names.empty()) throw OracleError(error::unimplemented, "=> in a query");
-    const std::size_t count = call.arguments.size();
-    if (count < routine->required || count > routine->parameter_types.size())
-        throw OracleError(error::block_compilation,
-                          "306: wrong number or types of arguments in call to '" + std::string(call.name.text) + "'");
+    if (routine->result.family == Family::boolean) throw OracleError(error::block_compilation, not_a_sql_type);
+    const auto& names = routine->parameter_names;
     Arguments arguments = resolve_all(resolution, scope, call.arguments);
-    for (std::size_t i = 0; i < count; ++i)
-        arguments[i] = convert(resolution, arguments[i], routine->parameter_types[i]);
-    arguments.insert(arguments.begin(), resolution.build.string(routine->name));
+    std::string called = routine->name;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        std::size_t at = i;
+        if (i < call.argument_names.size() && call.argument_names[i]) {
+            const auto named = std::find(names.begin(), names.end(), call.argument_names[i].text);
+            at = static_cast<std::size_t>(named - names.begin());
+            called.append("=>").append(call.argument_names[i].text);
+        }
+        if (at >= names.size()) wrong_arguments(call);
+        arguments[i] = convert(resolution, arguments[i], routine->parameter_types[at]);
+    }
+    if (call.argument_names.empty() && arguments.size() < routine->required) wrong_arguments(call);
+    arguments.insert(arguments.begin(), resolution.build.string(resolution.arena.text(called)));
     return resolution.build.call("ora_call", resolution.arena.list(arguments), expression_type(routine->result.family));
 }
 
