@@ -90,7 +90,7 @@ class Runtime {
     bool in_query = false;                          ///< a function that a query calls changes nothing: ORA-14551
     std::set<OpenCursor*> cursors;                  ///< those that are open
 
-    std::map<std::string, std::unique_ptr<SharedSql>, std::less<>> shared_sql; ///< by text and types of operands
+    std::map<std::string, std::weak_ptr<SharedSql>> shared_sql; ///< by text and types of operands
 
     /// Reads units by name, keeps them, and lets go of those that DDL has changed.
     std::unique_ptr<Library> library;

@@ -22,14 +22,14 @@ class BlockSession : public OciSession {
             bind(statement, static_cast<ub4>(&value - values.data() + 1), value.data(), most, SQLT_STR);
         }
         const int status = execute(statement, query ? 0 : 1);
-        const std::string error = status != OCI_SUCCESS ? error_text() : std::string();
-        const std::string rows = query && error.empty() ? rows_of(statement) : std::string();
+        const std::string failure = status != OCI_SUCCESS ? error_text() : std::string();
+        const std::string rows = query && failure.empty() ? rows_of(statement) : std::string();
         release(statement);
         std::string all = query ? rows : output();
         for (const auto& value : values) {
-            if (error.empty()) all.append(value.c_str()).append("\n");
+            if (failure.empty()) all.append(value.c_str()).append("\n");
         }
-        return without_blanks(all + error);
+        return without_blanks(all + failure);
     }
 
     /// The lines that DBMS_OUTPUT has kept.

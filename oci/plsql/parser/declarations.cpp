@@ -94,7 +94,12 @@ void Parser::variable(Body& body) {
 TypePtr Parser::declared_type() {
     const auto at = m_tokens.position();
     try {
+        const bool sized = m_tokens.peek(1).is("(");
+        const bool one = !sized && m_tokens.at("CHAR"); // a variable has a size, a parameter has none
+        if (!sized && (m_tokens.at("VARCHAR2") || m_tokens.at("VARCHAR") || m_tokens.at("NVARCHAR2")))
+            fail("PLS-00215: String length constraints must be in range (1 .. 32767)", at);
         TypePtr of = type();
+        if (one) of = scalar_type(Family::fixed_text, 1);
         const bool required = m_tokens.accept("NOT");
         if (required) expect("NULL");
         if (!required) {
@@ -243,9 +248,12 @@ void Parser::pragma() {
         if (found == m_scope->names.end() || found->second.kind != Declaration::Kind::exception)
             fail("PLS-00109: unknown exception name '" + text(declared) + "' in PRAGMA EXCEPTION_INIT", declared.at);
         expect(",");
-        expect("-");
-        const_cast<ExceptionName*>(found->second.exception)->code =
-            static_cast<int>(m_tokens.integer(error::block_error));
+        const bool negative = m_tokens.accept("-");
+        const auto code = static_cast<int>(m_tokens.integer(error::block_error));
+        if (!negative && code != 100)
+            fail("PLS-00701: illegal ORACLE error number " + std::to_string(code) + " for PRAGMA EXCEPTION_INIT",
+                 declared.at);
+        const_cast<ExceptionName*>(found->second.exception)->code = negative ? code : int{error::no_data_found};
         expect(")");
     }
     while (!m_tokens.at(";") && !m_tokens.at_end()) m_tokens.take();

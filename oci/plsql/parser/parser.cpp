@@ -514,6 +514,8 @@ StatementPtr Parser::return_statement() {
     const auto position = m_tokens.position();
     m_tokens.take();
     ExpressionPtr value;
+    if (m_routine->result && m_tokens.at(";"))
+        fail("PLS-00503: RETURN <value> statement is required for this return from function", position);
     if (m_routine->result) {
         value = expression_for(m_routine->result);
     } else if (!m_tokens.at(";")) {

@@ -48,8 +48,8 @@ TypePtr Parser::check(SqlText& text, sql::Offset at, Into* into) {
         constexpr int missing[] = {error::invalid_identifier, error::no_such_table, error::no_such_sequence,
                                    error::no_such_object, error::looping_synonyms};
         const bool is_missing = std::find(std::begin(missing), std::end(missing), error.code()) != std::end(missing);
-        const auto text = std::string_view(error.text()).substr(0, error.text().size() - 1);
-        fail("PL/SQL: " + std::string(text), place_of(text, at), is_missing);
+        const auto message = error.text().substr(0, error.text().size() - 1);
+        fail("PL/SQL: " + message, place_of(message, at), is_missing);
     }
 }
 

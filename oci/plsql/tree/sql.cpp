@@ -55,9 +55,12 @@ void SqlText::share() {
         key.append(" ").append(std::to_string(static_cast<int>(type.family)));
         for (const int part : {int{type.size}, int{type.precision}, int{type.scale}}) key += "," + std::to_string(part);
     }
-    auto& shared = m_runtime.shared_sql[key];
-    if (!shared) shared = std::make_unique<SharedSql>();
-    m_shared = shared.get();
+    auto& known = m_runtime.shared_sql;
+    constexpr std::size_t many = 500;
+    if (known.size() > many) std::erase_if(known, [](const auto& each) { return each.second.expired(); });
+    auto& shared = known[key];
+    m_shared = shared.lock();
+    if (m_shared == nullptr) shared = m_shared = std::make_shared<SharedSql>();
 }
 
 std::unique_ptr<InnerStatement> SqlText::compile() {

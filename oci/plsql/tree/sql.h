@@ -59,7 +59,7 @@ class SqlText : public SqlSource, public sql::Variables {
     std::unique_ptr<InnerStatement> compile();
 
     std::unique_ptr<InnerStatement> m_idle;
-    SharedSql* m_shared = nullptr; ///< null: it has its own
+    std::shared_ptr<SharedSql> m_shared; ///< null: it has its own
 };
 
 /// A statement while it runs.
