@@ -418,9 +418,10 @@ ExpressionPtr Binder::sql(std::string_view text, const ExpressionList& operands)
         type = compiled->columns().front().type;
         query->give_back(std::move(compiled));
     } catch (const OracleError& error) {
-        if (error.code() == error::invalid_identifier) undeclared(text.substr(0, text.find('(')), m_at);
+        if (error.code() == error::invalid_identifier || error.code() == error::no_such_sequence)
+            undeclared(text.substr(0, text.find('(')), m_at);
         const auto message = error.text().substr(0, error.text().size() - 1);
-        fail("PL/SQL: " + message, m_at, error.code() == error::no_such_sequence);
+        fail("PL/SQL: " + message, m_at);
     }
     if (type.family != Family::number) type.size = 0;
     return std::make_shared<SqlExpression>(scalar_type(type), std::move(query));

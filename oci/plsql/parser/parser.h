@@ -139,8 +139,8 @@ class Parser {
     Routine* m_routine = nullptr;
     std::vector<LoopLabel> m_loops;
     unsigned m_loop_count = 0;
-    sql::Offset m_line_at = 0; ///< where line() has counted to, ...
-    unsigned m_line = 1;       ///< ... and what it has come to
+    sql::Offset m_line_at = 0;                             ///< where line() has counted to, ...
+    unsigned m_line = 1;                                   ///< ... and what it has come to
     std::map<std::string, unsigned, std::less<>> m_labels; ///< numbers for GOTO
     std::vector<PendingGoto> m_gotos;                      ///< whose labels no list of statements had yet
     bool m_in_handler = false;
