@@ -5,6 +5,7 @@
 #include "oci/values/decimal.h"
 #include "oci/values/work.h"
 
+#include <algorithm>
 #include <new>
 #include <optional>
 #include <span>
@@ -177,7 +178,11 @@ Decimal decimal_of(const Value& value);
 /// The value without its fraction, held within a range that no count, position or number of months needs to leave.
 std::int64_t integer_of(const Value& value);
 inline std::string_view text_of(const Arguments& in, int index, std::string& scratch) {
-    return text_of(in[index], scratch);
+    const Value value = in[index];
+    const std::string_view text = text_of(value, scratch);
+    const char mark = in.settings().decimal_mark;
+    if (mark != '.' && value.type == Value::Type::real) std::replace(scratch.begin(), scratch.end(), '.', mark);
+    return text;
 }
 bool is_date(const Value& value, Civil& date);
 Value date_result(Arguments& in, const Civil& date);

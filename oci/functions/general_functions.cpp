@@ -17,6 +17,8 @@ ColumnType type_of(const Arguments& in, int first) {
     type.size = static_cast<ub2>(sqlite3_value_int(in.values[first + 1]));
     type.precision = static_cast<sb2>(sqlite3_value_int(in.values[first + 2]));
     type.scale = static_cast<sb1>(sqlite3_value_int(in.values[first + 3]));
+    const bool text = type.family == Family::text || type.family == Family::fixed_text;
+    type.in_characters = text && type.precision != 0;
     return type;
 }
 
@@ -45,8 +47,8 @@ Value cast(Arguments& in) {
     Value value = convert(in[0], from, to.family, in.settings(), scratch);
     const bool text = to.family == Family::text || to.family == Family::fixed_text;
     if (text && value.type == Value::Type::text && to.size != 0 && value.size > to.size) {
-        std::size_t size = to.size;
-        while (size > 0 && (value.data[size] & 0xC0) == 0x80) --size;
+        std::size_t size = to.in_characters ? offset_behind(value.text(), to.size) : to.size;
+        while (size > 0 && size < value.size && (value.data[size] & 0xC0) == 0x80) --size;
         value = Value::of(value.text().substr(0, size));
     }
     Value fitted = fit(value, to, "CAST", in.scratch);

@@ -76,8 +76,10 @@ std::string_view binary_text(const Value& number, Family family, std::string& sc
 Value to_text(const Value& value, const ColumnType& from, const SessionSettings& settings, std::string& scratch) {
     switch (from.family) {
     case Family::number:
-        if (value.type == Value::Type::text) return value; // a number that cannot be held is its text
-        return Value::of(number_text(value, scratch));
+        scratch =
+            value.type == Value::Type::text ? value.text() : number_text(value, scratch); // one that cannot be held
+        if (settings.decimal_mark != '.') std::replace(scratch.begin(), scratch.end(), '.', settings.decimal_mark);
+        return Value::of(scratch);
     case Family::binary_float:
     case Family::binary_double: return Value::of(binary_text(number_of(value), from.family, scratch));
     case Family::interval_ym: return Value::of(scratch = year_interval_text(number_of(value).integer, from.precision));
@@ -126,6 +128,11 @@ Value convert(const Value& value, const ColumnType& given, Family to, const Sess
     case Family::binary_float:
     case Family::binary_double:
         if (is_moment(from.family) || (value.type == Value::Type::blob)) refuse(from.family, to);
+        if (value.type == Value::Type::text && settings.decimal_mark != '.') {
+            Decimal number;
+            if (!Decimal::parse(value.text(), number, settings.decimal_mark)) throw OracleError(error::invalid_number);
+            return number.exact();
+        }
         return number_of(value);
     case Family::text:
     case Family::fixed_text:

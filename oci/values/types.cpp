@@ -59,6 +59,7 @@ struct Declaration {
     std::string name;
     int numbers[2] = {0, 0};
     int count = 0;
+    bool in_characters = false;
 };
 
 std::optional<Declaration> take_apart(std::string_view text) {
@@ -71,6 +72,7 @@ std::optional<Declaration> take_apart(std::string_view text) {
     while (parts.name.ends_with(' ')) parts.name.pop_back();
     parts.name = upper(parts.name);
     if (open == std::string_view::npos) return parts;
+    parts.in_characters = upper(text.substr(open)).find(" CHAR") != std::string::npos;
     const char* const end = text.data() + text.size();
     bool negative = false;
     for (const char* p = text.data() + open; p < end; ++p) {
@@ -163,6 +165,10 @@ Value fit_number(const Value& given, const ColumnType& type) {
     return rounded.exact();
 }
 
+std::size_t characters_of(std::string_view text) {
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
 Value fit_text(const Value& given, const ColumnType& type, std::string_view column, std::string& scratch) {
     Value text = given;
     if (given.type == Value::Type::integer || given.type == Value::Type::real)
@@ -170,10 +176,13 @@ Value fit_text(const Value& given, const ColumnType& type, std::string_view colu
     if (given.type == Value::Type::blob && type.family != Family::clob)
         text = Value::of(scratch = hex_of(given.text()));
     text.type = Value::Type::text;
-    if (type.size != 0 && text.size > type.size) value_too_large(column, text.size, type.size);
-    if (type.family == Family::fixed_text && text.size < type.size) {
+    const std::size_t size = type.in_characters ? characters_of(text.text()) : text.size;
+    const std::size_t most_bytes = type.in_characters ? type.size_in_bytes() : type.size;
+    if (type.size != 0 && size > type.size) value_too_large(column, size, type.size);
+    if (type.size != 0 && text.size > most_bytes) value_too_large(column, text.size, most_bytes);
+    if (type.family == Family::fixed_text && size < type.size) {
         std::string padded(text.text());
-        padded.resize(type.size, ' ');
+        padded.append(type.size - size, ' ');
         text = Value::of(scratch = std::move(padded));
     }
     return text;
@@ -276,6 +285,8 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
         if (known.name != parts->name) continue;
         if (!is_possible(known, *parts)) return std::nullopt;
         ColumnType type = of_family(known.family, parts->count > 0 ? parts->numbers[0] : known.size);
+        const bool text = known.family == Family::text || known.family == Family::fixed_text;
+        type.in_characters = text && (parts->in_characters || known.name.starts_with('N'));
         if (known.family == Family::number) {
             type = number(parts->count > 0 ? parts->numbers[0] : known.precision,
                           parts->count == 2                               ? parts->numbers[1]
@@ -289,7 +300,9 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
 }
 
 std::string ColumnType::declaration() const {
-    const auto sized = [this](const char* name) { return name + ("(" + std::to_string(size) + ")"); };
+    const auto sized = [this](const char* name) {
+        return name + ("(" + std::to_string(size) + (in_characters ? " CHAR)" : ")"));
+    };
     switch (family) {
     case Family::number:
         if (scale == any_scale) return precision == 0 ? "NUMBER" : "FLOAT(" + std::to_string(precision) + ")";
@@ -342,6 +355,13 @@ ub2 ColumnType::external() const {
     return SQLT_CHR;
 }
 
+ub2 ColumnType::size_in_bytes() const {
+    constexpr int longest_character = 4;
+    if (!in_characters) return size;
+    return static_cast<ub2>(
+        std::min(size * longest_character, family == Family::fixed_text ? longest_text / 2 : longest_text));
+}
+
 ub2 ColumnType::described_size() const {
     switch (family) {
     case Family::number: return 22;
@@ -356,6 +376,8 @@ ub2 ColumnType::described_size() const {
     case Family::interval_ds: return 11;
     case Family::timestamp_tz: return 13;
     case Family::interval_ym: return 5;
+    case Family::text:
+    case Family::fixed_text: return size_in_bytes();
     default: return size;
     }
 }

@@ -101,6 +101,8 @@ struct ColumnType {
     std::string declaration() const;
     /// The type code that describing such a column reports.
     ub2 external() const;
+    /// Of a text: the bytes that it may have.
+    ub2 size_in_bytes() const;
     /// The data size that describing such a column reports.
     ub2 described_size() const;
     /// Integers of this type always fit 64 bits and are stored as such.

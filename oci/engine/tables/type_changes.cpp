@@ -44,7 +44,8 @@ TypeChange compare_types(const ColumnType& before, const ColumnType& after) {
     const bool sized = before.family == Family::raw && after.family == Family::raw;
     if (sized || (is_text(before.family) && is_text(after.family))) {
         if (after.size < before.size) return TypeChange::shortens;
-        return before.family == after.family && before.size == after.size ? TypeChange::none : TypeChange::widens;
+        const bool same = before.family == after.family && before.size == after.size;
+        return same && before.in_characters == after.in_characters ? TypeChange::none : TypeChange::widens;
     }
     if (is_datetime(before.family) && is_datetime(after.family)) return TypeChange::widens;
     if (before.family == after.family) return TypeChange::widens;

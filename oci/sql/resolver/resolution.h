@@ -26,6 +26,7 @@ struct Resolution {
     std::string_view defining{}; ///< the WITH query that is being read and cannot mean itself
     int views = 0;               ///< that are being put in the place of their names, one within the other
     int queries = 0;
+    int sequences = 0; ///< mentions of values of sequences
 };
 
 } // namespace oci::sql

@@ -26,7 +26,7 @@ Node* convert_argument(Resolution& resolution, Node* value, ArgumentRule rule, c
     case ArgumentRule::number: return as_number(resolution, value);
     case ArgumentRule::text:
         // Functions make texts of numbers themselves, and look at the bytes of a large object.
-        if (value->type.family == Family::number) return spell(resolution, value);
+        if (value->type.family == Family::number && spell(resolution, value) == value) return value;
         return value->type.family == Family::blob ? value : as_text(resolution, value);
     case ArgumentRule::date:
         return is_datetime(value->type) ? value : convert(resolution, value, expression_type(Family::date));
@@ -307,7 +307,8 @@ Node* sequence_value(Resolution& resolution, Scope& scope, const ColumnReference
     if (sequence == nullptr) return nullptr;
     const bool allowed =
         scope.clause == Clause::select || scope.clause == Clause::values || scope.clause == Clause::other;
-    if (!allowed) throw OracleError(error::sequence_not_allowed);
+    if (!allowed || scope.inside_aggregate > 0) throw OracleError(error::sequence_not_allowed);
+    ++resolution.sequences;
     const bool next = name.column.text == "NEXTVAL";
     Node* node = resolution.build.call(next ? "ora_nextval" : "ora_currval", {resolution.build.string(sequence->name)},
                                        ColumnType::number());

@@ -16,9 +16,13 @@ bool is_fixed(const Node& node) {
 }
 
 /// A text literal with as many blanks behind it as a CHAR of the size has.
-Node* padded(Resolution& resolution, Node* literal, std::size_t size) {
+Node* padded(Resolution& resolution, Node* literal, const ColumnType& type) {
     std::string text(literal->text);
     text.erase(text.find_last_not_of(' ') + 1);
+    std::size_t size = type.size;
+    if (type.in_characters) // more bytes than characters make room for more
+        size += static_cast<std::size_t>(
+            std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) == 0x80; }));
     if (text.size() < size) text.resize(size, ' ');
     return resolution.build.string(resolution.arena.text(text));
 }
@@ -35,8 +39,8 @@ void align_texts(Resolution& resolution, Node*& left, Node*& right) {
     const bool right_is_text = right->kind == Node::Kind::string;
     if (left_is_text != right_is_text) {
         Node*& literal = left_is_text ? left : right;
-        literal = padded(resolution, literal, (left_is_text ? right : left)->type.size);
-    } else if (left->type.size != right->type.size) {
+        literal = padded(resolution, literal, (left_is_text ? right : left)->type);
+    } else if (left->type.size != right->type.size || left->type.in_characters != right->type.in_characters) {
         left = resolution.build.suffix(left, " COLLATE RTRIM", left->type);
     }
 }
@@ -73,7 +77,12 @@ ColumnType wider_text(const ColumnType& a, const ColumnType& b) {
     ColumnType type = a;
     if (a.family != b.family || a.size != b.size) type.family = Family::text;
     if (a.family == Family::long_text || b.family == Family::long_text) type.family = Family::long_text;
-    type.size = std::max(a.size, b.size);
+    if (a.in_characters == b.in_characters) {
+        type.size = std::max(a.size, b.size);
+        return type;
+    }
+    type.size = std::max(a.size_in_bytes(), b.size_in_bytes());
+    type.in_characters = false;
     return type;
 }
 
@@ -280,11 +289,15 @@ ColumnType common_type(const ColumnType& first, const ColumnType& second, Mixing
     return type;
 }
 
+int precision_of(const ColumnType& type) {
+    return type.in_characters ? 1 : type.precision;
+}
+
 Node* fit(Resolution& resolution, Node* value, const ColumnType& type, std::string_view column) {
     const Builder& build = resolution.build;
     return build.call(operators::fit,
                       {value, build.integer(static_cast<int>(type.family)), build.integer(type.size),
-                       build.integer(type.precision), build.integer(type.scale),
+                       build.integer(precision_of(type)), build.integer(type.scale),
                        build.string(resolution.arena.text(column))},
                       type);
 }

@@ -165,11 +165,12 @@ Node* concatenation(Resolution& resolution, std::vector<Node*> operands) {
     bool large = false;
     int size = 0;
     for (Node*& operand : operands) {
-        operand = operand->type.family == Family::number ? spell(resolution, operand) : as_text(resolution, operand);
+        const bool held = operand->type.family == Family::number && spell(resolution, operand) == operand;
+        if (!held) operand = as_text(resolution, operand);
         large = large || operand->type.family == Family::clob;
         size += operand->type.family == Family::number ? 40
                 : operand->type.size == 0              ? longest_text
-                                                       : operand->type.size;
+                                                       : operand->type.size_in_bytes();
     }
     while (operands.size() > most_arguments) {
         std::vector<Node*> groups;
@@ -262,7 +263,7 @@ Node* cast(Resolution& resolution, Scope& scope, const Cast& cast) {
     if (group_of(type) == TypeGroup::text) value = spell(resolution, value);
     return build.call(operators::cast,
                       {value, build.integer(static_cast<int>(from)), build.integer(static_cast<int>(type.family)),
-                       build.integer(type.size), build.integer(type.precision), build.integer(type.scale)},
+                       build.integer(type.size), build.integer(precision_of(type)), build.integer(type.scale)},
                       type);
 }
 
@@ -331,6 +332,9 @@ Node* combine(Resolution& resolution, BinaryOperator op, Node* left, Node* right
     if (!found && is_datetime(left->type) && is_datetime(right->type) && op == BinaryOperator::add)
         throw OracleError(error::date_plus_date);
     if (!found) inconsistent("NUMBER", group_of(left->type) == TypeGroup::number ? right->type : left->type);
+    if (found->result == Family::number && group_of(left->type) == TypeGroup::text) left = as_number(resolution, left);
+    if (found->result == Family::number && group_of(right->type) == TypeGroup::text)
+        right = as_number(resolution, right);
     right = on_the_way(resolution, right);
     if (is_number(*left) && is_number(*right) && is_arithmetic(*left)) {
         Node* chain = chained(resolution, signs[static_cast<std::size_t>(op)], left, right);

@@ -170,6 +170,8 @@ class BlockResolver {
                 add_item(sql::resolve(m_resolution, m_scope, *item.value), name_of(item));
             }
         }
+        const bool sorts = m_block.distinct || m_block.grouped || !m_query.order_by.empty();
+        if (sorts && !m_scope.sequences.empty()) throw OracleError(error::sequence_not_allowed);
         m_plan.items = m_resolution.arena.list(m_items);
     }
 

@@ -67,6 +67,7 @@ ResolvedQuery combined(Resolution& resolution, Scope* outer, const Query& last) 
     };
     while (is_link(*chain.back()->left)) chain.push_back(chain.back()->left);
     if (chain.size() >= most_combined) throw OracleError(error::unimplemented, "more than 500 combined queries");
+    const int sequences = resolution.sequences;
     ResolvedQuery query = resolve_query(resolution, outer, *chain.back()->left);
     for (auto link = chain.rbegin(); link != chain.rend(); ++link) {
         ResolvedQuery right = resolve_query(resolution, outer, *(*link)->right);
@@ -78,6 +79,7 @@ ResolvedQuery combined(Resolution& resolution, Scope* outer, const Query& last) 
         plan->items = resolution.arena.list(std::vector<Node*>(query.columns.size()));
         query.plan = plan;
     }
+    if (resolution.sequences > sequences) throw OracleError(error::sequence_not_allowed);
     return query;
 }
 
