@@ -343,7 +343,7 @@ TEST(Parser, readsTypes) {
         {"DECIMAL", "NUMBER(38,0)"},
         {"INTEGER", "NUMBER(38,0)"},
         {"DOUBLE PRECISION", "FLOAT(126)"},
-        {"VARCHAR2(10 CHAR)", "VARCHAR2(10)"},
+        {"VARCHAR2(10 CHAR)", "VARCHAR2(10 CHAR)"},
         {"CHARACTER VARYING (7)", "VARCHAR2(7)"},
         {"NCHAR", "CHAR(1)"},
         {"LONG RAW", "LONG RAW"},

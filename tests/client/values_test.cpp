@@ -248,7 +248,7 @@ const Described described[] = {
     {"NUMBER(*,2)", "2 22 38 2 1"},
     {"INTEGER", "2 22 38 0 1"},
     {"FLOAT", "2 22 126 -127 1"},
-    {"VARCHAR2(20 CHAR)", "1 20 0 0 1"},
+    {"VARCHAR2(20 CHAR)", "1 80 0 0 1"},
     {"CHAR(3) PRIMARY KEY", "96 3 0 0 0"},
     {"DATE", "12 7 0 0 1"},
     {"RAW(4)", "23 4 0 0 1"},
