@@ -159,7 +159,7 @@ ok4)"},
   c := 'hello '; c := c || 'world';
   DBMS_OUTPUT.PUT_LINE(DBMS_LOB.GETLENGTH(c) || DBMS_LOB.SUBSTR(c, 5, 7) || DBMS_LOB.INSTR(c, 'o') || LENGTH(c) || SUBSTR(c, 1, 3));
   DBMS_LOB.CREATETEMPORARY(c, TRUE);
-  DBMS_LOB.APPEND(c, 'abc'); DBMS_LOB.WRITEAPPEND(c, 3, 'def');
+  DBMS_LOB.APPEND(c, 'abc'); DBMS_LOB.WRITEAPPEND(buffer => 'defg', lob_loc => c, amount => 3);
   DBMS_OUTPUT.PUT_LINE(c);
   DBMS_LOB.TRIM(c, 2); DBMS_OUTPUT.PUT_LINE(c);
   DBMS_LOB.FREETEMPORARY(c);

@@ -61,7 +61,8 @@ class Binder {
     ExpressionPtr dialect_call(const sql::Call& call);
     /// What the language brings along itself: SQLERRM, DBMS_OUTPUT ... Null when there is nothing of the name.
     /// @param name  PACKAGE.NAME or NAME
-    ExpressionPtr builtin(std::string_view name, sql::Expressions arguments, bool statement);
+    ExpressionPtr builtin(std::string_view name, sql::Expressions arguments, std::span<const sql::Name> names,
+                          bool statement);
 
     /// "text with {} for each operand" as a query of one value.
     ExpressionPtr sql(std::string_view text, const ExpressionList& operands);

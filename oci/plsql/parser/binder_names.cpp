@@ -71,7 +71,7 @@ ExpressionPtr Binder::name(const sql::ColumnReference& reference) {
         }
     }
     const std::string text = joined(path.parts);
-    if (ExpressionPtr made = builtin(text, {}, false)) return made;
+    if (ExpressionPtr made = builtin(text, {}, {}, false)) return made;
     refuse_unknown_member(path, reference.at);
     return sql(text, {});
 }
@@ -94,7 +94,7 @@ ExpressionPtr Binder::call(const sql::Call& call, bool statement) {
         const Declaration& declaration = *found.declaration;
         const bool asks_column = call.name.text == "UPDATING" && call.arguments.size() == 1;
         if (declaration.kind == Declaration::Kind::variable && declaration.type->is_boolean() && asks_column)
-            return builtin("UPDATING", call.arguments, false);
+            return builtin("UPDATING", call.arguments, {}, false);
         if (declaration.kind == Declaration::Kind::variable)
             return follow(variable_of(found), rest, call.arguments, true);
         if (declaration.kind == Declaration::Kind::type && rest.empty() &&
@@ -104,7 +104,7 @@ ExpressionPtr Binder::call(const sql::Call& call, bool statement) {
             return routine_call(found, call.arguments, call.argument_names, statement);
         fail("PLS-00306: '" + joined(path.parts) + "' cannot be called", call.at);
     }
-    if (ExpressionPtr made = builtin(joined(path.parts), call.arguments, statement)) return made;
+    if (ExpressionPtr made = builtin(joined(path.parts), call.arguments, call.argument_names, statement)) return made;
     if (const auto* function = collection_function(call.name.text); function != nullptr && !call.package)
         return collection_call(*function, call);
     refuse_unknown_member(path, call.at);
@@ -296,6 +296,8 @@ ExpressionPtr Binder::dialect_call(const sql::Call& call) {
     const bool from = call.name.text == "TRIM" && (trims || call.arguments.size() == 2);
     for (std::size_t i = 0; i < call.arguments.size(); ++i) {
         if (i > 0) text += from ? " FROM " : ", ";
+        if (i < call.argument_names.size() && call.argument_names[i])
+            text.append(call.argument_names[i].text).append(" => ");
         const sql::Expression& argument = *call.arguments[i];
         if (argument.kind == sql::ExpressionKind::string) {
             text += "'";

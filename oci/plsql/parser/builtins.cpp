@@ -214,54 +214,65 @@ struct Builtin {
     std::string_view name;
     std::size_t least; ///< arguments
     std::size_t most;
-    Family result; ///< unknown: a procedure
+    std::string_view parameters; ///< their names
+    Family result;               ///< unknown: a procedure
     OwnedValue (*run)(const Arguments& arguments, Frame& frame);
     std::size_t assigned = 0;   ///< how many of its arguments are outputs
     bool takes_boolean = false; ///< among its arguments
 };
 
 constexpr Builtin builtins[] = {
-    {"SQLCODE", 0, 0, Family::number, sqlcode},
-    {"SQLERRM", 0, 1, Family::text, sqlerrm},
-    {"UPDATING", 1, 1, Family::boolean, updating},
-    {"RAISE_APPLICATION_ERROR", 2, 3, Family::unknown, raise_application_error, 0, true},
-    {"DBMS_OUTPUT.PUT", 1, 1, Family::unknown, put},
-    {"DBMS_OUTPUT.PUT_LINE", 1, 1, Family::unknown, put_line},
-    {"DBMS_OUTPUT.NEW_LINE", 0, 0, Family::unknown, new_line},
-    {"DBMS_OUTPUT.ENABLE", 0, 1, Family::unknown, enable},
-    {"DBMS_OUTPUT.DISABLE", 0, 0, Family::unknown, disable},
-    {"DBMS_OUTPUT.GET_LINE", 2, 2, Family::unknown, get_line, 2},
-    {"DBMS_OUTPUT.GET_LINES", 2, 2, Family::unknown, get_lines, 2},
-    {"DBMS_UTILITY.FORMAT_ERROR_STACK", 0, 0, Family::text, error_stack},
-    {"DBMS_UTILITY.FORMAT_ERROR_BACKTRACE", 0, 0, Family::text, error_backtrace},
-    {"DBMS_UTILITY.FORMAT_CALL_STACK", 0, 0, Family::text, call_stack},
-    {"DBMS_UTILITY.GET_TIME", 0, 0, Family::number, get_time},
-    {"DBMS_UTILITY.GET_CPU_TIME", 0, 0, Family::number, get_cpu_time},
-    {"DBMS_APPLICATION_INFO.SET_MODULE", 2, 2, Family::unknown, nothing},
-    {"DBMS_APPLICATION_INFO.SET_ACTION", 1, 1, Family::unknown, nothing},
-    {"DBMS_APPLICATION_INFO.SET_CLIENT_INFO", 1, 1, Family::unknown, nothing},
-    {"DBMS_RANDOM.SEED", 1, 1, Family::unknown, seed},
-    {"DBMS_RANDOM.INITIALIZE", 1, 1, Family::unknown, seed},
-    {"DBMS_RANDOM.TERMINATE", 0, 0, Family::unknown, nothing},
-    {"DBMS_RANDOM.VALUE", 0, 2, Family::number, random_value},
-    {"DBMS_RANDOM.RANDOM", 0, 0, Family::number, random_integer},
-    {"DBMS_RANDOM.NORMAL", 0, 0, Family::number, random_normal},
-    {"DBMS_RANDOM.STRING", 2, 2, Family::text, random_string},
-    {"DBMS_LOB.CREATETEMPORARY", 2, 3, Family::unknown, lob_create, 1, true},
-    {"DBMS_LOB.FREETEMPORARY", 1, 1, Family::unknown, lob_free, 1},
-    {"DBMS_LOB.OPEN", 1, 2, Family::unknown, nothing},
-    {"DBMS_LOB.CLOSE", 1, 1, Family::unknown, nothing},
-    {"DBMS_LOB.APPEND", 2, 2, Family::unknown, lob_append, 1},
-    {"DBMS_LOB.WRITEAPPEND", 3, 3, Family::unknown, lob_write_append, 1},
-    {"DBMS_LOB.WRITE", 4, 4, Family::unknown, lob_write, 1},
-    {"DBMS_LOB.TRIM", 2, 2, Family::unknown, lob_trim, 1},
-    {"DBMS_LOCK.SLEEP", 1, 1, Family::unknown, sleep},
-    {"DBMS_SESSION.SLEEP", 1, 1, Family::unknown, sleep},
+    {"SQLCODE", 0, 0, "", Family::number, sqlcode},
+    {"SQLERRM", 0, 1, "ERROR_NUMBER", Family::text, sqlerrm},
+    {"UPDATING", 1, 1, "", Family::boolean, updating},
+    {"RAISE_APPLICATION_ERROR", 2, 3, "NUM,MSG,KEEPERRORSTACK", Family::unknown, raise_application_error, 0, true},
+    {"DBMS_OUTPUT.PUT", 1, 1, "A", Family::unknown, put},
+    {"DBMS_OUTPUT.PUT_LINE", 1, 1, "A", Family::unknown, put_line},
+    {"DBMS_OUTPUT.NEW_LINE", 0, 0, "", Family::unknown, new_line},
+    {"DBMS_OUTPUT.ENABLE", 0, 1, "BUFFER_SIZE", Family::unknown, enable},
+    {"DBMS_OUTPUT.DISABLE", 0, 0, "", Family::unknown, disable},
+    {"DBMS_OUTPUT.GET_LINE", 2, 2, "LINE,STATUS", Family::unknown, get_line, 2},
+    {"DBMS_OUTPUT.GET_LINES", 2, 2, "LINES,NUMLINES", Family::unknown, get_lines, 2},
+    {"DBMS_UTILITY.FORMAT_ERROR_STACK", 0, 0, "", Family::text, error_stack},
+    {"DBMS_UTILITY.FORMAT_ERROR_BACKTRACE", 0, 0, "", Family::text, error_backtrace},
+    {"DBMS_UTILITY.FORMAT_CALL_STACK", 0, 0, "", Family::text, call_stack},
+    {"DBMS_UTILITY.GET_TIME", 0, 0, "", Family::number, get_time},
+    {"DBMS_UTILITY.GET_CPU_TIME", 0, 0, "", Family::number, get_cpu_time},
+    {"DBMS_APPLICATION_INFO.SET_MODULE", 2, 2, "MODULE_NAME,ACTION_NAME", Family::unknown, nothing},
+    {"DBMS_APPLICATION_INFO.SET_ACTION", 1, 1, "ACTION_NAME", Family::unknown, nothing},
+    {"DBMS_APPLICATION_INFO.SET_CLIENT_INFO", 1, 1, "CLIENT_INFO", Family::unknown, nothing},
+    {"DBMS_RANDOM.SEED", 1, 1, "VAL", Family::unknown, seed},
+    {"DBMS_RANDOM.INITIALIZE", 1, 1, "VAL", Family::unknown, seed},
+    {"DBMS_RANDOM.TERMINATE", 0, 0, "", Family::unknown, nothing},
+    {"DBMS_RANDOM.VALUE", 0, 2, "LOW,HIGH", Family::number, random_value},
+    {"DBMS_RANDOM.RANDOM", 0, 0, "", Family::number, random_integer},
+    {"DBMS_RANDOM.NORMAL", 0, 0, "", Family::number, random_normal},
+    {"DBMS_RANDOM.STRING", 2, 2, "OPT,LEN", Family::text, random_string},
+    {"DBMS_LOB.CREATETEMPORARY", 2, 3, "LOB_LOC,CACHE,DUR", Family::unknown, lob_create, 1, true},
+    {"DBMS_LOB.FREETEMPORARY", 1, 1, "LOB_LOC", Family::unknown, lob_free, 1},
+    {"DBMS_LOB.OPEN", 1, 2, "LOB_LOC,OPEN_MODE", Family::unknown, nothing},
+    {"DBMS_LOB.CLOSE", 1, 1, "LOB_LOC", Family::unknown, nothing},
+    {"DBMS_LOB.APPEND", 2, 2, "DEST_LOB,SRC_LOB", Family::unknown, lob_append, 1},
+    {"DBMS_LOB.WRITEAPPEND", 3, 3, "LOB_LOC,AMOUNT,BUFFER", Family::unknown, lob_write_append, 1},
+    {"DBMS_LOB.WRITE", 4, 4, "LOB_LOC,AMOUNT,OFFSET,BUFFER", Family::unknown, lob_write, 1},
+    {"DBMS_LOB.TRIM", 2, 2, "LOB_LOC,NEWLEN", Family::unknown, lob_trim, 1},
+    {"DBMS_LOCK.SLEEP", 1, 1, "SECONDS", Family::unknown, sleep},
+    {"DBMS_SESSION.SLEEP", 1, 1, "SECONDS", Family::unknown, sleep},
 };
+
+/// The place of the name in a list with commas; behind the last when it is not there.
+std::size_t place_of(std::string_view name, std::string_view list) {
+    for (std::size_t place = 0;; ++place) {
+        const auto end = std::min(list.find(','), list.size());
+        if (list.substr(0, end) == name || list.empty()) return place;
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+}
 
 } // namespace
 
-ExpressionPtr Binder::builtin(std::string_view name, sql::Expressions arguments, bool statement) {
+ExpressionPtr Binder::builtin(std::string_view name, sql::Expressions arguments, std::span<const sql::Name> names,
+                              bool statement) {
     if (name.starts_with("SYS.")) name.remove_prefix(4);
     const auto* found =
         std::find_if(std::begin(builtins), std::end(builtins), [&](const Builtin& b) { return b.name == name; });
@@ -272,8 +283,14 @@ ExpressionPtr Binder::builtin(std::string_view name, sql::Expressions arguments,
         fail("PLS-00306: wrong number or types of arguments in call to '" + std::string(called) + "'", at);
     };
     if (arguments.size() < found->least || arguments.size() > found->most) wrong();
+    std::vector<const sql::Expression*> placed(arguments.size());
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::size_t place = i < names.size() && names[i] ? place_of(names[i].text, found->parameters) : i;
+        if (place >= placed.size() || placed[place] != nullptr) wrong();
+        placed[place] = arguments[i];
+    }
     ExpressionList bound;
-    for (const auto* argument : arguments) {
+    for (const auto* argument : placed) {
         const bool assigned = bound.size() < found->assigned;
         ExpressionPtr value = assigned ? target(*argument) : bind(*argument);
         const Type& type = *value->type();
