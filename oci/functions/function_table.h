@@ -3,6 +3,7 @@
 #include "oci/functions/function_entry.h"
 #include "oci/values/dates/moments.h"
 #include "oci/values/decimal.h"
+#include "oci/values/scan.h"
 #include "oci/values/work.h"
 
 #include <algorithm>
@@ -192,7 +193,6 @@ Civil moved(const Civil& date, const Value& days);
 Decimal days_between(const Civil& later, const Civil& earlier);
 
 // Texts are UTF-8, counted in characters.
-std::int64_t characters(std::string_view text);
 /// The offset behind so many characters; the text's end when it has fewer.
 std::size_t offset_behind(std::string_view text, std::int64_t count);
 /// The code point at the front, which is taken off.

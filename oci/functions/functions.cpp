@@ -75,10 +75,6 @@ Value date_result(Arguments& in, const Civil& date) {
     return Value::of(std::string_view(in.date, iso_size));
 }
 
-std::int64_t characters(std::string_view text) {
-    return std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; });
-}
-
 std::size_t offset_behind(std::string_view text, std::int64_t count) {
     std::size_t offset = 0;
     for (; count > 0 && offset < text.size(); --count) {

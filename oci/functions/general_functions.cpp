@@ -14,7 +14,7 @@ namespace {
 ColumnType type_of(const Arguments& in, int first) {
     ColumnType type;
     type.family = static_cast<Family>(sqlite3_value_int(in.values[first]));
-    type.size = static_cast<ub2>(sqlite3_value_int(in.values[first + 1]));
+    type.set_signed_size(sqlite3_value_int(in.values[first + 1]));
     type.precision = static_cast<sb2>(sqlite3_value_int(in.values[first + 2]));
     type.scale = static_cast<sb1>(sqlite3_value_int(in.values[first + 3]));
     const bool text = type.family == Family::text || type.family == Family::fixed_text;
@@ -46,9 +46,9 @@ Value cast(Arguments& in) {
     std::string scratch;
     Value value = convert(in[0], from, to.family, in.settings(), scratch);
     const bool text = to.family == Family::text || to.family == Family::fixed_text;
-    if (text && value.type == Value::Type::text && to.size != 0 && value.size > to.size) {
+    if (text && value.type == Value::Type::text && to.size != 0 && to.length_of(value.text()) > to.size) {
         std::size_t size = to.in_characters ? offset_behind(value.text(), to.size) : to.size;
-        while (size > 0 && size < value.size && (value.data[size] & 0xC0) == 0x80) --size;
+        while (size > 0 && (value.data[size] & 0xC0) == 0x80) --size;
         value = Value::of(value.text().substr(0, size));
     }
     Value fitted = fit(value, to, "CAST", in.scratch);

@@ -44,7 +44,7 @@ Value fitted(const Value& value, const Type& type, std::string& scratch) {
     const bool text = type.column.family == Family::text || type.column.family == Family::clob;
     if (text && value.type == Value::Type::text) {
         const std::size_t most = type.column.size != 0 ? type.column.size : longest_variable;
-        if (type.column.family == Family::text && value.size > most)
+        if (type.column.family == Family::text && value.size > most && type.column.length_of(value.text()) > most)
             throw OracleError(error::value_error, "character string buffer too small");
         return value;
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 #include <string_view>
 
 // Reading formats and what they describe from the front of a text.
@@ -29,6 +30,11 @@ inline bool take(std::string_view& text, std::string_view prefix) {
     if (text.size() < prefix.size() || !std::equal(prefix.begin(), prefix.end(), text.begin(), same)) return false;
     text.remove_prefix(prefix.size());
     return true;
+}
+
+/// The characters of a text in UTF-8.
+inline std::int64_t characters(std::string_view text) {
+    return std::ranges::count_if(text, [](char c) { return (c & 0xC0) != 0x80; });
 }
 
 inline void skip_blanks(std::string_view& text) {

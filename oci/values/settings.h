@@ -22,6 +22,8 @@ struct SessionSettings {
     std::string time_zone; ///< an offset or a region; empty: the system's
     std::string sort = "BINARY";
     std::string comparison = "BINARY"; ///< NLS_COMP
+    int ddl_lock_timeout_s = 0;        ///< how long a definition waits for a table that is in use
+    bool length_in_characters = false; ///< NLS_LENGTH_SEMANTICS
 
     std::string user;           ///< the account that is logged on
     std::string current_schema; ///< empty: the account's

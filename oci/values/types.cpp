@@ -59,7 +59,7 @@ struct Declaration {
     std::string name;
     int numbers[2] = {0, 0};
     int count = 0;
-    bool in_characters = false;
+    bool in_characters = false; ///< (n CHAR)
 };
 
 std::optional<Declaration> take_apart(std::string_view text) {
@@ -72,7 +72,7 @@ std::optional<Declaration> take_apart(std::string_view text) {
     while (parts.name.ends_with(' ')) parts.name.pop_back();
     parts.name = upper(parts.name);
     if (open == std::string_view::npos) return parts;
-    parts.in_characters = upper(text.substr(open)).find(" CHAR") != std::string::npos;
+    parts.in_characters = upper(text.substr(open)).find("CHAR") != std::string::npos;
     const char* const end = text.data() + text.size();
     bool negative = false;
     for (const char* p = text.data() + open; p < end; ++p) {
@@ -176,13 +176,13 @@ Value fit_text(const Value& given, const ColumnType& type, std::string_view colu
     if (given.type == Value::Type::blob && type.family != Family::clob)
         text = Value::of(scratch = hex_of(given.text()));
     text.type = Value::Type::text;
-    const std::size_t size = type.in_characters ? characters_of(text.text()) : text.size;
-    const std::size_t most_bytes = type.in_characters ? type.size_in_bytes() : type.size;
-    if (type.size != 0 && size > type.size) value_too_large(column, size, type.size);
-    if (type.size != 0 && text.size > most_bytes) value_too_large(column, text.size, most_bytes);
-    if (type.family == Family::fixed_text && size < type.size) {
+    if (type.size == 0 || (text.size <= type.size && type.family != Family::fixed_text)) return text;
+    const std::size_t length = type.length_of(text.text());
+    if (length > type.size) value_too_large(column, length, type.size);
+    if (type.size <= longest_text && text.size > longest_text) value_too_large(column, text.size, longest_text);
+    if (type.family == Family::fixed_text && length < type.size) {
         std::string padded(text.text());
-        padded.append(type.size - size, ' ');
+        padded.append(type.size - length, ' ');
         text = Value::of(scratch = std::move(padded));
     }
     return text;
@@ -293,7 +293,11 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
                           : parts->count == 1 && known.scale != any_scale ? 0
                                                                           : known.scale);
             if (parts->count == 1 && known.name == "NUMBER") type.scale = 0;
+            type.integer = known.name == "INTEGER";
         }
+        type.national = known.name.front() == 'N' && known.family != Family::number;
+        type.in_characters = type.national || parts->in_characters;
+        type.unit_given = true; // whatever unit a session has when it copies the type
         return type;
     }
     return std::nullopt;
@@ -301,10 +305,12 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
 
 std::string ColumnType::declaration() const {
     const auto sized = [this](const char* name) {
-        return name + ("(" + std::to_string(size) + (in_characters ? " CHAR)" : ")"));
+        const char* const unit = in_characters && !national ? " CHAR)" : ")";
+        return (national ? "N" : "") + std::string(name) + "(" + std::to_string(size) + unit;
     };
     switch (family) {
     case Family::number:
+        if (integer) return "INTEGER";
         if (scale == any_scale) return precision == 0 ? "NUMBER" : "FLOAT(" + std::to_string(precision) + ")";
         return "NUMBER(" + std::to_string(precision) + "," + std::to_string(scale) + ")";
     case Family::text: return sized("VARCHAR2");
@@ -315,7 +321,7 @@ std::string ColumnType::declaration() const {
     case Family::long_text: return "LONG TEXT"; // the word TEXT keeps SQLite from storing digits as a number
     case Family::rowid: return "ROWID";
     case Family::blob: return "BLOB";
-    case Family::clob: return "CLOB";
+    case Family::clob: return national ? "NCLOB" : "CLOB";
     case Family::binary_float: return "BINARY_FLOAT";
     case Family::binary_double: return "BINARY_DOUBLE";
     case Family::timestamp: return "TIMESTAMP(" + std::to_string(scale) + ")";
@@ -377,9 +383,20 @@ ub2 ColumnType::described_size() const {
     case Family::timestamp_tz: return 13;
     case Family::interval_ym: return 5;
     case Family::text:
-    case Family::fixed_text: return size_in_bytes();
+    case Family::fixed_text:
+        if (!in_characters) return size;
+        return std::min<ub2>(size * longest_character, family == Family::text ? longest_text : longest_fixed_text);
     default: return size;
     }
+}
+
+std::size_t ColumnType::length_of(std::string_view text) const {
+    return in_characters ? static_cast<std::size_t>(characters(text)) : text.size();
+}
+
+void ColumnType::set_signed_size(int signed_size) {
+    in_characters = signed_size < 0;
+    size = static_cast<ub2>(std::abs(signed_size));
 }
 
 Value fit(const Value& value, const ColumnType& type, std::string_view column, std::string& scratch) {

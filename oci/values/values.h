@@ -79,18 +79,23 @@ enum class Family : std::uint8_t {
     boolean      ///< of a block only
 };
 
-constexpr sb1 any_scale = -127;        ///< of a number with any digits behind the point
-constexpr int longest_text = 4000;     ///< bytes of a VARCHAR2
-constexpr double number_limit = 1e126; ///< numbers are below it
+constexpr sb1 any_scale = -127;          ///< of a number with any digits behind the point
+constexpr int longest_text = 4000;       ///< bytes of a VARCHAR2
+constexpr int longest_fixed_text = 2000; ///< bytes of a CHAR
+constexpr int longest_character = 4;     ///< bytes of a character
+constexpr double number_limit = 1e126;   ///< numbers are below it
 
 /// What a column, a parameter or an expression is declared as.
 struct ColumnType {
     Family family = Family::unknown;
-    ub2 size = 0;          ///< bytes of text and raw types
+    ub2 size = 0;          ///< of text and raw types; of a text in bytes, or in characters
     sb2 precision = 0;     ///< decimal digits of numbers; 0: any
     sb1 scale = any_scale; ///< digits behind the point
     bool nullable = true;
     bool in_characters = false; ///< the size of a text counts characters
+    bool unit_given = false;    ///< BYTE or CHAR was written behind it
+    bool national = false;      ///< NVARCHAR2, NCHAR, NCLOB
+    bool integer = false;       ///< INTEGER and its kin: NUMBER(38) that tells no precision
 
     static ColumnType number(int digits = 0, int behind_point = any_scale);
     static ColumnType of_family(Family family, int size = 0);
@@ -105,6 +110,11 @@ struct ColumnType {
     ub2 size_in_bytes() const;
     /// The data size that describing such a column reports.
     ub2 described_size() const;
+    /// How long a text is in what the size counts.
+    std::size_t length_of(std::string_view text) const;
+    /// The size as functions of SQL are handed it: negative where it counts characters.
+    int signed_size() const { return in_characters ? -int{size} : int{size}; }
+    void set_signed_size(int signed_size);
     /// Integers of this type always fit 64 bits and are stored as such.
     bool is_int64() const { return family == Family::number && scale == 0 && precision > 0 && precision <= 18; }
 };

@@ -68,16 +68,31 @@ void set_time_zone(Changes& to, const Setting& setting) {
                                                                 : setting.value;
 }
 
-void set_work_limit(Changes& to, const Setting& setting) {
-    std::int64_t steps = 0;
+std::int64_t whole_number(const Setting& setting) {
+    std::int64_t number = 0;
     const char* const end = setting.value.data() + setting.value.size();
-    const auto [rest, status] = std::from_chars(setting.value.data(), end, steps);
-    if (status != std::errc() || rest != end || steps < 0) refuse(setting);
-    to.work_limit = steps;
+    const auto [rest, status] = std::from_chars(setting.value.data(), end, number);
+    if (status != std::errc() || rest != end || number < 0) refuse(setting);
+    return number;
+}
+
+void set_work_limit(Changes& to, const Setting& setting) {
+    to.work_limit = whole_number(setting);
+}
+
+void set_ddl_lock_timeout(Changes& to, const Setting& setting) {
+    const std::int64_t seconds = whole_number(setting);
+    if (seconds > 1'000'000) refuse(setting);
+    to.settings.ddl_lock_timeout_s = static_cast<int>(seconds);
 }
 
 template <std::string SessionSettings::*member> void set_text(Changes& to, const Setting& setting) {
     to.settings.*member = setting.value;
+}
+
+void set_length_semantics(Changes& to, const Setting& setting) {
+    require(setting, {"BYTE", "CHAR"});
+    to.settings.length_in_characters = is_value(setting, {"CHAR"});
 }
 
 /// Of a linguistic order or comparison a program would rely on the answers.
@@ -117,7 +132,7 @@ constexpr Known known_settings[] = {
     {"NLS_SORT", set_binary<&SessionSettings::sort>},
     {"NLS_COMP", set_binary<&SessionSettings::comparison>},
     {"NLS_CALENDAR", accept_calendar},
-    {"NLS_LENGTH_SEMANTICS", ignore},
+    {"NLS_LENGTH_SEMANTICS", set_length_semantics},
     {"NLS_NCHAR_CONV_EXCP", ignore},
     {"TIME_ZONE", set_time_zone},
     {"CURRENT_SCHEMA", set_text<&SessionSettings::current_schema>},
@@ -126,7 +141,7 @@ constexpr Known known_settings[] = {
     {"CONSTRAINT", accept_default},
     {"DTK_WORK_LIMIT", set_work_limit},
     {"CURSOR_SHARING", ignore},
-    {"DDL_LOCK_TIMEOUT", ignore},
+    {"DDL_LOCK_TIMEOUT", set_ddl_lock_timeout},
     {"DEFERRED_SEGMENT_CREATION", ignore},
     {"OPTIMIZER_MODE", ignore},
     {"PLSCOPE_SETTINGS", ignore},
@@ -182,8 +197,9 @@ void alter_session(Session& session, std::string_view text) {
         const Setting setting = read_setting(tokens);
         const auto* known = std::find_if(std::begin(known_settings), std::end(known_settings),
                                          [&](const Known& each) { return each.name == setting.name; });
-        if (known == std::end(known_settings)) throw OracleError(error::invalid_alter_session, setting.name);
-        known->set(changes, setting);
+        const bool hidden = setting.name.starts_with('_'); // a server's own business
+        if (known == std::end(known_settings) && !hidden) throw OracleError(error::invalid_alter_session, setting.name);
+        if (!hidden) known->set(changes, setting);
     } while (!tokens.at_end() && !tokens.at(";"));
     if (changes.work_limit) session.work().limit(*changes.work_limit);
     session.change_settings() = changes.settings;

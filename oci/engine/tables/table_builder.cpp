@@ -75,7 +75,7 @@ TableColumn& TableBuilder::add_column(const sql::ColumnDefinition& definition) {
     column.name = name;
     column.hidden = definition.invisible;
     if (definition.type)
-        column.type = *definition.type;
+        column.type = declared_type(*definition.type);
     else if (!definition.virtual_value)
         column.type = type_of_parent(definition);
     const auto is_long = [](const TableColumn& other) {
@@ -87,6 +87,12 @@ TableColumn& TableBuilder::add_column(const sql::ColumnDefinition& definition) {
         if (constraint.kind != Written::foreign_key) add_constraint(constraint, name);
     }
     return m_table.columns.back();
+}
+
+ColumnType TableBuilder::declared_type(ColumnType type) const {
+    const bool text = type.family == Family::text || type.family == Family::fixed_text;
+    if (text && !type.unit_given) type.in_characters = m_session.settings().length_in_characters;
+    return type;
 }
 
 /// A column that refers to another one may leave its type to it.

@@ -14,6 +14,8 @@ class TableBuilder {
     /// A column with its constraints, but for foreign keys. Returns its place.
     /// @pre the table has an id where the column is an identity
     TableColumn& add_column(const sql::ColumnDefinition& definition);
+    /// In the session's unit of length where it is written without one.
+    ColumnType declared_type(ColumnType type) const;
     /// DEFAULT, GENERATED ..., as far as the definition has them.
     void set_value(TableColumn& column, const sql::ColumnDefinition& definition);
     /// @param column  that the constraint stands with; empty of a constraint of the table

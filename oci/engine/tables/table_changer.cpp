@@ -112,7 +112,7 @@ void TableChanger::check_new_constraint(const TableConstraint& constraint) const
 void TableChanger::modify(const sql::ColumnDefinition& definition) {
     TableColumn& column = m_table.column(definition.name.text);
     const std::string name = column.name;
-    if (definition.type) modify_type(column, *definition.type);
+    if (definition.type) modify_type(column, TableBuilder(m_session, m_table).declared_type(*definition.type));
     column.hidden = column.hidden || definition.invisible;
     const bool identity = definition.identity != sql::Identity::none || definition.drops_identity;
     if (identity) modify_identity(column, definition);
@@ -141,7 +141,9 @@ void TableChanger::modify_type(TableColumn& column, const ColumnType& type) {
     }
     const auto filled = [&] { return has_rows_where(quoted(column.name) + " IS NOT NULL"); };
     const auto longer = [&] {
-        return has_rows_where("length(" + quoted(column.name) + ") > " + std::to_string(type.size));
+        const std::string value =
+            type.in_characters ? quoted(column.name) : "CAST(" + quoted(column.name) + " AS BLOB)";
+        return has_rows_where("length(" + value + ") > " + std::to_string(type.size));
     };
     switch (compare_types(column.type, type)) {
     case TypeChange::none: return;

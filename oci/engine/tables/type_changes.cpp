@@ -43,9 +43,9 @@ TypeChange compare_types(const ColumnType& before, const ColumnType& after) {
     if (before.family == Family::number && after.family == Family::number) return compare_numbers(before, after);
     const bool sized = before.family == Family::raw && after.family == Family::raw;
     if (sized || (is_text(before.family) && is_text(after.family))) {
-        if (after.size < before.size) return TypeChange::shortens;
-        const bool same = before.family == after.family && before.size == after.size;
-        return same && before.in_characters == after.in_characters ? TypeChange::none : TypeChange::widens;
+        if (after.size < before.size || after.described_size() < before.described_size()) return TypeChange::shortens;
+        const bool same = before.family == after.family && before.signed_size() == after.signed_size();
+        return same ? TypeChange::none : TypeChange::widens;
     }
     if (is_datetime(before.family) && is_datetime(after.family)) return TypeChange::widens;
     if (before.family == after.family) return TypeChange::widens;

@@ -7,7 +7,6 @@ namespace {
 
 constexpr int number_digits = 38;
 constexpr int longest_block_text = 32767;
-constexpr int longest_fixed_text = 2000;
 
 enum class Form : std::uint8_t {
     number,
@@ -18,6 +17,8 @@ enum class Form : std::uint8_t {
     real,
     text,
     character,
+    national,
+    national_clob,
     raw,
     long_type,
     timestamp,
@@ -48,12 +49,12 @@ constexpr TypeWord type_words[] = {
     {"INTEGER", Form::integer},
     {"INTERVAL", Form::interval},
     {"LONG", Form::long_type},
-    {"NATIONAL", Form::character},
-    {"NCHAR", Form::character},
-    {"NCLOB", Form::family, Family::clob},
+    {"NATIONAL", Form::national},
+    {"NCHAR", Form::national},
+    {"NCLOB", Form::national_clob},
     {"NUMBER", Form::number},
     {"NUMERIC", Form::whole_number},
-    {"NVARCHAR2", Form::text},
+    {"NVARCHAR2", Form::national},
     {"RAW", Form::raw},
     {"REAL", Form::real},
     {"ROWID", Form::family, Family::rowid},
@@ -85,14 +86,14 @@ ColumnType ColumnTypeParser::type() {
     switch (word->form) {
     case Form::number: return number(0);
     case Form::whole_number: return number(number_digits);
-    case Form::integer: return ColumnType::number(number_digits, 0);
+    case Form::integer: return integer();
     case Form::binary_precision: return binary_precision(126);
     case Form::double_precision: m_tokens.expect("PRECISION", error::invalid_datatype); return ColumnType::number(126);
     case Form::real: return ColumnType::number(63);
     case Form::text: return text(Family::text, true);
-    case Form::character:
-        if (first.is("NATIONAL") && !m_tokens.accept("CHAR")) m_tokens.expect("CHARACTER", error::invalid_datatype);
-        return character();
+    case Form::character: return character();
+    case Form::national: return national(first);
+    case Form::national_clob: return national_clob();
     case Form::raw: return raw();
     case Form::long_type: return long_type();
     case Form::timestamp: return timestamp();
@@ -145,7 +146,7 @@ ColumnType ColumnTypeParser::text(Family family, bool sized) {
     m_tokens.take();
     ColumnType type = ColumnType::of_family(family, size(greatest));
     type.in_characters = m_tokens.accept("CHAR");
-    if (!type.in_characters) m_tokens.accept("BYTE");
+    type.unit_given = type.in_characters || m_tokens.accept("BYTE");
     m_tokens.expect(")", error::missing_right_parenthesis);
     return type;
 }
@@ -153,6 +154,29 @@ ColumnType ColumnTypeParser::text(Family family, bool sized) {
 ColumnType ColumnTypeParser::character() {
     const bool varying = m_tokens.accept("VARYING");
     return text(varying ? Family::text : Family::fixed_text, varying);
+}
+
+/// The national forms count characters, of two bytes each on a server.
+ColumnType ColumnTypeParser::national(const Token& first) {
+    if (first.is("NATIONAL") && !m_tokens.accept("CHAR")) m_tokens.expect("CHARACTER", error::invalid_datatype);
+    const Offset at = m_tokens.position();
+    ColumnType type = first.is("NVARCHAR2") ? text(Family::text, true) : character();
+    const int longest = (type.family == Family::text ? longest_text : longest_fixed_text) / 2;
+    if (type.size > longest && !m_tokens.in_block()) m_tokens.fail(error::length_too_long, at, {});
+    type.national = type.in_characters = type.unit_given = true;
+    return type;
+}
+
+ColumnType ColumnTypeParser::national_clob() {
+    ColumnType type = of(Family::clob);
+    type.national = true;
+    return type;
+}
+
+ColumnType ColumnTypeParser::integer() {
+    ColumnType type = ColumnType::number(number_digits, 0);
+    type.integer = true;
+    return type;
 }
 
 ColumnType ColumnTypeParser::raw() {

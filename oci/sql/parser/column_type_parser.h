@@ -18,6 +18,9 @@ class ColumnTypeParser {
     ColumnType text(Family family, bool sized);
     ColumnType raw();
     ColumnType character();
+    ColumnType national(const Token& first);
+    ColumnType national_clob();
+    ColumnType integer();
     ColumnType long_type();
     ColumnType timestamp();
     ColumnType interval();

@@ -113,7 +113,7 @@ std::string fit_call(std::string_view sql, const ColumnType& type, std::string_v
     Arena arena;
     const Builder build(arena);
     std::string call = std::string(operators::fit) + "(" + std::string(sql);
-    for (const int part : {static_cast<int>(type.family), int{type.size}, int{type.precision}, int{type.scale}})
+    for (const int part : {static_cast<int>(type.family), type.signed_size(), int{type.precision}, int{type.scale}})
         call += "," + std::to_string(part);
     call += ',';
     print(call, *build.string(column));

@@ -19,11 +19,8 @@ bool is_fixed(const Node& node) {
 Node* padded(Resolution& resolution, Node* literal, const ColumnType& type) {
     std::string text(literal->text);
     text.erase(text.find_last_not_of(' ') + 1);
-    std::size_t size = type.size;
-    if (type.in_characters) // more bytes than characters make room for more
-        size += static_cast<std::size_t>(
-            std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) == 0x80; }));
-    if (text.size() < size) text.resize(size, ' ');
+    const std::size_t length = type.length_of(text);
+    if (length < type.size) text.append(type.size - length, ' ');
     return resolution.build.string(resolution.arena.text(text));
 }
 
@@ -40,7 +37,7 @@ void align_texts(Resolution& resolution, Node*& left, Node*& right) {
     if (left_is_text != right_is_text) {
         Node*& literal = left_is_text ? left : right;
         literal = padded(resolution, literal, (left_is_text ? right : left)->type);
-    } else if (left->type.size != right->type.size || left->type.in_characters != right->type.in_characters) {
+    } else if (left->type.signed_size() != right->type.signed_size()) {
         left = resolution.build.suffix(left, " COLLATE RTRIM", left->type);
     }
 }
@@ -75,14 +72,10 @@ bool is_comparable_with_text(TypeGroup group) {
 
 ColumnType wider_text(const ColumnType& a, const ColumnType& b) {
     ColumnType type = a;
-    if (a.family != b.family || a.size != b.size) type.family = Family::text;
+    if (a.family != b.family || a.signed_size() != b.signed_size()) type.family = Family::text;
     if (a.family == Family::long_text || b.family == Family::long_text) type.family = Family::long_text;
-    if (a.in_characters == b.in_characters) {
-        type.size = std::max(a.size, b.size);
-        return type;
-    }
-    type.size = std::max(a.size_in_bytes(), b.size_in_bytes());
-    type.in_characters = false;
+    type.in_characters = a.in_characters || b.in_characters;
+    type.size = std::max(a.size, b.size);
     return type;
 }
 
@@ -296,8 +289,8 @@ int precision_of(const ColumnType& type) {
 Node* fit(Resolution& resolution, Node* value, const ColumnType& type, std::string_view column) {
     const Builder& build = resolution.build;
     return build.call(operators::fit,
-                      {value, build.integer(static_cast<int>(type.family)), build.integer(type.size),
-                       build.integer(precision_of(type)), build.integer(type.scale),
+                      {value, build.integer(static_cast<int>(type.family)), build.integer(type.signed_size()),
+                       build.integer(type.precision), build.integer(type.scale),
                        build.string(resolution.arena.text(column))},
                       type);
 }

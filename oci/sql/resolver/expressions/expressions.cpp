@@ -170,7 +170,7 @@ Node* concatenation(Resolution& resolution, std::vector<Node*> operands) {
         large = large || operand->type.family == Family::clob;
         size += operand->type.family == Family::number ? 40
                 : operand->type.size == 0              ? longest_text
-                                                       : operand->type.size_in_bytes();
+                                                       : operand->type.described_size();
     }
     while (operands.size() > most_arguments) {
         std::vector<Node*> groups;
@@ -263,7 +263,7 @@ Node* cast(Resolution& resolution, Scope& scope, const Cast& cast) {
     if (group_of(type) == TypeGroup::text) value = spell(resolution, value);
     return build.call(operators::cast,
                       {value, build.integer(static_cast<int>(from)), build.integer(static_cast<int>(type.family)),
-                       build.integer(type.size), build.integer(precision_of(type)), build.integer(type.scale)},
+                       build.integer(type.signed_size()), build.integer(type.precision), build.integer(type.scale)},
                       type);
 }
 
