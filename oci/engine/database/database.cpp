@@ -112,8 +112,20 @@ void Database::release_writer() {
     {
         const std::lock_guard lock(m_mutex);
         m_writing = false;
+        m_used.clear();
     }
     m_released.notify_one();
+}
+
+void Database::uses(std::string_view table) {
+    const std::lock_guard lock(m_mutex);
+    if (m_used.find(table) == m_used.end()) m_used.emplace(table);
+}
+
+std::chrono::milliseconds Database::patience_on(std::string_view table, std::chrono::milliseconds wanted) {
+    const std::lock_guard lock(m_mutex);
+    const bool elsewhere = m_writing && !table.empty() && m_used.find(table) == m_used.end();
+    return elsewhere ? std::max(wanted, default_patience) : wanted;
 }
 
 } // namespace oci

@@ -7,6 +7,7 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -26,6 +27,9 @@ struct FileIdentity {
 /// What the sessions of this process on one database share.
 class Database {
   public:
+    /// How long a writer waits for another one.
+    static constexpr std::chrono::milliseconds default_patience{10000};
+
     /// The database that a connect string names: the path of a file, or memory:NAME. ORA-12154 when it names none.
     static std::shared_ptr<Database> find(std::string_view connect_string);
 
@@ -52,6 +56,11 @@ class Database {
     /// @return false when the time was not enough.
     bool acquire_writer(std::chrono::milliseconds patience);
     void release_writer();
+    /// The writer of this process has changed or locked rows of the table.
+    void uses(std::string_view table);
+    /// How long to wait for the writer who may stand in the way of a statement on the table: as long as is wanted, or
+    /// else, where it is known to have touched other tables alone, as for any lock.
+    std::chrono::milliseconds patience_on(std::string_view table, std::chrono::milliseconds wanted);
 
     /// Serialises the set-up of a new database.
     std::mutex setup;
@@ -70,6 +79,7 @@ class Database {
     std::mutex m_mutex;
     std::condition_variable m_released;
     bool m_writing = false;
+    std::set<std::string, std::less<>> m_used; ///< stored names of the tables that the writer uses
 };
 
 } // namespace oci

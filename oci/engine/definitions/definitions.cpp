@@ -72,6 +72,29 @@ void execute(Session& session, const sql::Definition& parsed) {
     }
 }
 
+/// The name of the table that a definition changes or removes; empty where it is none.
+std::string_view changed_table(const sql::Definition& parsed) {
+    using Kind = sql::DefinitionKind;
+    switch (parsed.definition) {
+    case Kind::alter_table: return parsed.as<sql::AlterTable>().table.name.text;
+    case Kind::create_index: return parsed.as<sql::CreateIndex>().table.name.text;
+    case Kind::truncate: return parsed.as<sql::Truncate>().table.name.text;
+    case Kind::rename: return parsed.as<sql::Rename>().old_name.text;
+    case Kind::drop:
+        return parsed.as<sql::Drop>().type == "TABLE" ? parsed.as<sql::Drop>().name.name.text : std::string_view();
+    default: return {};
+    }
+}
+
+/// A table that another session's transaction uses cannot be changed, and is not waited for.
+void begin(Session& session, const sql::Definition& parsed) {
+    const auto object = find_through_synonyms(session, changed_table(parsed));
+    const bool table = object && object->type == "TABLE";
+    const std::chrono::seconds wanted(session.settings().ddl_lock_timeout_s);
+    Database& database = session.database();
+    session.begin(table ? database.patience_on(object->stored, wanted) : Session::default_patience);
+}
+
 /// Foreign keys are held back while tables are made anew: what they find is checked where a definition asks for it.
 /// SQLite changes that only outside of transactions.
 class WithoutForeignKeys {
@@ -94,7 +117,7 @@ void execute_definition(Session& session, std::string_view text) {
     session.commit();
     session.detach_queries(); // a table that is still being read cannot be changed
     const definitions::WithoutForeignKeys without(session);
-    session.begin();
+    definitions::begin(session, *parsed);
     try {
         session.forget_outdated_tables();
         definitions::execute(session, *parsed);

@@ -11,12 +11,24 @@ namespace {
 
 /// The database is locked as a whole: what keeps other sessions from writing to a table keeps them from all.
 void lock_tables(Session& session, const sql::Transaction& statement) {
+    std::vector<std::string> stored;
     for (const sql::ObjectName& table : statement.tables) {
-        if (session.dictionary().relation(table.schema.text, table.name.text) == nullptr)
-            throw OracleError(error::no_such_table);
+        const sql::Relation* relation = session.dictionary().relation(table.schema.text, table.name.text);
+        if (relation == nullptr) throw OracleError(error::no_such_table);
+        stored.push_back(relation->stored_name);
     }
     const bool waits = statement.wait != sql::RowLock::Wait::forever;
-    if (statement.exclusive) session.begin(Session::patience(waits ? statement.seconds : -1));
+    if (!statement.exclusive) return;
+    Database& database = session.database();
+    auto patience = Session::patience(waits ? statement.seconds : -1);
+    if (stored.size() == 1) patience = database.patience_on(stored.front(), patience);
+    const bool began = session.begin(patience);
+    try {
+        for (const auto& table : stored) database.uses(table);
+    } catch (...) {
+        if (began) session.rollback();
+        throw;
+    }
 }
 
 /// Nobody else writes while the transaction holds the lock: all that it reads is of the same state.

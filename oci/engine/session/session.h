@@ -25,8 +25,7 @@ class Statement;
 /// time.
 class Session {
   public:
-    /// How long a writer waits for another one.
-    static constexpr std::chrono::milliseconds default_patience{10000};
+    static constexpr std::chrono::milliseconds default_patience = Database::default_patience;
     /// @param wait_seconds  of WAIT n; 0 NOWAIT, -1 not said
     static std::chrono::milliseconds patience(int wait_seconds) {
         return wait_seconds < 0 ? default_patience : std::chrono::seconds(wait_seconds);

@@ -79,8 +79,11 @@ void Cursor::execute_query() {
     compile();
     bind_inputs(0, Input::Lifetime::cursor);
     const sql::Translation& translation = m_statement->program().translation;
-    const bool began = translation.for_update && m_session.begin(Session::patience(translation.wait_seconds));
+    const bool began = translation.for_update &&
+                       m_session.begin(m_session.database().patience_on(translation.locked_table,
+                                                                        Session::patience(translation.wait_seconds)));
     try {
+        if (translation.for_update) m_statement->note_use(m_session);
         m_rows.open(m_statement->compiled());
     } catch (...) {
         if (began) m_session.rollback();
@@ -99,6 +102,7 @@ void Cursor::execute_dml(ub4 iterations, ub4 first) {
     m_row_count = 0;
     try {
         compile();
+        m_statement->note_use(m_session);
         const bool returning = !m_statement->program().translation.into.empty();
         const bool row_by_row = m_statement->program().actions != nullptr;
         for (ub4 i = first; i < iterations; ++i) {

@@ -35,8 +35,10 @@ void InnerStatement::start() {
     if (!m_query) {
         m_session.begin();
     } else if (translation.for_update) {
-        m_session.begin(Session::patience(translation.wait_seconds));
+        m_session.begin(
+            m_session.database().patience_on(translation.locked_table, Session::patience(translation.wait_seconds)));
     }
+    if (!m_query || translation.for_update) m_program.note_use(m_session);
     if (m_program.actions) act();
 }
 

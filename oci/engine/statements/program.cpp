@@ -22,4 +22,12 @@ Program Program::compile(Session& session, std::string_view text, sql::Variables
     return made;
 }
 
+void Program::note_first_use(const Session& session) {
+    Database& database = session.database();
+    if (!translation.modified_table.empty()) database.uses(translation.modified_table);
+    if (!translation.locked_table.empty()) database.uses(translation.locked_table);
+    for (const auto& action : translation.actions) database.uses(action.table);
+    used_in = session.transaction();
+}
+
 } // namespace oci

@@ -41,6 +41,7 @@ class Statement {
     bool is_current(const Session& session) const { return m_program.is_current(session); }
     /// What was compiled before stays when this fails.
     void compile(Session& session);
+    void note_use(const Session& session) { m_program.note_use(session); }
     const Compilation& program() const { return m_program; }
     sqlite3_stmt* compiled() const { return m_program.compiled.get(); }
 
