@@ -12,6 +12,7 @@ namespace oci::sql {
 /// A column of a table or view.
 struct RelationColumn {
     std::string name;
+    std::string path; ///< SCHEMA"."TABLE"."NAME, as errors about its values name it between quotes
     ColumnType type;
     bool hidden = false;         ///< not part of *
     bool virtual_column = false; ///< GENERATED ALWAYS AS (...): never written
@@ -31,7 +32,8 @@ struct Relation {
     std::vector<std::vector<int>>
         unique_keys;           ///< sets of columns of which no two rows are equal; the primary key first
     bool has_triggers = false; ///< its rows are changed one by one
-    bool read_only = false;    ///< a view that cannot be changed: ORA-01732
+    bool read_only = false;    ///< a view that cannot be changed: ORA-42399
+    bool of_server = false;    ///< a view of the dictionary, which nobody may change: ORA-01031
     std::string view_text;     ///< of a view: its query in the dialect, for what is changed through it
 };
 

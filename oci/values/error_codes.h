@@ -470,6 +470,8 @@ inline constexpr Cause cycle_detected{32044, "cycle detected while executing rec
 inline constexpr Cause invalid_comment_object{32594, "invalid object category for COMMENT command"};
 inline constexpr Cause system_sequence{32794, "cannot drop a system-generated sequence"};
 inline constexpr Cause generated_always{32795, "cannot insert into a generated always identity column"};
+inline constexpr Cause update_of_generated_always{32796, "cannot update a generated always identity column"};
+inline constexpr Cause read_only_view{42399, "cannot perform a DML operation on a read-only view"};
 inline constexpr Cause cannot_update_generated{32796, "cannot update a generated always identity column"};
 inline constexpr Cause invalid_values_clause{38101, "Invalid column in the INSERT VALUES Clause: {}"};
 inline constexpr Cause on_clause_column_updated{38104, "Columns referenced in the ON Clause cannot be updated: {}"};

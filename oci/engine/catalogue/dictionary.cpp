@@ -2,6 +2,8 @@
 
 #include "oci/engine/catalogue/catalogue_query.h"
 #include "oci/engine/catalogue/stored_tables.h"
+#include "oci/engine/catalogue/system_view_functions.h"
+#include "oci/engine/catalogue/system_views.h"
 #include "oci/engine/tables/column_expressions.h"
 
 #include <algorithm>
@@ -16,7 +18,7 @@ sql::Relation dual() {
     sql::RelationColumn& column = relation.columns.emplace_back();
     column.name = "DUMMY";
     column.type = ColumnType::of_family(Family::text, 1);
-    relation.read_only = true;
+    relation.of_server = true;
     return relation;
 }
 
@@ -92,7 +94,15 @@ std::optional<sql::Relation> Dictionary::find_relation(std::string_view name) {
     if (name == "DUAL") return dual();
     const auto object = find_through_synonyms(m_session, name);
     if (object && (object->type == "TABLE" || object->type == "VIEW")) return relation_of(*object);
-    return std::nullopt;
+    return object ? std::nullopt : system_view(name);
+}
+
+std::optional<sql::Relation> Dictionary::system_view(std::string_view name) {
+    if (!m_knows_view_functions) register_system_view_functions(m_session);
+    m_knows_view_functions = true;
+    auto view = find_system_view(m_session, name);
+    m_made_in_transaction = m_made_in_transaction || (view && m_session.transaction() != 0);
+    return view;
 }
 
 sql::Relation Dictionary::relation_of(const Object& object) {
@@ -113,6 +123,8 @@ sql::Relation Dictionary::relation_of(const Object& object) {
     if (table.lifetime != Table::Lifetime::permanent) make_temporary(table);
     sql::Relation of_table = oci::relation_of(table);
     relation.columns = std::move(of_table.columns);
+    const std::string table_path = m_session.user() + "\".\"" + table.name + "\".\"";
+    for (auto& column : relation.columns) column.path = table_path + column.name;
     relation.unique_keys = std::move(of_table.unique_keys);
     return relation;
 }

@@ -50,6 +50,7 @@ class Dictionary final : public sql::Catalogue {
     const std::optional<Sequence>& find_sequence(std::string_view name);
 
     std::optional<sql::Relation> find_relation(std::string_view name);
+    std::optional<sql::Relation> system_view(std::string_view name);
     sql::Relation relation_of(const Object& object);
 
     void make_temporary(const Table& table);
@@ -58,8 +59,9 @@ class Dictionary final : public sql::Catalogue {
     RoutineSource* m_routines = nullptr;
     std::map<std::string, std::optional<sql::Relation>, std::less<>> m_relations;
     std::map<std::string, std::optional<Sequence>, std::less<>> m_sequences;
-    std::set<std::string> m_emptied;    ///< at each commit: stored names
-    bool m_made_in_transaction = false; ///< a temporary table
+    std::set<std::string> m_emptied; ///< at each commit: stored names
+    bool m_knows_view_functions = false;
+    bool m_made_in_transaction = false; ///< a temporary table or view
 };
 
 /// How a sequence counts.

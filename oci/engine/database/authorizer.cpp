@@ -63,6 +63,15 @@ bool may_call(std::string_view function, bool application) {
            (!application && is_one_of(function, alter_functions));
 }
 
+/// The views of the dictionary show what the client keeps in its own tables, but no more of an account than its name.
+bool shows_dictionary(std::string_view table, std::string_view column, std::string_view view) {
+    // Of a table whose columns are not asked for SQLite does not tell the view: how many rows it has is no secret.
+    if (column.empty() && starts(table, "DTK$")) return true;
+    if (starts(table, system_view_prefix)) return true; // it cannot be made but by the client
+    if (!starts(view, system_view_prefix) || !starts(table, "DTK$")) return false;
+    return !starts(table, "DTK$ACCOUNTS") || !starts(column, "hash");
+}
+
 /// A table or table-valued function that is not an application's.
 bool is_reserved(std::string_view table) {
     return starts(table, "DTK$") || starts(table, "sqlite_") || starts(table, "pragma_");
@@ -82,7 +91,7 @@ void Authorizer::guard(sqlite3* db) {
     sqlite3_set_authorizer(db, decide, this);
 }
 
-int Authorizer::decide(void* self, int action, const char* first, const char* second, const char*, const char*) {
+int Authorizer::decide(void* self, int action, const char* first, const char* second, const char*, const char* inside) {
     const bool application = static_cast<const Authorizer*>(self)->m_application;
     switch (action) {
     case SQLITE_ATTACH:
@@ -91,6 +100,8 @@ int Authorizer::decide(void* self, int action, const char* first, const char* se
     case SQLITE_SELECT:
     case SQLITE_RECURSIVE: return SQLITE_OK;
     case SQLITE_READ:
+        if (application && shows_dictionary(text(first), text(second), text(inside))) return SQLITE_OK;
+        [[fallthrough]];
     case SQLITE_INSERT:
     case SQLITE_UPDATE:
     case SQLITE_DELETE: return application && is_reserved(text(first)) ? SQLITE_DENY : SQLITE_OK;

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <string_view>
+
 struct sqlite3;
 
 namespace oci {
+
+/// The names in SQLite of the views of the dictionary begin so.
+constexpr std::string_view system_view_prefix = "DTK$V_";
 
 /// What SQL may touch on one connection. Statements of the client's own reach its own tables; those of applications do
 /// not. Neither calls a function, opens a file or sets a switch of SQLite's that is not on the list.

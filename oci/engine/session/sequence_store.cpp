@@ -163,6 +163,12 @@ std::optional<std::int64_t> SequenceStore::next_free(const SequenceRule& rule) {
     return stored_next(rule);
 }
 
+std::optional<std::int64_t> SequenceStore::last(const SequenceRule& rule) {
+    const std::lock_guard lock(m_mutex);
+    open();
+    return stored_next(rule);
+}
+
 std::optional<std::int64_t> SequenceStore::unmarked(std::int64_t key) {
     const std::lock_guard lock(m_mutex);
     const auto known = m_ranges.find(key);

@@ -46,6 +46,8 @@ class SequenceStore {
     /// The next number, which no process has taken; nothing behind the last of 64 bits. Gives back what this process
     /// has taken. It may lie beyond the sequence's end.
     std::optional<std::int64_t> next_free(const SequenceRule& rule);
+    /// The number behind those that processes have taken, as next_free() but for the giving back.
+    std::optional<std::int64_t> last(const SequenceRule& rule);
     /// The number behind those that this process has taken of a sequence, where `mark` has not been told yet.
     std::optional<std::int64_t> unmarked(std::int64_t key);
     void marked(std::int64_t key, std::int64_t mark);

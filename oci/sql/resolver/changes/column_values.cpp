@@ -10,14 +10,14 @@ namespace oci::sql {
 namespace {
 
 Node* with_default(Resolution& resolution, Node* value, const RelationColumn& column) {
-    value = store(resolution, value, column.type, column.name);
+    value = store(resolution, value, column.type, column.path);
     if (!column.default_on_null) return value;
     return resolution.build.call("coalesce", {value, default_value(resolution, column)}, column.type);
 }
 
 Node* assigned(Resolution& resolution, Scope& scope, const Expression* value, const RelationColumn& column) {
     if (value == nullptr) return default_value(resolution, column);
-    return store(resolution, resolve(resolution, scope, *value), column.type, column.name);
+    return store(resolution, resolve(resolution, scope, *value), column.type, column.path);
 }
 
 /// One column of the only row of a query.
@@ -44,7 +44,7 @@ Node* default_value(Resolution& resolution, const RelationColumn& column) {
     Scope scope;
     scope.clause = Clause::values;
     Node* value = resolve(resolution, scope, *parse_expression(tokens));
-    return store(resolution, value, column.type, column.name);
+    return store(resolution, value, column.type, column.path);
 }
 
 std::span<Change::Assignment> resolve_assignments(Resolution& resolution, Scope& scope, const ChangedTable& target,
@@ -58,6 +58,8 @@ std::span<Change::Assignment> resolve_assignments(Resolution& resolution, Scope&
                 throw OracleError(error::invalid_identifier, quoted_path({name.table.text, name.column.text}));
             const RelationColumn& column = target.column(target.index_of(name.column.text));
             if (column.virtual_column) throw OracleError(error::update_of_virtual_column);
+            if (column.identity_always && assignment.value != nullptr)
+                throw OracleError(error::update_of_generated_always);
             for (const Change::Assignment& other : assignments) {
                 if (other.column == column.name) throw OracleError(error::duplicate_column);
             }
@@ -68,7 +70,7 @@ std::span<Change::Assignment> resolve_assignments(Resolution& resolution, Scope&
             Node* value = nullptr;
             if (several) {
                 value = column_of_row(resolution, scope, *assignment.value->as<Subquery>().query, i, count);
-                value = store(resolution, value, column.type, column.name);
+                value = store(resolution, value, column.type, column.path);
             } else {
                 value = assigned(resolution, scope, assignment.value, column);
             }

@@ -63,7 +63,8 @@ ChangedTable resolve_changed_table(Resolution& resolution, Scope& scope, const M
         target = through_query(resolution, resolve_query(resolution, nullptr, *written.query));
     } else {
         const Relation& relation = find_relation(resolution, written.table);
-        if (relation.read_only) throw OracleError(error::view_not_updatable, relation.name);
+        if (relation.of_server) throw OracleError(error::insufficient_privileges);
+        if (relation.read_only) throw OracleError(error::read_only_view, relation.name);
         if (relation.kind == Relation::Kind::view) {
             std::span<OutColumn> columns;
             Select* plan = query_of_view(resolution, relation, columns);
