@@ -98,6 +98,11 @@ void check_privileges(Session& session, const sql::Privileges& definition) {
     if (object.name && !of_server && !find_through_synonyms(session, object.name.text) &&
         session.dictionary().relation({}, object.name.text) == nullptr)
         throw OracleError(error::no_such_table, object.name.text);
+    for (std::size_t i = 0; i < definition.passwords.size(); ++i) {
+        const std::string_view user = definition.users[i].text;
+        const bool known = is_known_user(session, user);
+        (known ? accounts::alter : accounts::create)(session, user, definition.passwords[i]);
+    }
     for (const auto& user : definition.users) {
         if (!is_known_user(session, user.text) && !is_system_role(user.text))
             throw OracleError(error::no_such_user_or_role, user.text);

@@ -97,10 +97,10 @@ constexpr SystemView views[] = {
      R"("DTK$OBJECTS" t JOIN "DTK$OBJECTS" o ON o.id = t.base WHERE t.type = 'TRIGGER')"},
     {"SOURCE", "UAD", R"(+OWNER V128 @; NAME V128 s.name; TYPE V12 s.type; LINE N s.line;
         TEXT V4000 ora_source_line(s.text, s.line))",
-     R"((WITH RECURSIVE lines(name, type, text, line) AS (SELECT name, type, text, 1 FROM "DTK$OBJECTS"
+     R"((WITH RECURSIVE "DTK$V_LINES"(name, type, text, line) AS (SELECT name, type, text, 1 FROM "DTK$OBJECTS"
             WHERE type IN ('PROCEDURE', 'FUNCTION', 'PACKAGE', 'PACKAGE BODY', 'TRIGGER')
-        UNION ALL SELECT name, type, text, line + 1 FROM lines WHERE ora_source_line(text, line + 1) IS NOT NULL)
-        SELECT * FROM lines) s)"},
+        UNION ALL SELECT name, type, text, line + 1 FROM "DTK$V_LINES" WHERE ora_source_line(text, line + 1) IS NOT NULL)
+        SELECT * FROM "DTK$V_LINES") s)"},
     {"PROCEDURES", "UAD", R"(+OWNER V128 @; OBJECT_NAME V128 o.name; PROCEDURE_NAME V128; OBJECT_ID N o.id;
         SUBPROGRAM_ID N 1; OVERLOAD V40; OBJECT_TYPE V13 o.type; AGGREGATE V3 'NO'; PIPELINED V3 'NO'; PARALLEL V3 'NO';
         INTERFACE V3 'NO'; DETERMINISTIC V3 'NO'; AUTHID V12 'DEFINER')",

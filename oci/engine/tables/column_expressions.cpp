@@ -35,8 +35,13 @@ std::string default_sql(Session& session, const TableColumn& column) {
     sql::Arena arena;
     sql::TokenStream tokens(column.default_text, arena);
     ColumnType type = column.type;
-    return sql::translate_column_value(*sql::parse_expression(tokens), arena, session.dictionary(), nullptr, type,
-                                       column.name);
+    const sql::Expression& value = *sql::parse_expression(tokens);
+    try {
+        return sql::translate_column_value(value, arena, session.dictionary(), nullptr, type, column.name);
+    } catch (const OracleError& error) {
+        // What has a name is no column here: there is none.
+        throw error.code() == error::invalid_identifier.code ? OracleError(error::column_not_allowed) : error;
+    }
 }
 
 std::string condition_sql(Session& session, const Table& table, std::string_view text) {

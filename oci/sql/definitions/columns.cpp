@@ -151,6 +151,7 @@ bool parse_state_word(TokenStream& tokens, ConstraintState& state) {
     } else if (tokens.accept("USING", "INDEX")) {
         parse_index_of_constraint(tokens);
     } else {
+        if (tokens.accept("EXCEPTIONS", "INTO")) return tokens.object_name(error::invalid_table_name), true;
         return tokens.accept("RELY") || tokens.accept("NORELY");
     }
     return true;
@@ -187,6 +188,8 @@ ColumnDefinition parse_column(TokenStream& tokens) {
     for (;;) {
         if (begins_inline_constraint(tokens)) {
             constraints.push_back(parse_inline_constraint(tokens));
+        } else if (!constraints.empty() && tokens.at("DEFAULT")) {
+            break; // it has to stand in front of them
         } else if (!parse_property(tokens, column)) {
             break;
         }

@@ -68,6 +68,13 @@ Definition* create_source(TokenStream& tokens, Offset at, bool replace) {
     return source;
 }
 
+/// A view's constraints are told, never kept.
+void skip_view_constraint(TokenStream& tokens) {
+    const Offset at = tokens.position();
+    if (parse_table_constraint(tokens).state.enabled.value_or(true))
+        tokens.fail(error::unimplemented, at, "constraints of views that are enabled");
+}
+
 Definition* create_view(TokenStream& tokens, Offset at, bool replace, bool force) {
     auto* view = make_definition<CreateView>(tokens, at, DefinitionKind::create_view);
     view->replace = replace;
@@ -78,8 +85,10 @@ Definition* create_view(TokenStream& tokens, Offset at, bool replace, bool force
         std::vector<Name> columns;
         tokens.take();
         do {
-            if (begins_table_constraint(tokens)) tokens.unsupported("constraints of views");
-            columns.push_back(tokens.name(error::invalid_identifier));
+            if (begins_table_constraint(tokens))
+                skip_view_constraint(tokens);
+            else
+                columns.push_back(tokens.name(error::invalid_identifier));
         } while (tokens.accept(","));
         tokens.expect(")", error::missing_right_parenthesis);
         view->columns = tokens.arena().list(columns);

@@ -144,8 +144,9 @@ bool skip_one(TokenStream& tokens) {
         if (!found) continue;
         skip_rest(tokens, clause.rest);
         // The partitions of INTERVAL (...), STORE IN (...) and PARTITIONS n stand behind them.
-        const bool partitions =
-            clause.rest == Rest::partitions || clause.first == "INTERVAL" || clause.first == "STORE";
+        bool partitions = clause.rest == Rest::partitions;
+        for (const auto word : {"INTERVAL", "STORE", "PARTITIONS", "SUBPARTITIONS", "SUBPARTITION"})
+            partitions = partitions || clause.first == word;
         while (partitions && tokens.at("(")) skip_parentheses(tokens);
         return true;
     }

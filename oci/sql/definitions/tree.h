@@ -225,6 +225,7 @@ struct CommentOn : Definition {
 struct Privileges : Definition {
     ObjectName object; ///< empty for system privileges and roles
     std::span<Name> users;
+    std::span<std::string_view> passwords; ///< of GRANT ... IDENTIFIED BY, which makes the users or changes them
 };
 
 } // namespace oci::sql

@@ -66,6 +66,16 @@ void skip_privileges(TokenStream& tokens) {
     }
 }
 
+/// BY password, password ...: one for each user
+std::span<std::string_view> parse_passwords(TokenStream& tokens) {
+    std::vector<std::string_view> passwords;
+    tokens.expect("BY", error::missing_keyword);
+    do {
+        passwords.push_back(parse_password(tokens));
+    } while (tokens.accept(","));
+    return tokens.arena().list(passwords);
+}
+
 } // namespace
 
 Definition* parse_create_user(TokenStream& tokens, Offset at) {
@@ -93,7 +103,8 @@ Definition* parse_privileges(TokenStream& tokens, Offset at) {
         if (!tokens.accept("PUBLIC")) users.push_back(tokens.name(error::invalid_user_name));
     } while (tokens.accept(","));
     grant->users = tokens.arena().list(users);
-    if (tokens.at("IDENTIFIED")) tokens.unsupported("GRANT that makes a user");
+    if (!revokes && tokens.accept("IDENTIFIED")) grant->passwords = parse_passwords(tokens);
+    if (!grant->passwords.empty() && grant->passwords.size() != users.size()) tokens.fail(error::missing_keyword);
     if (tokens.accept("WITH")) {
         if (!tokens.accept("GRANT") && !tokens.accept("ADMIN") && !tokens.accept("HIERARCHY"))
             tokens.fail(error::missing_keyword);

@@ -54,10 +54,13 @@ void TransactionParser::rollback(Transaction& statement) {
 
 void TransactionParser::set(Transaction& statement) {
     using Action = Transaction::Action;
-    if (m_tokens.at("ROLE") || m_tokens.at("CONSTRAINT") || m_tokens.at("CONSTRAINTS"))
-        m_tokens.unsupported(m_tokens.peek().text);
-    m_tokens.expect("TRANSACTION", error::invalid_option);
+    if (m_tokens.at("CONSTRAINT") || m_tokens.at("CONSTRAINTS")) m_tokens.unsupported(m_tokens.peek().text);
     statement.action = Action::named;
+    if (m_tokens.accept("ROLE")) {
+        while (!m_tokens.at_end()) m_tokens.take(); // no privilege depends on it
+        return;
+    }
+    m_tokens.expect("TRANSACTION", error::invalid_option);
     if (m_tokens.accept("READ")) {
         statement.action = m_tokens.at("ONLY") ? Action::read_only : Action::read_write;
         if (!m_tokens.accept("ONLY")) m_tokens.expect("WRITE", error::missing_keyword);
