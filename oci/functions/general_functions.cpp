@@ -17,8 +17,6 @@ ColumnType type_of(const Arguments& in, int first) {
     type.set_signed_size(sqlite3_value_int(in.values[first + 1]));
     type.precision = static_cast<sb2>(sqlite3_value_int(in.values[first + 2]));
     type.scale = static_cast<sb1>(sqlite3_value_int(in.values[first + 3]));
-    const bool text = type.family == Family::text || type.family == Family::fixed_text;
-    type.in_characters = text && type.precision != 0;
     return type;
 }
 

@@ -165,10 +165,6 @@ Value fit_number(const Value& given, const ColumnType& type) {
     return rounded.exact();
 }
 
-std::size_t characters_of(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
-}
-
 Value fit_text(const Value& given, const ColumnType& type, std::string_view column, std::string& scratch) {
     Value text = given;
     if (given.type == Value::Type::integer || given.type == Value::Type::real)
@@ -285,8 +281,6 @@ std::optional<ColumnType> ColumnType::parse(std::string_view declaration) {
         if (known.name != parts->name) continue;
         if (!is_possible(known, *parts)) return std::nullopt;
         ColumnType type = of_family(known.family, parts->count > 0 ? parts->numbers[0] : known.size);
-        const bool text = known.family == Family::text || known.family == Family::fixed_text;
-        type.in_characters = text && (parts->in_characters || known.name.starts_with('N'));
         if (known.family == Family::number) {
             type = number(parts->count > 0 ? parts->numbers[0] : known.precision,
                           parts->count == 2                               ? parts->numbers[1]
@@ -359,13 +353,6 @@ ub2 ColumnType::external() const {
     case Family::unknown: break;
     }
     return SQLT_CHR;
-}
-
-ub2 ColumnType::size_in_bytes() const {
-    constexpr int longest_character = 4;
-    if (!in_characters) return size;
-    return static_cast<ub2>(
-        std::min(size * longest_character, family == Family::fixed_text ? longest_text / 2 : longest_text));
 }
 
 ub2 ColumnType::described_size() const {

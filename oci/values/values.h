@@ -106,8 +106,6 @@ struct ColumnType {
     std::string declaration() const;
     /// The type code that describing such a column reports.
     ub2 external() const;
-    /// Of a text: the bytes that it may have.
-    ub2 size_in_bytes() const;
     /// The data size that describing such a column reports.
     ub2 described_size() const;
     /// How long a text is in what the size counts.

@@ -282,10 +282,6 @@ ColumnType common_type(const ColumnType& first, const ColumnType& second, Mixing
     return type;
 }
 
-int precision_of(const ColumnType& type) {
-    return type.in_characters ? 1 : type.precision;
-}
-
 Node* fit(Resolution& resolution, Node* value, const ColumnType& type, std::string_view column) {
     const Builder& build = resolution.build;
     return build.call(operators::fit,

@@ -55,8 +55,6 @@ ColumnType comparison_type(const ColumnType& left, const ColumnType& right);
 void require_same_group(const Node& left, const Node& right);
 /// Makes two values comparable.
 void align(Resolution& resolution, Node*& left, Node*& right);
-/// What ora_fit and ora_cast are given as a type's precision: of a text, 1 where its size counts characters.
-int precision_of(const ColumnType& type);
 /// What ORDER BY, GROUP BY and DISTINCT look at.
 Node* sort_key(Resolution& resolution, Node* value);
 
