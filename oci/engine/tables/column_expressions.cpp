@@ -39,8 +39,9 @@ std::string default_sql(Session& session, const TableColumn& column) {
     try {
         return sql::translate_column_value(value, arena, session.dictionary(), nullptr, type, column.name);
     } catch (const OracleError& error) {
-        // What has a name is no column here: there is none.
-        throw error.code() == error::invalid_identifier.code ? OracleError(error::column_not_allowed) : error;
+        const bool names_column =
+            value.kind == sql::ExpressionKind::column && error.code() == error::invalid_identifier.code;
+        throw names_column ? OracleError(error::column_not_allowed) : error;
     }
 }
 
