@@ -3,12 +3,21 @@
 #include "oci/engine/database/compiled.h"
 
 #include <algorithm>
+#include <chrono>
 #include <sqlite3.h>
+#include <thread>
 
 namespace oci {
 namespace {
 
 constexpr int patience_ms = 10000;
+
+/// SQLite's own waiting sleeps longer each time, and so never meets the short gap that processes leave which draw
+/// numbers without a pause.
+int wait_briefly(void*, int waited_ms) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return waited_ms < patience_ms ? 1 : 0;
+}
 
 /// A statement on the file of numbers.
 class Query {
@@ -94,7 +103,7 @@ void SequenceStore::open() {
     const int status = sqlite3_open_v2(m_path.c_str(), &db, flags, nullptr);
     std::unique_ptr<sqlite3, Closer> opened(db);
     if (status != SQLITE_OK) throw OracleError(error::cannot_identify_file, m_path);
-    sqlite3_busy_timeout(db, patience_ms);
+    sqlite3_busy_handler(db, wait_briefly, nullptr);
     run(db, m_lasting ? "PRAGMA synchronous=FULL" : "PRAGMA synchronous=OFF; PRAGMA journal_mode=MEMORY");
     run(db, "CREATE TABLE IF NOT EXISTS sequences(key INTEGER PRIMARY KEY, next INTEGER)");
     if (stat(m_path.c_str(), &m_file) != 0) throw OracleError(error::cannot_identify_file, m_path);
