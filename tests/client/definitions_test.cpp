@@ -1,6 +1,5 @@
-#include "tests/oci_session.h"
+#include "tests/client/groups.h"
 #include "tests/scratch_folder.h"
-#include "tests/support.h"
 
 #include <algorithm>
 #include <csignal>
@@ -10,23 +9,13 @@
 
 namespace {
 
-struct Case {
-    const char* sql;
-    const char* result; ///< as OciSession::run gives it
-};
-
-struct Group {
-    const char* name;
-    std::vector<Case> cases; ///< run one behind the other on a new database
-};
-
 class ClientDefinitions : public ::testing::TestWithParam<Group> {
   protected:
     OciSession session{"memory:definitions"};
 };
 
 TEST_P(ClientDefinitions, areOracles) {
-    for (const auto& tested : GetParam().cases) EXPECT_EQ(session.run(tested.sql), tested.result) << tested.sql;
+    expectAnswers(session, GetParam().cases);
 }
 
 const Group groups[] = {

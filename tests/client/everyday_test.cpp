@@ -2,6 +2,15 @@
 
 namespace {
 
+class ClientEveryday : public ::testing::TestWithParam<Group> {
+  protected:
+    OciSession session{"memory:everyday"};
+};
+
+TEST_P(ClientEveryday, isAnsweredAsByAServer) {
+    expectAnswers(session, GetParam().cases);
+}
+
 // What applications lean on without thinking of it, as a server answers it.
 const Group groups[] = {
     {"comparisons",
@@ -316,6 +325,6 @@ const Group groups[] = {
        "0 10;1 "}}},
 };
 
-INSTANTIATE_TEST_SUITE_P(Everyday, ClientGroup, ::testing::ValuesIn(groups), rowName);
+INSTANTIATE_TEST_SUITE_P(Of, ClientEveryday, ::testing::ValuesIn(groups), rowName);
 
 } // namespace

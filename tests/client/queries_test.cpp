@@ -1,17 +1,6 @@
-#include "tests/oci_session.h"
-#include "tests/support.h"
+#include "tests/client/groups.h"
 
 namespace {
-
-struct Case {
-    const char* sql;
-    const char* result; ///< as OciSession::run gives it
-};
-
-struct Group {
-    const char* name;
-    std::vector<Case> cases; ///< run one behind the other on two tables
-};
 
 class ClientQueries : public ::testing::TestWithParam<Group> {
   protected:
@@ -34,7 +23,7 @@ class ClientQueries : public ::testing::TestWithParam<Group> {
 };
 
 TEST_P(ClientQueries, areOracles) {
-    for (const auto& [sql, result] : GetParam().cases) EXPECT_EQ(session.run(sql), result) << sql;
+    expectAnswers(session, GetParam().cases);
 }
 
 const Group groups[] = {
