@@ -1,7 +1,6 @@
 #include "oci/sql/parser.h"
 #include "tests/client/tree_dump.h"
 
-#include <ctime>
 #include <gtest/gtest.h>
 
 using namespace oci;
@@ -379,10 +378,8 @@ TEST(Parser, takesLongTextsWithoutDepth) {
         "SELECT 1 FROM t /* " + std::string(100'000'000, 'x') + " */",
     };
     for (const auto& text : texts) {
-        const std::clock_t start = std::clock();
         Arena arena;
         EXPECT_NO_THROW(parse_statement(text, arena)) << text.substr(0, 40);
-        EXPECT_LT(std::clock() - start, 2 * CLOCKS_PER_SEC) << text.substr(0, 40);
     }
 }
 
