@@ -2,8 +2,34 @@
 
 namespace {
 
+const std::vector<Case> tables = {
+    {"CREATE TABLE p (id NUMBER PRIMARY KEY, c CHAR(5), v VARCHAR2(10), d DATE, ts TIMESTAMP(3), n NUMBER(8,2), bd "
+     "BINARY_DOUBLE, nv NVARCHAR2(10), r RAW(8))",
+     ""},
+    {"INSERT INTO p VALUES (1,'ab','ab',DATE '2024-01-15',TIMESTAMP '2024-01-15 "
+     "10:20:30.456',12.5,1.5D,'ab',HEXTORAW('0AFF'))",
+     ""},
+    {"INSERT INTO p VALUES (2,'10','10',DATE '2024-02-29',TIMESTAMP '2024-02-29 00:00:00',10,10,'10',NULL)", ""},
+    {"INSERT INTO p VALUES (3,NULL,'9',TO_DATE('2024-01-15 23:59:59','YYYY-MM-DD "
+     "HH24:MI:SS'),NULL,NULL,NULL,NULL,NULL)",
+     ""},
+    {"CREATE TABLE e (empno NUMBER(4) PRIMARY KEY, ename VARCHAR2(10), job VARCHAR2(9), mgr NUMBER(4), hiredate "
+     "DATE, sal NUMBER(7,2), comm NUMBER(7,2), deptno NUMBER(2))",
+     ""},
+    {"INSERT INTO e VALUES (7369,'SMITH','CLERK',7902,DATE '1980-12-17',800,NULL,20)", ""},
+    {"INSERT INTO e VALUES (7499,'ALLEN','SALESMAN',7698,DATE '1981-02-20',1600,300,30)", ""},
+    {"INSERT INTO e VALUES (7521,'WARD','SALESMAN',7698,DATE '1981-02-22',1250,500,30)", ""},
+    {"INSERT INTO e VALUES (7566,'JONES','MANAGER',7839,DATE '1981-04-02',2975,NULL,20)", ""},
+    {"INSERT INTO e VALUES (7698,'BLAKE','MANAGER',7839,DATE '1981-05-01',2850,NULL,30)", ""},
+    {"INSERT INTO e VALUES (7782,'CLARK','MANAGER',7839,DATE '1981-06-09',2450,NULL,10)", ""},
+    {"INSERT INTO e VALUES (7839,'KING','PRESIDENT',NULL,DATE '1981-11-17',5000,NULL,10)", ""},
+    {"INSERT INTO e VALUES (7902,'FORD','ANALYST',7566,DATE '1981-12-03',3000,NULL,20)", ""},
+    {"INSERT INTO e VALUES (7934,'MILLER','CLERK',7782,DATE '1982-01-23',1300,NULL,10)", ""}};
+
 class ClientEveryday : public ::testing::TestWithParam<Group> {
   protected:
+    ClientEveryday() { expectAnswers(session, tables); }
+
     OciSession session{"memory:everyday"};
 };
 
@@ -14,17 +40,7 @@ TEST_P(ClientEveryday, isAnsweredAsByAServer) {
 // What applications lean on without thinking of it, as a server answers it.
 const Group groups[] = {
     {"comparisons",
-     {{"CREATE TABLE p (id NUMBER PRIMARY KEY, c CHAR(5), v VARCHAR2(10), d DATE, ts TIMESTAMP(3), n NUMBER(8,2), bd "
-       "BINARY_DOUBLE, nv NVARCHAR2(10), r RAW(8))",
-       ""},
-      {"INSERT INTO p VALUES (1,'ab','ab',DATE '2024-01-15',TIMESTAMP '2024-01-15 "
-       "10:20:30.456',12.5,1.5D,'ab',HEXTORAW('0AFF'))",
-       ""},
-      {"INSERT INTO p VALUES (2,'10','10',DATE '2024-02-29',TIMESTAMP '2024-02-29 00:00:00',10,10,'10',NULL)", ""},
-      {"INSERT INTO p VALUES (3,NULL,'9',TO_DATE('2024-01-15 23:59:59','YYYY-MM-DD "
-       "HH24:MI:SS'),NULL,NULL,NULL,NULL,NULL)",
-       ""},
-      {"SELECT id FROM p WHERE c = 'ab'", "1"},
+     {{"SELECT id FROM p WHERE c = 'ab'", "1"},
       {"SELECT id FROM p WHERE c = 'ab   '", "1"},
       {"SELECT id FROM p WHERE v = 'ab   '", ""},
       {"SELECT id FROM p WHERE c = v AND id=1", ""},
@@ -65,17 +81,7 @@ const Group groups[] = {
       {"SELECT GREATEST(10, '9') - 9 FROM dual", "1"},
       {"SELECT GREATEST('10', 9) FROM dual", "9"}}},
     {"assignments",
-     {{"CREATE TABLE p (id NUMBER PRIMARY KEY, c CHAR(5), v VARCHAR2(10), d DATE, ts TIMESTAMP(3), n NUMBER(8,2), bd "
-       "BINARY_DOUBLE, nv NVARCHAR2(10), r RAW(8))",
-       ""},
-      {"INSERT INTO p VALUES (1,'ab','ab',DATE '2024-01-15',TIMESTAMP '2024-01-15 "
-       "10:20:30.456',12.5,1.5D,'ab',HEXTORAW('0AFF'))",
-       ""},
-      {"INSERT INTO p VALUES (2,'10','10',DATE '2024-02-29',TIMESTAMP '2024-02-29 00:00:00',10,10,'10',NULL)", ""},
-      {"INSERT INTO p VALUES (3,NULL,'9',TO_DATE('2024-01-15 23:59:59','YYYY-MM-DD "
-       "HH24:MI:SS'),NULL,NULL,NULL,NULL,NULL)",
-       ""},
-      {"CREATE TABLE q (k VARCHAR2(10), m NUMBER)", ""},
+     {{"CREATE TABLE q (k VARCHAR2(10), m NUMBER)", ""},
       {"INSERT INTO q VALUES ('1', 1)", ""},
       {"INSERT INTO q VALUES ('01', 2)", ""},
       {"SELECT COUNT(*) FROM p, q WHERE p.id = q.k", "2"},
@@ -105,17 +111,7 @@ const Group groups[] = {
       {"INSERT INTO q SELECT d, id FROM p WHERE id = 1", ""},
       {"SELECT k FROM q WHERE m = 1 AND LENGTH(k) > 2", "03-MAR-24"}}},
     {"errors",
-     {{"CREATE TABLE p (id NUMBER PRIMARY KEY, c CHAR(5), v VARCHAR2(10), d DATE, ts TIMESTAMP(3), n NUMBER(8,2), bd "
-       "BINARY_DOUBLE, nv NVARCHAR2(10), r RAW(8))",
-       ""},
-      {"INSERT INTO p VALUES (1,'ab','ab',DATE '2024-01-15',TIMESTAMP '2024-01-15 "
-       "10:20:30.456',12.5,1.5D,'ab',HEXTORAW('0AFF'))",
-       ""},
-      {"INSERT INTO p VALUES (2,'10','10',DATE '2024-02-29',TIMESTAMP '2024-02-29 00:00:00',10,10,'10',NULL)", ""},
-      {"INSERT INTO p VALUES (3,NULL,'9',TO_DATE('2024-01-15 23:59:59','YYYY-MM-DD "
-       "HH24:MI:SS'),NULL,NULL,NULL,NULL,NULL)",
-       ""},
-      {"CREATE TABLE q (k VARCHAR2(10), m NUMBER)", ""},
+     {{"CREATE TABLE q (k VARCHAR2(10), m NUMBER)", ""},
       {"SELECT id FROM p a, p b", "ORA-00918"},
       {"SELECT nope FROM p", "ORA-00904"},
       {"SELECT p.nope FROM p", "ORA-00904"},
@@ -155,19 +151,7 @@ const Group groups[] = {
       {"SELECT TO_CHAR(1000,'99') FROM dual", "###"},
       {"SELECT TRIM(TO_CHAR(1234.5,'9,999.99')) FROM dual", "1,234.50"}}},
     {"employees",
-     {{"CREATE TABLE e (empno NUMBER(4) PRIMARY KEY, ename VARCHAR2(10), job VARCHAR2(9), mgr NUMBER(4), hiredate "
-       "DATE, sal NUMBER(7,2), comm NUMBER(7,2), deptno NUMBER(2))",
-       ""},
-      {"INSERT INTO e VALUES (7369,'SMITH','CLERK',7902,DATE '1980-12-17',800,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7499,'ALLEN','SALESMAN',7698,DATE '1981-02-20',1600,300,30)", ""},
-      {"INSERT INTO e VALUES (7521,'WARD','SALESMAN',7698,DATE '1981-02-22',1250,500,30)", ""},
-      {"INSERT INTO e VALUES (7566,'JONES','MANAGER',7839,DATE '1981-04-02',2975,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7698,'BLAKE','MANAGER',7839,DATE '1981-05-01',2850,NULL,30)", ""},
-      {"INSERT INTO e VALUES (7782,'CLARK','MANAGER',7839,DATE '1981-06-09',2450,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7839,'KING','PRESIDENT',NULL,DATE '1981-11-17',5000,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7902,'FORD','ANALYST',7566,DATE '1981-12-03',3000,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7934,'MILLER','CLERK',7782,DATE '1982-01-23',1300,NULL,10)", ""},
-      {"SELECT deptno || ',' || SUM(sal) FROM e GROUP BY ROLLUP(deptno) ORDER BY deptno",
+     {{"SELECT deptno || ',' || SUM(sal) FROM e GROUP BY ROLLUP(deptno) ORDER BY deptno",
        "10,8750;20,6775;30,5700;,21225"},
       {"SELECT SYS_CONNECT_BY_PATH(ename,'/') FROM e WHERE ename='SMITH' START WITH mgr IS NULL CONNECT BY PRIOR empno "
        "= mgr",
@@ -207,19 +191,7 @@ const Group groups[] = {
       {"SELECT job || ',' || deptno || '=' || sal FROM e WHERE job='CLERK' ORDER BY deptno",
        "CLERK,10=1300;CLERK,20=800"}}},
     {"dates_of_employees",
-     {{"CREATE TABLE e (empno NUMBER(4) PRIMARY KEY, ename VARCHAR2(10), job VARCHAR2(9), mgr NUMBER(4), hiredate "
-       "DATE, sal NUMBER(7,2), comm NUMBER(7,2), deptno NUMBER(2))",
-       ""},
-      {"INSERT INTO e VALUES (7369,'SMITH','CLERK',7902,DATE '1980-12-17',800,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7499,'ALLEN','SALESMAN',7698,DATE '1981-02-20',1600,300,30)", ""},
-      {"INSERT INTO e VALUES (7521,'WARD','SALESMAN',7698,DATE '1981-02-22',1250,500,30)", ""},
-      {"INSERT INTO e VALUES (7566,'JONES','MANAGER',7839,DATE '1981-04-02',2975,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7698,'BLAKE','MANAGER',7839,DATE '1981-05-01',2850,NULL,30)", ""},
-      {"INSERT INTO e VALUES (7782,'CLARK','MANAGER',7839,DATE '1981-06-09',2450,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7839,'KING','PRESIDENT',NULL,DATE '1981-11-17',5000,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7902,'FORD','ANALYST',7566,DATE '1981-12-03',3000,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7934,'MILLER','CLERK',7782,DATE '1982-01-23',1300,NULL,10)", ""},
-      {"SELECT TO_CHAR(hiredate) FROM e WHERE empno=7369", "17-DEC-80"},
+     {{"SELECT TO_CHAR(hiredate) FROM e WHERE empno=7369", "17-DEC-80"},
       {"SELECT TO_CHAR(hiredate,'FMDDSPTH-MONTH-YEAR') FROM e WHERE empno=7369",
        "SEVENTEENTH-DECEMBER-NINETEEN EIGHTY"},
       {"SELECT TO_CHAR(hiredate,'FMDAY WW DDD Q') FROM e WHERE empno=7369", "WEDNESDAY 51 352 4"},
@@ -276,19 +248,7 @@ const Group groups[] = {
       {"SELECT SUBSTR('TOOK',-2) FROM dual", "OK"},
       {"SELECT CHR(68) || ASCII(CHR(3)) FROM dual", "D3"}}},
     {"moments_and_sequences",
-     {{"CREATE TABLE e (empno NUMBER(4) PRIMARY KEY, ename VARCHAR2(10), job VARCHAR2(9), mgr NUMBER(4), hiredate "
-       "DATE, sal NUMBER(7,2), comm NUMBER(7,2), deptno NUMBER(2))",
-       ""},
-      {"INSERT INTO e VALUES (7369,'SMITH','CLERK',7902,DATE '1980-12-17',800,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7499,'ALLEN','SALESMAN',7698,DATE '1981-02-20',1600,300,30)", ""},
-      {"INSERT INTO e VALUES (7521,'WARD','SALESMAN',7698,DATE '1981-02-22',1250,500,30)", ""},
-      {"INSERT INTO e VALUES (7566,'JONES','MANAGER',7839,DATE '1981-04-02',2975,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7698,'BLAKE','MANAGER',7839,DATE '1981-05-01',2850,NULL,30)", ""},
-      {"INSERT INTO e VALUES (7782,'CLARK','MANAGER',7839,DATE '1981-06-09',2450,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7839,'KING','PRESIDENT',NULL,DATE '1981-11-17',5000,NULL,10)", ""},
-      {"INSERT INTO e VALUES (7902,'FORD','ANALYST',7566,DATE '1981-12-03',3000,NULL,20)", ""},
-      {"INSERT INTO e VALUES (7934,'MILLER','CLERK',7782,DATE '1982-01-23',1300,NULL,10)", ""},
-      {"SELECT TO_CHAR(INTERVAL '2 3:4:5' DAY TO SECOND) FROM dual", "+02 03:04:05.000000"},
+     {{"SELECT TO_CHAR(INTERVAL '2 3:4:5' DAY TO SECOND) FROM dual", "+02 03:04:05.000000"},
       {"SELECT TO_CHAR(INTERVAL '1-3' YEAR TO MONTH) FROM dual", "+01-03"},
       {"SELECT EXTRACT(HOUR FROM INTERVAL '27' HOUR(2)) + 24 FROM dual", "27"},
       {"SELECT TO_CHAR(NUMTODSINTERVAL(1.5,'DAY')) FROM dual", "+000000001 12:00:00.000000000"},
